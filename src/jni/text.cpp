@@ -1,0 +1,60 @@
+#include "jni/text.h"
+
+#include <kivo_system.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+#include "KivoUtf8.h"
+
+namespace kivo {
+
+bool rewriteForJava(const char* text, std::string& rewritten) {
+  // Surrogates in three-byte form and C0 80 are what JNI wants, so only length 4 and malformed bytes need work.
+  const auto lengthAt = [](const char* at) { return utf8::detail::sequenceLength(at, 4); };
+  const char* at = text;
+  std::size_t length = 0;
+  while (*at != '\0' && (length = lengthAt(at)) % 4 != 0) at += length;
+  if (*at == '\0') return false;
+
+  rewritten.assign(text, static_cast<std::size_t>(at - text));
+  while (*at != '\0') {
+    length = lengthAt(at);
+    if (length == 0) {
+      utf8::detail::appendReplacement(rewritten);
+    } else if (length == 4) {
+      utf8::detail::appendSurrogates(rewritten, utf8::detail::decode(at, length));
+    } else {
+      rewritten.append(at, length);
+    }
+    at += length == 0 ? 1 : length;
+  }
+  return true;
+}
+
+LocalRef<jstring> newJavaText(JNIEnv* env, const char* text) {
+  std::string rewritten;
+  const bool needed = rewriteForJava(text, rewritten);
+  return LocalRef<jstring>(env, env->NewStringUTF(needed ? rewritten.c_str() : text));
+}
+
+bool copyText(JNIEnv* env, jstring text, std::string& copy) {
+  const TextCharacters characters(env, text);
+  if (characters.get() == nullptr) return false;
+  copy = characters.get();
+  return true;
+}
+
+char* copyTextToBuffer(JNIEnv* env, jstring text) {
+  const TextCharacters characters(env, text);
+  if (characters.get() == nullptr) return nullptr;
+  const std::size_t size = std::strlen(characters.get()) + 1;
+  char* buffer = static_cast<char*>(std::malloc(size));
+  if (buffer != nullptr) VELMAR::Kivo::intl_strlcpy(buffer, characters.get(), size);
+  return buffer;
+}
+
+jint portNumber(const std::string& text) { return static_cast<jint>(std::strtol(text.c_str(), nullptr, 10)); }
+
+}  // namespace kivo
