@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace kivo::jdbc {
+
+/// What a DataSource is told of a URL.
+struct UrlParts {
+  std::string host;
+  std::string port;
+  std::string database;  ///< empty when the URL names none
+};
+
+/// The cutters, one per URL form: nothing when the URL lacks a separator or key that its form needs.
+std::optional<UrlParts> cutTeradataUrl(const std::string& url);
+std::optional<UrlParts> cutSqlServerUrl(const std::string& url);
+std::optional<UrlParts> cutPostgresUrl(const std::string& url);
+std::optional<UrlParts> cutDb2Url(const std::string& url);
+std::optional<UrlParts> cutVelmarUrl(const std::string& url);
+
+}  // namespace kivo::jdbc
