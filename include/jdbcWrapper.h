@@ -1,0 +1,135 @@
+#pragma once
+
+#include <jni.h>
+
+#include <string>
+#include <vector>
+
+#include "kivo_export.h"
+
+/// One connection to any JDBC database, through the Java class com.ulvanejdbc.jdbcUtilities of the companion jar.
+///
+/// Errors: after every operation the host reads errorState and errorMessage. Nothing is printed, and no operation
+/// leaves a Java exception of its own pending. Check errorState after construction: an object in state 2 fails every
+/// operation that it cannot carry out, with the same message.
+///
+/// Thread: the object belongs to the thread that last ran the constructor, getConnection() or closeConnection(); call
+/// one of these two first to move it to another thread. The destructor may run on any thread. Threads are attached to
+/// the Java VM and never detached; a host that detaches a thread itself does so after that thread's last use of these
+/// objects.
+///
+/// Text in both directions is JNI's modified UTF-8 (KivoUtf8.h converts). Text into Java ends at its first NUL;
+/// standard four-byte UTF-8 sequences are accepted, and a malformed byte arrives as U+FFFD.
+/// Members throw nothing of their own; std::bad_alloc can escape, with everything released.
+///
+/// The fields are public because their order is part of the binary interface; hosts read the last two only.
+class KIVO_EXPORT jdbcWrapper {
+ public:
+  /// Attaches the calling thread and creates the Java object. On failure errorState is 2 and errorMessage says why.
+  jdbcWrapper();
+
+  /// Releases the Java object. It closes nothing: call closeConnection() before.
+  ~jdbcWrapper();
+
+  jdbcWrapper(const jdbcWrapper&) = delete;
+  jdbcWrapper& operator=(const jdbcWrapper&) = delete;
+
+  /// Attaches the calling thread to the process's Java VM. @return false when there is no VM.
+  bool javaInit();
+
+  /// Attaches the calling thread unless it is the one that this object attached last.
+  void checkThreadState();
+
+  /// Records a missing Java method as the error. @return false when @p method is null.
+  bool checkMethodPointer(std::string name, jmethodID method);
+
+  /// Takes over the Java object's error, if it has one; else errorState and errorMessage stay as they are.
+  void getErrorFromJava();
+
+  /// Sets errorState to 0 and empties errorMessage.
+  void clearError();
+
+  /// Takes a ready JDBC URL of any driver, or builds one from its parts when @p url is empty.
+  /// @param port read as a decimal number; 0 without digits.
+  /// @param url  receives the URL in effect on success; keeps the caller's text on failure.
+  /// Does not clear the error on entry: a failure without an error of Java's keeps the one before.
+  bool setUrl(std::string dbType, std::string host, std::string port, std::string instance, std::string database,
+              std::string& url);
+
+  /// @param url receives the URL in effect, nothing on failure.
+  bool getUrl(std::string& url);
+
+  /// @param vendor receives the vendor's name, nothing on failure.
+  bool getVendor(std::string& vendor);
+
+  /// Connects. Empty credentials are left out.
+  bool getConnection(std::string user, std::string password);
+
+  /// Closes result, statement and connection.
+  bool closeConnection();
+
+  /// Makes the statement that queries, updates and batches run on.
+  bool getStatement();
+
+  /// Runs a query. @param maxRows the most rows to return; 0 is no limit.
+  bool executeQuery(std::string sql, int maxRows);
+
+  /// Moves to the next row. False with errorState 0 is the end of the rows.
+  bool next();
+
+  /// Reads a value of the current row as text; dates and times come in UTC.
+  /// @param column counted from 1.
+  /// @param value receives a buffer from malloc that the caller frees, or null for SQL NULL and on failure. What it
+  ///              held before is not freed.
+  bool getColumn(int column, char*& value);
+
+  /// @return the number of columns of the open result, a negative number on failure.
+  int getNumColumns();
+
+  /// @param name receives the column's label, nothing on failure. Columns are counted from 1.
+  bool getColumnName(int column, std::string& name);
+
+  /// @param type receives the column's code of java.sql.Types; untouched on failure.
+  bool getColumnType(int column, int& type);
+
+  /// Name and type in one; on failure @p type is untouched.
+  bool getColumnInfo(int column, std::string& name, int& type);
+
+  /// @return the update count, a negative number on failure.
+  int executeUpdate(std::string sql);
+
+  /// Adds a statement to the batch.
+  bool addToBatch(std::string sql);
+
+  /// Executes the batch as one transaction. @param result receives the number of statements executed, always written.
+  bool executeBatch(int& result);
+
+  /// @param tables replaced by the names of the database's tables; untouched when Java could not list them, emptied
+  ///               when a name was null.
+  bool getTables(std::vector<std::string>& tables);
+
+  JNIEnv* env = nullptr;              ///< Environment of the thread that last attached through this object.
+  int threadId = -1;                  ///< Low 32 bits of that thread's pthread_self(); negative: none recorded.
+  jclass utilitiesClass = nullptr;    ///< Held during construction only.
+  jobject utilitiesObject = nullptr;  ///< The Java object, global reference.
+  jmethodID setUrlMethod = nullptr;
+  jmethodID getUrlMethod = nullptr;
+  jmethodID getConnectionMethod = nullptr;
+  jmethodID getTablesMethod = nullptr;
+  jmethodID getStatementMethod = nullptr;
+  jmethodID executeQueryMethod = nullptr;
+  jmethodID executeUpdateMethod = nullptr;
+  jmethodID nextMethod = nullptr;
+  jmethodID addToBatchMethod = nullptr;
+  jmethodID executeBatchMethod = nullptr;
+  jmethodID getColumnMethod = nullptr;
+  jmethodID getNumColumnsMethod = nullptr;
+  jmethodID getColumnNameMethod = nullptr;
+  jmethodID getColumnTypeMethod = nullptr;
+  jmethodID closeConnectionMethod = nullptr;
+  jmethodID getVendorMethod = nullptr;
+  jmethodID getErrorCodeMethod = nullptr;
+  jmethodID getErrorMessageMethod = nullptr;
+  int errorState = 0;        ///< 0 none, 1 the database's error, 2 any other.
+  std::string errorMessage;  ///< Text of the last error; empty without one.
+};

@@ -1,0 +1,143 @@
+#include <pthread.h>
+
+#include <cstddef>
+#include <string>
+
+#include "JavaVmHost.h"
+#include "jdbcWrapper.h"
+#include "jni/method.h"
+#include "wrapper/calls.h"
+#include "wrapper/methods.h"
+
+using kivo::LocalRef;
+using kivo::wrapper::takeEscaped;
+
+// Hosts allocate these objects themselves: the layout is part of the binary interface.
+static_assert(sizeof(jdbcWrapper) == 216);
+static_assert(offsetof(jdbcWrapper, env) == 0);
+static_assert(offsetof(jdbcWrapper, threadId) == 8);
+static_assert(offsetof(jdbcWrapper, utilitiesClass) == 16);
+static_assert(offsetof(jdbcWrapper, utilitiesObject) == 24);
+static_assert(offsetof(jdbcWrapper, setUrlMethod) == 32);
+static_assert(offsetof(jdbcWrapper, getUrlMethod) == 40);
+static_assert(offsetof(jdbcWrapper, getConnectionMethod) == 48);
+static_assert(offsetof(jdbcWrapper, getTablesMethod) == 56);
+static_assert(offsetof(jdbcWrapper, getStatementMethod) == 64);
+static_assert(offsetof(jdbcWrapper, executeQueryMethod) == 72);
+static_assert(offsetof(jdbcWrapper, executeUpdateMethod) == 80);
+static_assert(offsetof(jdbcWrapper, nextMethod) == 88);
+static_assert(offsetof(jdbcWrapper, addToBatchMethod) == 96);
+static_assert(offsetof(jdbcWrapper, executeBatchMethod) == 104);
+static_assert(offsetof(jdbcWrapper, getColumnMethod) == 112);
+static_assert(offsetof(jdbcWrapper, getNumColumnsMethod) == 120);
+static_assert(offsetof(jdbcWrapper, getColumnNameMethod) == 128);
+static_assert(offsetof(jdbcWrapper, getColumnTypeMethod) == 136);
+static_assert(offsetof(jdbcWrapper, closeConnectionMethod) == 144);
+static_assert(offsetof(jdbcWrapper, getVendorMethod) == 152);
+static_assert(offsetof(jdbcWrapper, getErrorCodeMethod) == 160);
+static_assert(offsetof(jdbcWrapper, getErrorMessageMethod) == 168);
+static_assert(offsetof(jdbcWrapper, errorState) == 176);
+static_assert(offsetof(jdbcWrapper, errorMessage) == 184);
+
+namespace {
+
+constexpr const char* kUtilitiesClass = "com/ulvanejdbc/jdbcUtilities";
+constexpr const char* kNoVm = "there is no Java VM to attach to: call javaInit first";
+constexpr const char* kNoClass = "could not find the Java class com/ulvanejdbc/jdbcUtilities: ";
+constexpr const char* kNotCreated = "could not create the Java utilities object: ";
+
+/// The environment that the calling thread got when it last attached here. The C library gives a new thread the id of
+/// one that ended, so an equal id alone may stand for a dead thread, whose environment must not be used.
+thread_local JNIEnv* attachedEnv = nullptr;
+
+int currentThreadId() { return static_cast<int>(pthread_self()); }
+
+/// Creates the Java object. @return false with the reason recorded.
+bool createUtilities(jdbcWrapper& wrapper) {
+  JNIEnv* env = wrapper.env;
+  const LocalRef<jobject> created = kivo::newObject(env, wrapper.utilitiesClass);
+  if (created && !kivo::isPending(env) && kivo::keepGlobal(env, wrapper.utilitiesObject, created.get())) return true;
+  kivo::wrapper::fail(wrapper, kNotCreated + takeEscaped(env));
+  return false;
+}
+
+/// Looks the methods up and reports a missing one.
+void lookUpMethods(jdbcWrapper& wrapper) {
+  try {
+    kivo::wrapper::findMethods(wrapper, wrapper.utilitiesClass);
+    kivo::wrapper::checkMethods(wrapper);
+  } catch (...) {
+    // An object whose constructor throws gets no destructor call.
+    kivo::dropGlobal(wrapper.env, wrapper.utilitiesObject);
+    throw;
+  }
+}
+
+}  // namespace
+
+jdbcWrapper::jdbcWrapper() {
+  checkThreadState();
+  if (env == nullptr) {
+    kivo::wrapper::fail(*this, _globaljvm == nullptr ? kNoVm : kivo::wrapper::kNotAttached);
+    return;
+  }
+  const kivo::PendingAside aside(env);
+
+  LocalRef<jclass> found(env, env->FindClass(kUtilitiesClass));
+  if (!found) {
+    kivo::wrapper::fail(*this, kNoClass + takeEscaped(env));
+    return;
+  }
+  utilitiesClass = found.get();
+  if (createUtilities(*this)) lookUpMethods(*this);
+  utilitiesClass = nullptr;
+}
+
+jdbcWrapper::~jdbcWrapper() {
+  checkThreadState();
+  if (env != nullptr) kivo::dropGlobal(env, utilitiesObject);
+}
+
+bool jdbcWrapper::javaInit() {
+  if (_globaljvm == nullptr) return false;
+  // Null first: after an attach that failed, the environment of another thread must not stay behind.
+  env = nullptr;
+  _globaljvm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr);
+  attachedEnv = env;
+  return true;
+}
+
+void jdbcWrapper::checkThreadState() {
+  const int current = currentThreadId();
+  const bool isAttached = threadId >= 0 && threadId == current && env == attachedEnv;
+  // Without an environment only an object that has nothing to call stays as it is; any other tries again.
+  if (isAttached && (env != nullptr || utilitiesObject == nullptr)) return;
+  threadId = current;
+  javaInit();
+}
+
+bool jdbcWrapper::checkMethodPointer(std::string name, jmethodID method) {
+  if (method != nullptr) return true;
+  kivo::wrapper::fail(*this, "method pointer to " + name + " is NULL");
+  return false;
+}
+
+void jdbcWrapper::getErrorFromJava() {
+  const kivo::wrapper::Operation operation(*this, true);
+  int code = 0;
+  if (!kivo::wrapper::callInt(*this, &jdbcWrapper::getErrorCodeMethod, code) || code == 0) return;
+
+  LocalRef<jobject> message(env);
+  if (!kivo::wrapper::callObject(*this, &jdbcWrapper::getErrorMessageMethod, message)) return;
+  errorState = code == 1 ? 1 : 2;
+  if (!message) {
+    errorMessage = "error code " + std::to_string(code) + " without a message";
+  } else if (!kivo::copyText(env, static_cast<jstring>(message.get()), errorMessage)) {
+    kivo::wrapper::failOutOfMemory(*this);
+  }
+}
+
+void jdbcWrapper::clearError() {
+  errorState = 0;
+  errorMessage.clear();
+}

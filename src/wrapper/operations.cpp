@@ -1,0 +1,103 @@
+#include "jdbcWrapper.h"
+#include "wrapper/calls.h"
+
+using kivo::LocalRef;
+using kivo::wrapper::callBool;
+using kivo::wrapper::callInt;
+using kivo::wrapper::callObject;
+using kivo::wrapper::callText;
+using kivo::wrapper::failOutOfMemory;
+using kivo::wrapper::Operation;
+
+bool jdbcWrapper::setUrl(std::string dbType, std::string host, std::string port, std::string instance,
+                         std::string database, std::string& url) {
+  // A refusal without an error of Java's leaves the error of the operation before.
+  const Operation operation(*this, true);
+  if (!callBool(*this, &jdbcWrapper::setUrlMethod, dbType, host, kivo::portNumber(port), instance, database, url)) {
+    return false;
+  }
+  getUrl(url);
+  return true;
+}
+
+bool jdbcWrapper::getUrl(std::string& url) { return callText(Operation(*this), &jdbcWrapper::getUrlMethod, url); }
+
+bool jdbcWrapper::getVendor(std::string& vendor) {
+  return callText(Operation(*this), &jdbcWrapper::getVendorMethod, vendor);
+}
+
+bool jdbcWrapper::getConnection(std::string user, std::string password) {
+  checkThreadState();
+  return callBool(Operation(*this), &jdbcWrapper::getConnectionMethod, user, password);
+}
+
+bool jdbcWrapper::closeConnection() {
+  checkThreadState();
+  return callBool(Operation(*this), &jdbcWrapper::closeConnectionMethod);
+}
+
+bool jdbcWrapper::getStatement() { return callBool(Operation(*this), &jdbcWrapper::getStatementMethod); }
+
+bool jdbcWrapper::executeQuery(std::string sql, int maxRows) {
+  return callBool(Operation(*this), &jdbcWrapper::executeQueryMethod, sql, maxRows);
+}
+
+bool jdbcWrapper::next() { return callBool(Operation(*this), &jdbcWrapper::nextMethod); }
+
+bool jdbcWrapper::getColumn(int column, char*& value) {
+  const Operation operation(*this);
+  value = nullptr;
+  LocalRef<jobject> text(env);
+  if (!callObject(*this, &jdbcWrapper::getColumnMethod, text, column)) return false;
+  if (!text) {
+    getErrorFromJava();
+    return errorState == 0;
+  }
+  value = kivo::copyTextToBuffer(env, static_cast<jstring>(text.get()));
+  if (value == nullptr) failOutOfMemory(*this);
+  return value != nullptr;
+}
+
+int jdbcWrapper::getNumColumns() {
+  const Operation operation(*this);
+  int columns = -1;
+  if (callInt(*this, &jdbcWrapper::getNumColumnsMethod, columns) && columns < 0) getErrorFromJava();
+  return columns;
+}
+
+bool jdbcWrapper::getColumnName(int column, std::string& name) {
+  return callText(Operation(*this), &jdbcWrapper::getColumnNameMethod, name, column);
+}
+
+bool jdbcWrapper::getColumnType(int column, int& type) {
+  const Operation operation(*this);
+  int code = 0;
+  if (!callInt(*this, &jdbcWrapper::getColumnTypeMethod, code, column)) return false;
+  getErrorFromJava();
+  if (errorState != 0) return false;
+  type = code;
+  return true;
+}
+
+bool jdbcWrapper::getColumnInfo(int column, std::string& name, int& type) {
+  return getColumnName(column, name) && getColumnType(column, type);
+}
+
+int jdbcWrapper::executeUpdate(std::string sql) {
+  const Operation operation(*this);
+  int count = -1;
+  if (callInt(*this, &jdbcWrapper::executeUpdateMethod, count, sql) && count < 0) getErrorFromJava();
+  return count;
+}
+
+bool jdbcWrapper::addToBatch(std::string sql) {
+  return callBool(Operation(*this), &jdbcWrapper::addToBatchMethod, sql);
+}
+
+bool jdbcWrapper::executeBatch(int& result) {
+  const Operation operation(*this);
+  result = -1;
+  if (!callInt(*this, &jdbcWrapper::executeBatchMethod, result)) return false;
+  getErrorFromJava();
+  return errorState == 0;
+}

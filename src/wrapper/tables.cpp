@@ -1,0 +1,45 @@
+#include "jdbcWrapper.h"
+#include "wrapper/calls.h"
+
+using kivo::LocalRef;
+
+namespace {
+
+/// Appends the name at @p index. @return false with the error recorded.
+bool appendName(jdbcWrapper& wrapper, jobjectArray names, jsize index, std::vector<std::string>& tables) {
+  const LocalRef<jstring> name(wrapper.env, wrapper.env->GetObjectArrayElement(names, index));
+  if (kivo::wrapper::failEscaped(wrapper)) return false;
+  if (!name) {
+    kivo::wrapper::fail(wrapper, "the table name at index " + std::to_string(index) + " is null");
+    return false;
+  }
+  const kivo::TextCharacters characters(wrapper.env, name.get());
+  if (characters.get() == nullptr) {
+    kivo::wrapper::failOutOfMemory(wrapper);
+    return false;
+  }
+  tables.emplace_back(characters.get());
+  return true;
+}
+
+}  // namespace
+
+bool jdbcWrapper::getTables(std::vector<std::string>& tables) {
+  const kivo::wrapper::Operation operation(*this);
+  LocalRef<jobject> result(env);
+  if (!kivo::wrapper::callObject(*this, &jdbcWrapper::getTablesMethod, result)) return false;
+  if (!result) {
+    getErrorFromJava();
+    return false;
+  }
+  auto* const names = static_cast<jobjectArray>(result.get());
+  const jsize count = env->GetArrayLength(names);
+  tables.clear();
+  for (jsize index = 0; index < count; ++index) {
+    if (appendName(*this, names, index, tables)) continue;
+    // A listing with a hole would pass for the whole.
+    tables.clear();
+    return false;
+  }
+  return true;
+}
