@@ -1,0 +1,108 @@
+package com.ulvanejdbc;
+
+import java.nio.charset.StandardCharsets;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.sql.Types;
+import java.util.Calendar;
+import java.util.Date;
+import java.util.GregorianCalendar;
+import java.util.TimeZone;
+
+/** Where a driver gives a date or time value without having pushed it through the VM's time zone or calendar. */
+enum TemporalSource {
+  /** The driver's own text. */
+  TEXT("") {
+    @Override
+    String read(ResultSet rows, int jdbcType, int column) throws SQLException {
+      String text = rows.getString(column);
+      if (text == null) return null;
+      String utc = UtcText.of(text.getBytes(StandardCharsets.ISO_8859_1));
+      return utc != null ? utc : pointInTime(rows, jdbcType, column, text);
+    }
+  },
+
+  /** The server's bytes: cheaper than a string, and the only form that this driver leaves alone in binary transfer. */
+  POSTGRESQL("org.postgresql.") {
+    @Override
+    String read(ResultSet rows, int jdbcType, int column) throws SQLException {
+      byte[] value = rows.getBytes(column);
+      if (value == null) return null;
+      String utc = UtcText.of(value);
+      return utc != null ? utc : PostgresBinary.toText(value, jdbcType);
+    }
+  },
+
+  /** The server's bytes: getString moves values out of the hour that the VM's zone skips in spring. */
+  MARIADB("org.mariadb.") {
+    @Override
+    String read(ResultSet rows, int jdbcType, int column) throws SQLException {
+      byte[] value = rows.getBytes(column);
+      if (value == null) return null;
+      String utc = UtcText.of(value);
+      return utc != null ? utc : rows.getString(column);
+    }
+  },
+
+  /** A calendar of ours: this driver knows no java.time, and its getString goes by the VM's zone. */
+  DERBY("org.apache.derby.") {
+    @Override
+    String read(ResultSet rows, int jdbcType, int column) throws SQLException {
+      return fromCalendar(rows, jdbcType, column);
+    }
+  };
+
+  private static final Calendar UTC = gregorianUtc();
+
+  private static final ClassValue<TemporalSource> BY_CLASS = new ClassValue<TemporalSource>() {
+    @Override
+    protected TemporalSource computeValue(Class<?> rowsClass) {
+      for (TemporalSource source : values()) {
+        if (source != TEXT && rowsClass.getName().startsWith(source.packagePrefix)) return source;
+      }
+      return TEXT;
+    }
+  };
+
+  private final String packagePrefix;
+
+  TemporalSource(String packagePrefix) {
+    this.packagePrefix = packagePrefix;
+  }
+
+  static TemporalSource of(ResultSet rows) {
+    return BY_CLASS.get(rows.getClass());
+  }
+
+  /** The value as text in UTC, or null for SQL NULL. */
+  abstract String read(ResultSet rows, int jdbcType, int column) throws SQLException;
+
+  private static String pointInTime(ResultSet rows, int jdbcType, int column, String text) {
+    try {
+      String utc = fromCalendar(rows, jdbcType, column);
+      return utc != null ? utc : text;
+    } catch (SQLException neitherTextNorNumberOfADate) {
+      return text;
+    }
+  }
+
+  private static String fromCalendar(ResultSet rows, int jdbcType, int column) throws SQLException {
+    // Drivers write into the calendar that they are given, so each call gets its own.
+    Calendar calendar = (Calendar) UTC.clone();
+    switch (jdbcType) {
+      case Types.DATE:
+        return UtcText.ofDate(rows.getDate(column, calendar));
+      case Types.TIME:
+      case Types.TIME_WITH_TIMEZONE:
+        return UtcText.ofTime(rows.getTime(column, calendar));
+      default:
+        return UtcText.ofTimestamp(rows.getTimestamp(column, calendar));
+    }
+  }
+
+  private static Calendar gregorianUtc() {
+    GregorianCalendar calendar = new GregorianCalendar(TimeZone.getTimeZone("UTC"));
+    calendar.setGregorianChange(new Date(Long.MIN_VALUE));
+    return calendar;
+  }
+}
