@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "JavaConnectionUtils.h"
+#include "doubles.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+/// What an operation is given to fill in, with a mark in each to see whether it was touched.
+struct Given {
+  Names first = {"before"};
+  Names second = {"before"};
+  char mark = 'm';
+  char* value = &mark;
+
+  ~Given() {
+    if (value != &mark) std::free(value);
+  }
+  bool listsUntouched() const { return first.size() + second.size() == 2; }
+};
+
+const struct {
+  std::string method;
+  std::function<bool(JavaConnectionUtils&, Given&)> run;
+} kOperations[] = {
+    {"setParams", [](auto& bridge, auto& given) { return bridge.setParams(given.first, given.second); }},
+    {"connect", [](auto& bridge, auto&) { return bridge.makeConnection(); }},
+    {"canDiscover", [](auto& bridge, auto&) { return bridge.canDiscover(); }},
+    {"discoverTables", [](auto& bridge, auto& given) { return bridge.discoverTables(given.first); }},
+    {"discoverTable",
+     [](auto& bridge, auto& given) { return bridge.discoverTable(given.first[0], given.first, given.second); }},
+    {"query", [](auto& bridge, auto&) { return bridge.query(); }},
+    {"next", [](auto& bridge, auto&) { return bridge.next(); }},
+    {"getColumn", [](auto& bridge, auto& given) { return bridge.getColumn(1, given.value); }},
+};
+
+class Bridge : public kivo::test::DoublesTest {
+ protected:
+  Bridge() {
+    EXPECT_TRUE(bridge.javaInit());
+    calls();
+  }
+
+  std::string className = "doubles/Bridge";
+  JavaConnectionUtils bridge{className};
+};
+
+TEST_F(Bridge, NothingWorksAndNothingIsTouchedBeforeAnInstanceExists) {
+  JavaConnectionUtils unborn(className);
+  JavaVM* const vm = std::exchange(_globaljvm, nullptr);
+  EXPECT_FALSE(unborn.javaInit());
+  _globaljvm = vm;
+  EXPECT_EQ(unborn.env, nullptr);
+  Names none;
+  EXPECT_EQ(unborn.buildStringArray(none), nullptr);
+
+  std::string missing = "doubles/Missing";
+  JavaConnectionUtils attached(missing);
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(attached.javaInit()); }), "java.lang.NoClassDefFoundError: doubles/Missing\n");
+  for (const auto& operation : kOperations) {
+    for (JavaConnectionUtils* object : {&unborn, &attached}) {
+      Given given;
+      EXPECT_FALSE(operation.run(*object, given)) << operation.method;
+      EXPECT_TRUE(given.listsUntouched() && given.value == &given.mark) << operation.method;
+    }
+  }
+  EXPECT_EQ(calls(), "");
+
+  attached.className = className;
+  EXPECT_TRUE(attached.javaInit()) << "a failed start may be repeated";
+  EXPECT_TRUE(attached.javaInit()) << "a second start keeps the instance";
+  EXPECT_EQ(calls(), "Bridge.<init>()\n");
+}
+
+TEST_F(Bridge, AClassThatCannotBeCreatedIsDescribed) {
+  const struct {
+    std::string className, trouble, complaint;
+  } rows[] = {
+      {"java/lang/Number", "", "java.lang.InstantiationException: java.lang.Number\n"},
+      {"doubles/Bridge", "hide <init>", "java.lang.NoSuchMethodError: <init>\n"},
+      {"doubles/Bridge", "throw Bridge.<init>", "java.sql.SQLException: Bridge.<init> refused\n"},
+  };
+  for (auto row : rows) {
+    const Trouble trouble(*this, row.trouble);
+    JavaConnectionUtils refused(row.className);
+    EXPECT_EQ(printed([&] { EXPECT_FALSE(refused.javaInit()); }), row.complaint);
+    EXPECT_EQ(refused.connectionObject, nullptr);
+    EXPECT_FALSE(env->ExceptionCheck());
+  }
+}
+
+TEST_F(Bridge, AnObjectWhoseConstructorThrewIsNotKept) {
+  const std::string complaint = "java.lang.IllegalStateException: constructor refused\n";
+  for (int megabyte = 0; megabyte < 400; ++megabyte) {
+    std::string name = "doubles/HeavyConstructor";
+    JavaConnectionUtils other(name);
+    ASSERT_EQ(printed([&] { EXPECT_FALSE(other.javaInit()); }), complaint) << "after " << megabyte << " MB";
+  }
+}
+
+TEST_F(Bridge, AFailureIsPrintedOnceAndLeavesNothingPending) {
+  for (const auto& operation : kOperations) {
+    for (const std::string kind : {"hide ", "throw Bridge."}) {
+      const Trouble trouble(*this, kind + operation.method);
+      Given given;
+      EXPECT_EQ(printed([&] { EXPECT_FALSE(operation.run(bridge, given)) << operation.method; }), trouble.complaint);
+      EXPECT_FALSE(env->ExceptionCheck()) << trouble.complaint;
+      EXPECT_TRUE(given.listsUntouched()) << trouble.complaint;
+      EXPECT_EQ(given.value == nullptr, operation.method == "getColumn") << trouble.complaint;
+    }
+    leavePending();
+    Given given;
+    EXPECT_EQ(printed([&] { EXPECT_TRUE(operation.run(bridge, given)) << operation.method; }), kLeftOver);
+  }
+}
+
+TEST_F(Bridge, CallsPassThroughAndAFalseAnswerIsNoComplaint) {
+  Names names = {"host", "smile"};
+  Names values = {"h\xC3\xA9\xE2\x82\xAC", "\xF0\x9F\x98\x80!", "third"};
+  Names none;
+  answer("Bridge.canDiscover", "false");
+  answer("Bridge.next", "1");
+  EXPECT_EQ(printed([&] {
+              EXPECT_TRUE(bridge.setParams(names, values));
+              EXPECT_TRUE(bridge.setParams(none, none));
+              EXPECT_TRUE(bridge.makeConnection() && bridge.query());
+              EXPECT_FALSE(bridge.canDiscover());
+              EXPECT_TRUE(bridge.next());
+              EXPECT_FALSE(bridge.next());
+            }),
+            "");
+  EXPECT_EQ(calls(),
+            "Bridge.setParams([host, smile], [h\xC3\xA9\xE2\x82\xAC, \xED\xA0\xBD\xED\xB8\x80!, third])\n"
+            "Bridge.setParams([], [])\nBridge.connect()\nBridge.query()\nBridge.canDiscover()\n"
+            "Bridge.next()\nBridge.next()\n");
+}
+
+TEST_F(Bridge, AColumnIsABufferOfTheJavaText) {
+  const std::pair<std::string, int> rows[] = {{"", 0}, {"plain", -1}, {"nul \xC0\x80 \xED\xA0\xBD\xED\xB8\x80", 7}};
+  for (const auto& [text, index] : rows) {
+    answer("Bridge.getColumn", text);
+    Given given;
+    EXPECT_TRUE(bridge.getColumn(index, given.value)) << text;
+    EXPECT_STREQ(given.value, text.c_str());
+    EXPECT_EQ(calls(), "Bridge.getColumn(" + std::to_string(index) + ")\n");
+  }
+  answer("Bridge.getColumn", "null");
+  Given given;
+  EXPECT_TRUE(bridge.getColumn(1, given.value));
+  EXPECT_EQ(given.value, nullptr);
+}
+
+TEST_F(Bridge, DiscoveryAppendsInOrderUpToTheFirstElementThatIsNoText) {
+  const struct {
+    const char* answer;
+    bool result;
+    Names first, second;
+  } rows[] = {
+      {"a,b,a;x", true, {"before", "a", "b", "a"}, {"before", "x"}},    {";", true, {"before"}, {"before"}},
+      {"a;x,y,z", true, {"before", "a"}, {"before", "x", "y", "z"}},    {"no,a;x", false, {"before"}, {"before"}},
+      {"a,b,c,null,e;x", false, {"before", "a", "b", "c"}, {"before"}}, {"a,#,c;x", false, {"before", "a"}, {"before"}},
+      {"a,b;x,null", false, {"before", "a", "b"}, {"before", "x"}},
+  };
+  for (const auto& row : rows) {
+    answer("Bridge.discoverTable", row.answer);
+    Given given;
+    std::string table = "T\xC3\xA4\xF0\x9F\x98\x80";
+    EXPECT_EQ(printed([&] { EXPECT_EQ(bridge.discoverTable(table, given.first, given.second), row.result); }), "");
+    EXPECT_EQ(given.first, row.first) << row.answer;
+    EXPECT_EQ(given.second, row.second) << row.answer;
+    EXPECT_EQ(calls(), "Bridge.discoverTable(T\xC3\xA4\xED\xA0\xBD\xED\xB8\x80, [], [])\n");
+  }
+}
+
+TEST_F(Bridge, AListOfAnyLengthIsReadAndASecondCallAppends) {
+  Names tables;
+  answer("Bridge.discoverTables", "no,a");
+  EXPECT_FALSE(bridge.discoverTables(tables));
+  answer("Bridge.discoverTables", "*40000");
+  EXPECT_TRUE(bridge.discoverTables(tables) && bridge.discoverTables(tables));
+  ASSERT_EQ(tables.size(), 80000U);
+  EXPECT_EQ(tables.front() + tables.back(), "TT");
+  EXPECT_EQ(calls(), "Bridge.discoverTables([])\nBridge.discoverTables([])\nBridge.discoverTables([])\n");
+}
+
+}  // namespace

@@ -1,0 +1,3 @@
+package com.kx;
+
+public final class kdbDataSource extends doubles.VendorDataSource {}

@@ -1,0 +1,3 @@
+package com.microsoft.sqlserver.jdbc;
+
+public final class SQLServerDataSource extends doubles.VendorDataSource {}

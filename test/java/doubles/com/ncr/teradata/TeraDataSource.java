@@ -1,0 +1,3 @@
+package com.ncr.teradata;
+
+public final class TeraDataSource extends doubles.VendorDataSource {}

@@ -1,0 +1,3 @@
+package com.velmar.jdbc3.jdbc;
+
+public final class VelmDataSource extends doubles.VendorDataSource {}

@@ -1,0 +1,36 @@
+package doubles;
+
+import java.util.Collections;
+import java.util.Vector;
+
+/** A Java connection class; none of it is public, since access control does not apply to native callers. */
+final class Bridge extends InheritedBridge {
+  private Bridge() {
+    Recorder.enter("Bridge.<init>", "");
+  }
+
+  private void setParams(String[] names, String[] values) {
+    Recorder.enter("Bridge.setParams", "", names, values);
+  }
+
+  private boolean discoverTables(Vector<Object> tables) {
+    return fill(Recorder.enter("Bridge.discoverTables", "ORDERS,ITEMS", tables), tables);
+  }
+
+  private boolean discoverTable(String table, Vector<Object> first, Vector<Object> second) {
+    String[] lists = Recorder.enter("Bridge.discoverTable", "ID,NAME;INT", table, first, second).split(";", -1);
+    return fill(lists[0], first) & fill(lists[1], second);
+  }
+
+  /** Adds names: "null" is no string, "#" a foreign object, "*n" stands for n names; "no" refuses the list. */
+  private static boolean fill(String list, Vector<Object> names) {
+    for (String name : list.isEmpty() ? new String[0] : list.split(",")) {
+      if (name.startsWith("*")) {
+        names.addAll(Collections.nCopies(Integer.parseInt(name.substring(1)), "T"));
+      } else {
+        names.add(name.equals("null") ? null : name.equals("#") ? Integer.valueOf(7) : name);
+      }
+    }
+    return !names.contains("no");
+  }
+}

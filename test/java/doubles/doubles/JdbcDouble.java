@@ -1,0 +1,84 @@
+package doubles;
+
+import java.lang.reflect.InvocationHandler;
+import java.lang.reflect.Method;
+import java.lang.reflect.Proxy;
+import java.sql.DatabaseMetaData;
+import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
+import java.sql.Statement;
+import java.util.Arrays;
+
+/** Plays every JDBC interface that the library calls. */
+final class JdbcDouble implements InvocationHandler {
+  private static final String DEFAULT_RESULT = "ID:4,NAME:12,AT:93\n1,one,2001\n2,null,null";
+
+  private final Class<?> type;
+  private final Table table;
+  private int batched;
+
+  private JdbcDouble(Class<?> type, Table table) {
+    this.type = type;
+    this.table = table;
+  }
+
+  static <T> T make(Class<T> type, Table table) {
+    JdbcDouble handler = new JdbcDouble(type, table);
+    return type.cast(Proxy.newProxyInstance(type.getClassLoader(), new Class<?>[] {type}, handler));
+  }
+
+  @Override
+  public Object invoke(Object self, Method method, Object[] arguments) throws Throwable {
+    if (method.getDeclaringClass() == Object.class) {
+      return method.invoke(this, arguments);
+    }
+    String member = type.getSimpleName() + "." + method.getName();
+    String answer = Recorder.enter(member, "", arguments);
+    return answer == null ? null : answer(member, answer, arguments);
+  }
+
+  private Object answer(String member, String answer, Object[] arguments) {
+    switch (member) {
+      case "Connection.createStatement":
+        return make(Statement.class, null);
+      case "Connection.getMetaData":
+        return make(DatabaseMetaData.class, null);
+      case "DatabaseMetaData.getTables":
+        return make(ResultSet.class, new Table(answer));
+      case "Statement.executeQuery":
+        return make(ResultSet.class, new Table(Recorder.scripted((String) arguments[0], DEFAULT_RESULT)));
+      case "Statement.executeUpdate":
+        return answer.isEmpty() ? 7 : Integer.parseInt(answer);
+      case "Statement.addBatch":
+        ++batched;
+        return null;
+      case "Statement.executeBatch":
+        return executeBatch(answer);
+      case "ResultSet.getMetaData":
+        return make(ResultSetMetaData.class, table);
+      case "ResultSet.next":
+        return table.next();
+      case "ResultSet.getString":
+        return table.cell((Integer) arguments[0]);
+      case "ResultSetMetaData.getColumnCount":
+        return table.columnCount();
+      case "ResultSetMetaData.getColumnName":
+        return table.columnName((Integer) arguments[0]);
+      case "ResultSetMetaData.getColumnType":
+        return table.columnType((Integer) arguments[0]);
+      default:
+        return null;
+    }
+  }
+
+  private int[] executeBatch(String counts) {
+    int added = batched;
+    batched = 0;
+    if (!counts.isEmpty()) {
+      return Arrays.stream(counts.split(",")).mapToInt(Integer::parseInt).toArray();
+    }
+    int[] ones = new int[added];
+    Arrays.fill(ones, 1);
+    return ones;
+  }
+}

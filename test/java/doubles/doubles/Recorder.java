@@ -1,0 +1,62 @@
+package doubles;
+
+import java.sql.SQLException;
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.Map;
+import java.util.StringJoiner;
+
+/** The script that the doubles follow, and the calls that reached them. */
+public final class Recorder {
+  private static final Map<String, String> ANSWERS = new HashMap<>();
+  private static final StringBuilder CALLS = new StringBuilder();
+
+  private Recorder() {}
+
+  /** From now on the member answers so: "throw", "null", text that the member understands, or as "usual". */
+  public static void answer(String member, String text) {
+    ANSWERS.put(member, text);
+    ANSWERS.remove(member, "usual");
+  }
+
+  /** The calls since the last time, a line each. */
+  public static String take() {
+    String taken = CALLS.toString();
+    CALLS.setLength(0);
+    return taken;
+  }
+
+  /** Forgets script and calls. */
+  public static void forget() {
+    ANSWERS.clear();
+    CALLS.setLength(0);
+  }
+
+  /** Records a call, then answers as scripted. */
+  static String enter(String member, String otherwise, Object... arguments) {
+    StringJoiner joined = new StringJoiner(", ", member + "(", ")\n");
+    for (Object argument : arguments == null ? new Object[0] : arguments) {
+      joined.add(argument instanceof Object[] ? Arrays.toString((Object[]) argument) : String.valueOf(argument));
+    }
+    CALLS.append(joined);
+    return value(member, scripted(member, otherwise));
+  }
+
+  static String scripted(String key, String otherwise) {
+    return ANSWERS.getOrDefault(key, otherwise);
+  }
+
+  /** What a scripted text stands for. */
+  static String value(String member, String text) {
+    if (text.equals("throw")) {
+      throw Recorder.<RuntimeException>unchecked(new SQLException(member + " refused"));
+    }
+    return text.equals("null") ? null : text;
+  }
+
+  /** Lets a checked exception out of members that do not declare it. */
+  @SuppressWarnings("unchecked")
+  private static <E extends Exception> E unchecked(Exception exception) throws E {
+    throw (E) exception;
+  }
+}

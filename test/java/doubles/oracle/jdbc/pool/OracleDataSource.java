@@ -1,0 +1,3 @@
+package oracle.jdbc.pool;
+
+public final class OracleDataSource extends doubles.VendorDataSource {}

@@ -1,0 +1,3 @@
+package org.netezza.jdbc3;
+
+public final class Jdbc3PoolingDataSource extends doubles.VendorDataSource {}

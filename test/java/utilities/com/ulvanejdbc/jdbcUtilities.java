@@ -1,0 +1,3 @@
+package com.ulvanejdbc;
+
+public final class jdbcUtilities extends doubles.Utilities {}

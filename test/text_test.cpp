@@ -1,0 +1,55 @@
+#include "jni/text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using namespace std::string_literals;
+
+const std::string kBad = "\xEF\xBF\xBD";
+const std::string kSmile = "\xED\xA0\xBD\xED\xB8\x80";  // U+1F600 as two surrogates
+
+const struct {
+  const char* what;
+  std::string text;
+  std::string expected;
+} kRows[] = {
+    {"nothing", "", ""},
+    {"ASCII", "SELECT 1\n\x7F", "SELECT 1\n\x7F"},
+    {"two bytes, first and last", "\xC2\x80\xDF\xBF", "\xC2\x80\xDF\xBF"},
+    {"three bytes, first and last", "\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
+    {"a surrogate pair in three-byte form", "a" + kSmile + "b", "a" + kSmile + "b"},
+    {"a lone surrogate, as Java strings may hold", "\xED\xA0\x80", "\xED\xA0\x80"},
+    {"Java's own form of U+0000", "a\xC0\x80z", "a\xC0\x80z"},
+    {"what follows a NUL is not text", "ab\0\xF0\x9F\x98\x80"s, "ab"},
+    {"four bytes, text behind them kept", "id='\xF0\x9F\x98\x80' WHERE a=1", "id='" + kSmile + "' WHERE a=1"},
+    {"four bytes, first and last", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+     "\xED\xA0\x80\xED\xB0\x80\xED\xAF\xBF\xED\xBF\xBF"},
+    {"beyond U+10FFFF", "\xF4\x90\x80\x80", kBad + kBad + kBad + kBad},
+    {"leads that no form has", "\xF5\xFF\xFE", kBad + kBad + kBad},
+    {"stray continuations", "a\x80\xBFz", "a" + kBad + kBad + "z"},
+    {"overlong in two bytes", "\xC0\x81\xC1\xBF", kBad + kBad + kBad + kBad},
+    {"overlong in three bytes", "\xE0\x9F\xBF", kBad + kBad + kBad},
+    {"overlong in four bytes", "\xF0\x8F\xBF\xBF", kBad + kBad + kBad + kBad},
+    {"two bytes cut by ASCII", "\xC3z", kBad + "z"},
+    {"three bytes cut by ASCII", "\xE2\x82z", kBad + kBad + "z"},
+    {"four bytes cut by another lead", "\xF0\x9F\x98\xC3\xA9", kBad + kBad + kBad + "\xC3\xA9"},
+    {"two bytes cut by the end", "\xC3", kBad},
+    {"three bytes cut by the end", "a\xE2\x82", "a" + kBad + kBad},
+    {"four bytes cut by the end", "a\xF0\x9F\x98", "a" + kBad + kBad + kBad},
+    {"cut by a NUL, text behind it", "a\xF0\x9F\0\x98\x80z"s, "a" + kBad + kBad},
+    {"good sequences around a bad byte", "\xC3\xA9\xFF\xE2\x82\xAC", "\xC3\xA9" + kBad + "\xE2\x82\xAC"},
+};
+
+TEST(TextIntoJava, OnlyWhatJavaWouldGarbleIsRewritten) {
+  for (const auto& row : kRows) {
+    const bool garbled = row.text.c_str() != row.expected;
+    std::string rewritten = "before";
+    EXPECT_EQ(kivo::rewriteForJava(row.text.c_str(), rewritten), garbled) << row.what;
+    EXPECT_EQ(rewritten, garbled ? row.expected : "before") << row.what;
+  }
+}
+
+}  // namespace

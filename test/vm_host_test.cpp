@@ -1,0 +1,140 @@
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "JavaVmHost.h"
+#include "JdbcUtils.h"
+#include "vm_fixture.h"
+
+namespace {
+bool loaderIsSilent = false;
+// Looked up before any failure: a look-up forgets the loader's text.
+const auto realDlerror = reinterpret_cast<char* (*)()>(dlsym(RTLD_NEXT, "dlerror"));
+}  // namespace
+
+/// The loader's own, made able to have no text.
+extern "C" char* dlerror() noexcept { return loaderIsSilent || !realDlerror ? nullptr : realDlerror(); }
+
+namespace {
+
+const std::string kFakeJvm = KIVO_FAKE_JVM;
+const std::string kNowhere = "/nowhere/libjvm.so";
+const std::string kNotOpened = "could not open Java VM shared library '/nowhere/libjvm.so'";
+
+/// Calls javaInit() and gives the error text, which a success leaves as it was.
+std::string init(std::string library, int maxHeapMb, std::string classPath = "/a b:c/*") {
+  std::string error = "text before";
+  const bool created = javaInit(library, classPath, maxHeapMb, error);
+  EXPECT_EQ(_jvmPath, library);
+  return (created ? "true, " : "false, ") + error;
+}
+
+/// Runs work in a process of its own, where a VM may be made, or may end the process. @return what work found.
+std::string inChild(const std::function<std::string()>& work) {
+  int ends[2];
+  if (pipe(ends) != 0) return "no pipe";
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    const std::string found = work();
+    _exit(write(ends[1], found.data(), found.size()) == static_cast<ssize_t>(found.size()) ? 0 : 99);
+  }
+  close(ends[1]);
+  char buffer[512];
+  std::string found;
+  for (ssize_t length = 0; (length = read(ends[0], buffer, sizeof buffer)) > 0;) found.append(buffer, buffer + length);
+  close(ends[0]);
+  int status = -1;
+  waitpid(child, &status, 0);
+  return status == 0 ? found : found + " and ended with status " + std::to_string(status);
+}
+
+TEST(VmHost, AFailureReplacesTheErrorTextAndNamesItsCause) {
+  const std::string reason = ": " + kNowhere + ": cannot open shared object file: No such file or directory";
+  const struct {
+    std::string library;
+    int maxHeapMb;
+    bool silent;
+    std::string expected;
+  } rows[] = {
+      {kNowhere, 64, false, "false, " + kNotOpened + reason},
+      {kNowhere, 8, false, "false, " + kNotOpened + reason},
+      {kNowhere, 64, true, "false, " + kNotOpened},
+      {"libm.so.6", 64, false, "false, could not find function to create Java VM"},
+      {"libm.so.6", 8, false, "false, could not find function to create Java VM"},
+  };
+  for (const auto& row : rows) {
+    loaderIsSilent = row.silent;
+    EXPECT_EQ(init(row.library, row.maxHeapMb), row.expected);
+    loaderIsSilent = false;
+    EXPECT_EQ(_globaljvm, nullptr) << row.library;
+  }
+}
+
+TEST(VmHost, CreatesTheVmWithFourOptionsAndOnlyWithAHeapThatLeavesTheProcessAlive) {
+  void* fake = dlopen(kFakeJvm.c_str(), RTLD_LAZY);
+  ASSERT_NE(fake, nullptr) << dlerror();
+  ASSERT_EQ(dlsym(RTLD_DEFAULT, "fakeJvmSeen"), nullptr) << "the library is loaded for all already";
+  auto* answer = static_cast<jint*>(dlsym(fake, "fakeJvmAnswer"));
+  const struct {
+    int maxHeapMb;
+    jint answer;
+    const char* option;
+    const char* expected;
+  } rows[] = {
+      {1, 0, "", "false, could not create Java VM"},
+      {15, 0, "", "false, could not create Java VM"},
+      {512, JNI_ERR, "-Xmx512m", "false, could not create Java VM"},
+      {512, 0, "-Xmx512m", "true, text before"},
+      {16, 5, "-Xmx16m", "true, text before"},
+      {0, 0, "-Xmx0m", "true, text before"},
+      {INT_MIN, 0, "-Xmx-2147483648m", "true, text before"},
+      {INT_MAX, 0, "-Xmx2147483647m", "true, text before"},
+  };
+  for (const auto& row : rows) {
+    *answer = row.answer;
+    EXPECT_EQ(init(kFakeJvm, row.maxHeapMb), row.expected) << row.maxHeapMb;
+    const bool created = std::string(row.expected).front() == 't';
+    EXPECT_EQ(std::exchange(_globaljvm, nullptr), created ? reinterpret_cast<JavaVM*>(answer) : nullptr);
+
+    // Found without a handle: javaInit() has made the library's functions known to those loaded after it.
+    const auto seen = reinterpret_cast<const char* (*)()>(dlsym(RTLD_DEFAULT, "fakeJvmSeen"));
+    ASSERT_NE(seen, nullptr);
+    const std::string before = "10004 strict\n-Djava.class.path=/a b:c/*\n-Xms16m\n";
+    EXPECT_EQ(seen(), *row.option == '\0' ? "" : before + row.option + "\n-Duser.timezone=UTC");
+  }
+}
+
+TEST(VmHost, TheFirstVmStaysAndObjectsAttachToIt) {
+  EXPECT_EQ(inChild([] {
+              const std::string library = kivo::test::jvmLibrary();
+              JdbcUtils utils;
+              std::string found = utils.javaInit() || utils.env != nullptr ? "attached to nothing" : "";
+              found += init(library, 64) + '\n';
+              JavaVM* const first = _globaljvm;
+              found += init(library, 64) + '\n';
+              javaDestroy();
+              found += first != nullptr && _globaljvm == first && _jvmPath == library ? "kept\n" : "lost\n";
+              return found + (utils.javaInit() && utils.env != nullptr && utils.javaInit() ? "attached" : "detached");
+            }),
+            "true, text before\nfalse, could not create Java VM\nkept\nattached");
+}
+
+TEST(VmHost, AHeapThatTheVmRefusesIsAFailureAndTheSmallestOneWorks) {
+  const std::pair<int, const char*> rows[] = {{0, "false, could not create Java VM"},
+                                              {-5, "false, could not create Java VM"},
+                                              {15, "false, could not create Java VM"},
+                                              {16, "true, text before"}};
+  for (const auto& [maxHeapMb, expected] : rows) {
+    const auto create = [heap = maxHeapMb] { return init(kivo::test::jvmLibrary(), heap); };
+    EXPECT_EQ(inChild(create), expected) << maxHeapMb;
+  }
+}
+
+}  // namespace
