@@ -1,0 +1,38 @@
+# What the throw-away servers share; sourced by tools/postgres and tools/mariadb, which set server_user.
+# shellcheck shell=sh
+
+password=kivo-test-password
+
+fail() {
+  echo "$0: $1" >&2
+  exit 1
+}
+
+# Above the ports that systems commonly hand out to servers; a busy one is tried no further.
+random_port() { echo $((20000 + $(od -An -N2 -tu2 /dev/urandom) % 12000)); }
+
+# The servers refuse to run as root.
+as_server() {
+  if [ "$(id -u)" = 0 ]; then runuser -u "$server_user" -- "$@"; else "$@"; fi
+}
+
+# Takes an empty folder over.
+prepare() {
+  [ -z "$(ls -A "$dir")" ] || fail "$dir is not empty"
+  [ "$(id -u)" != 0 ] || chown "$server_user" "$dir"
+}
+
+announce() {
+  printf 'HOST=127.0.0.1\nPORT=%s\nDATABASE=kivo\nUSER=kivo\nPASSWORD=%s\n' "$1" "$password"
+}
+
+# Runs the command given by name for the folder given.
+main() {
+  [ $# = 2 ] || fail "usage: $0 start|stop DIR"
+  [ -d "$2" ] || fail "there is no folder $2"
+  dir=$(cd "$2" && pwd)
+  case $1 in
+    start | stop) "$1" ;;
+    *) fail "usage: $0 start|stop DIR" ;;
+  esac
+}
