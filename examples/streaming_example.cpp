@@ -60,5 +60,5 @@ int main(int argc, char** argv) {
   std::cout << read << " rows in " << seconds.count() << " s, peak resident memory " << peakMegabytes()
             << " MB, Java heap at most 64 MB\n";
   require(database, database.closeConnection());
-  return read == std::atol(rows.c_str()) ? 0 : 1;
+  return read == std::stol(rows) ? 0 : 1;
 }

@@ -33,7 +33,7 @@ long sum(jdbcWrapper& database, const std::string& sql) {
   while (database.next()) {
     char* value = nullptr;
     if (!database.getColumn(1, value) || value == nullptr) return -1;
-    total += std::atol(value);
+    total += std::strtol(value, nullptr, 10);
     std::free(value);
   }
   return database.errorState == 0 ? total : -1;
@@ -57,6 +57,7 @@ int main() {
   example::startJavaVm();
   std::atomic<int> right{0};
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int number = 0; number < kThreads; ++number) {
     threads.emplace_back([number, &right] {
       if (work(number)) ++right;

@@ -4,13 +4,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
 #include "JdbcUtils.h"
 #include "doubles.h"
+#include "jdbcWrapper.h"
 #include "jni_ledger.h"
+#include "wrapper_operations.h"
 
 namespace kivo::test {
 namespace {
@@ -175,8 +178,45 @@ std::vector<Member> jdbcMembers() {
     j.executeBatch(counts);
   }));
   members.push_back(jdbc("getTables", State::connected, listing));
-  members.push_back(jdbc("getTables of Oracle", State::row, listing, kPending, "oracle"));
-  members.push_back(jdbc("getTables of Teradata", State::connected, listing, kPending, "teradata"));
+  members.push_back(jdbc("getTables of Oracle", State::row, listing, false, "oracle"));
+  members.push_back(jdbc("getTables of Teradata", State::connected, listing, false, "teradata"));
+  return members;
+}
+
+bool run(const Operation& operation, jdbcWrapper& wrapper) {
+  Given given;
+  return operation.run(wrapper, given);
+}
+
+/// A row for an operation of the wrapper; one that fails once must end the next time as it did before.
+Member wrapped(const Operation& operation) {
+  return {operation.name.c_str(), false, [&operation](JniLedger& ledger, const Armed& armed) {
+            jdbcWrapper wrapper;
+            const bool usual = run(operation, wrapper);
+            if (armed([&] { run(operation, wrapper); })) {
+              EXPECT_EQ(wrapper.errorState == 0, wrapper.errorMessage.empty());
+            }
+            EXPECT_FALSE(ledger.exceptionPending());
+            EXPECT_EQ(run(operation, wrapper), usual);
+          }};
+}
+
+/// A row for a construction while the class lacks a method, if named. An object that reports nothing must do
+/// everything, and one that does must not crash.
+Member constructed(JNIEnv* env, const char* without) {
+  return {"jdbcWrapper", false, [=](JniLedger& ledger, const Armed& armed) {
+            const Hidden hidden(env, without);
+            std::optional<jdbcWrapper> wrapper;
+            if (!armed([&] { wrapper.emplace(); })) return;
+            EXPECT_FALSE(ledger.exceptionPending());
+            const bool whole = wrapper->errorState == 0;
+            for (const Operation& operation : kOperations) EXPECT_TRUE(run(operation, *wrapper) || !whole);
+          }};
+}
+
+std::vector<Member> wrapperMembers() {
+  std::vector<Member> members;
+  for (const Operation& operation : kOperations) members.push_back(wrapped(operation));
   return members;
 }
 
@@ -214,6 +254,17 @@ class LedgerSweep : public DoublesTest {
 TEST_F(LedgerSweep, BridgeReleasesEverythingWhicheverCallFails) { sweep(bridgeMembers(), "JavaConnectionUtils"); }
 
 TEST_F(LedgerSweep, JdbcReleasesEverythingWhicheverCallFails) { sweep(jdbcMembers(), "JdbcUtils"); }
+
+TEST_F(LedgerSweep, WrapperReleasesEverythingWhicheverCallFails) {
+  std::vector<Member> members = wrapperMembers();
+  for (const char* without : {"", "getTables"}) members.push_back(constructed(env, without));
+  sweep(members, "jdbcWrapper");
+  for (const char* refused : {"next", "getStatement"}) answer(refused, "false");
+  for (const char* nothing : {"getColumn", "getVendor", "getTables"}) answer(nothing, "null");
+  for (const char* throwing : {"setUrl", "executeUpdate", "getColumnName"}) answer(throwing, "throw");
+  answer("getErrorCode", "1");
+  sweep(wrapperMembers(), "jdbcWrapper, refused");
+}
 
 }  // namespace
 }  // namespace kivo::test

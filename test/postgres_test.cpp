@@ -226,7 +226,7 @@ TEST_F(Postgres, StreamsMoreThanTheHeapHolds) {
   for (; utils.next(); ++rows) {
     char* value = nullptr;
     if (!utils.getColumn(1, value) || value == nullptr) break;
-    sum += std::atol(value);
+    sum += std::strtol(value, nullptr, 10);
     std::free(value);
   }
   EXPECT_EQ(rows, 2000000);
@@ -247,6 +247,7 @@ TEST_F(Postgres, AResultLargerThanTheHeapFailsAndTheProcessLives) {
 TEST_F(Postgres, EightThreadsReadSideBySide) {
   std::atomic<int> right{0};
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int number = 0; number < 8; ++number) {
     threads.emplace_back([number, &right] {
       JdbcUtils own;
@@ -254,7 +255,7 @@ TEST_F(Postgres, EightThreadsReadSideBySide) {
       std::string sql = "select g * " + std::to_string(number) + " from generate_series(1, 5000) g";
       long sum = 0;
       for (bool more = own.executeQuery(sql, 0) && own.next(); more; more = own.next()) {
-        sum += std::atol(column(own, 1).value_or("").c_str());
+        sum += std::stol(column(own, 1).value_or("0"));
       }
       own.closeConnection();
       if (sum == number * 5000L * 5001 / 2) ++right;

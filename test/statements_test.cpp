@@ -34,7 +34,7 @@ class Statements : public kivo::test::JdbcDoublesTest {
     char* value = &mark;
     const bool read = utils.getColumn(index, value);
     if (value == &mark) return "untouched";
-    const std::string text = value == nullptr ? read ? "null" : "failed" : value;
+    std::string text = value == nullptr ? read ? "null" : "failed" : value;
     std::free(value);
     return text;
   }
@@ -143,7 +143,7 @@ TEST_F(Statements, ClosingGoesFromTheInsideOutAndReleasesWhateverCloseDoes) {
   const auto closeAll = [this] {
     EXPECT_TRUE(query());
     calls();
-    const std::string text = printed([&] { utils.closeConnection(), utils.closeConnection(); });
+    std::string text = printed([&] { utils.closeConnection(), utils.closeConnection(); });
     EXPECT_TRUE(holdsNothing());
     return text;
   };

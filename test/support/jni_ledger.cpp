@@ -31,7 +31,7 @@ long thisThread() {
 
 jclass globalClass(JNIEnv* real, const char* name) {
   const jclass found = real->FindClass(name);
-  const auto kept = static_cast<jclass>(real->NewGlobalRef(found));
+  auto* const kept = static_cast<jclass>(real->NewGlobalRef(found));
   real->DeleteLocalRef(found);
   return kept;
 }

@@ -83,7 +83,7 @@ const char* JniLedger::judgeCharacters(const Call& call, const void* characters)
 /// Only the method's signature tells which of the arguments are references. Those may be null.
 const char* JniLedger::judgeJavaArguments(const Call& call, va_list arguments) const {
   va_list list;
-  va_copy(list, arguments);  // NOLINT(clang-analyzer-valist.Uninitialized): the caller's, behind an erased pointer
+  va_copy(list, arguments);
   const char* fault = nullptr;
   const char* type = methods_.at(call.arguments[1]).signature.c_str() + 1;
   for (; *type != ')' && fault == nullptr; type = endOfType(type) + 1) {

@@ -35,7 +35,7 @@ std::string javaHomes() {
 std::string jvmLibrary() {
   std::istringstream homes(javaHomes());
   for (std::string home; std::getline(homes, home, ':');) {
-    const std::string library = home + "/lib/server/libjvm.so";
+    std::string library = home + "/lib/server/libjvm.so";
     if (fs::exists(library)) return library;
   }
   throw std::runtime_error("no lib/server/libjvm.so in any of " + javaHomes());
