@@ -60,11 +60,14 @@ void printRow(const std::vector<Cell>& row, const std::vector<std::size_t>& widt
 }  // namespace
 
 void startJavaVm(int maxHeapMb) {
-  std::setlocale(LC_CTYPE, "C.UTF-8");
   std::string jvm = fromEnvironment("KIVO_JVM");
   std::string classPath = fromEnvironment("KIVO_CLASSPATH");
   std::string error;
-  if (javaInit(jvm, classPath, maxHeapMb, error)) return;
+  if (javaInit(jvm, classPath, maxHeapMb, error)) {
+    // For the widths of printTable(): this thread's own locale, since the Java VM sets the process's.
+    uselocale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
+    return;
+  }
   std::cerr << error << std::endl;
   std::exit(4);
 }

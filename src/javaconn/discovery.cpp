@@ -4,14 +4,7 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethod;
-using kivo::findMethodOf;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
+using namespace kivo;
 
 namespace {
 
@@ -24,13 +17,13 @@ LocalRef<jobject> newVector(JNIEnv* env) {
   LocalRef<jclass> vectorClass(env);
   PendingCheck check(env);
   if (!vectorClass.reset(env->FindClass("java/util/Vector"))) return LocalRef<jobject>(env);
-  return kivo::newObject(env, vectorClass.get());
+  return newObject(env, vectorClass.get());
 }
 
 /// Appends one element's text. A null or foreign element ends the walk: its text would be a guess.
 bool appendElement(JNIEnv* env, jobject element, jclass stringClass, std::vector<std::string>& list) {
   if (element == nullptr || env->IsInstanceOf(element, stringClass) != JNI_TRUE) return false;
-  const kivo::TextCharacters characters(env, static_cast<jstring>(element));
+  const TextCharacters characters(env, static_cast<jstring>(element));
   if (characters.get() == nullptr) return false;
   list.emplace_back(characters.get());
   return true;
@@ -86,7 +79,7 @@ bool JavaConnectionUtils::discoverTable(std::string& tableName, std::vector<std:
   LocalRef<jobject> first(env);
   LocalRef<jclass> connectionClass(env);
   PendingCheck check(env);
-  name = kivo::newJavaText(env, tableName);
+  name = newJavaText(env, tableName);
   if (!name) return false;
   const jmethodID method = findMethodOf(env, connectionObject, connectionClass, kDiscoverTable);
   if (method == nullptr) return false;

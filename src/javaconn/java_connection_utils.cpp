@@ -7,14 +7,7 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethodOf;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::newJavaText;
-using kivo::PendingCheck;
+using namespace kivo;
 
 // Hosts allocate these objects themselves: the layout is part of the binary interface.
 static_assert(sizeof(JavaConnectionUtils) == 48);
@@ -71,7 +64,7 @@ bool storeText(JNIEnv* env, jobjectArray array, jsize index, const std::string& 
 JavaConnectionUtils::JavaConnectionUtils(std::string& name) : className(name) {}
 
 JavaConnectionUtils::~JavaConnectionUtils() {
-  if (env != nullptr) kivo::dropGlobal(env, connectionObject);
+  if (env != nullptr) dropGlobal(env, connectionObject);
 }
 
 bool JavaConnectionUtils::javaInit() {
@@ -88,8 +81,8 @@ bool JavaConnectionUtils::javaInit() {
   LocalRef<jclass> connectionClass(env);
   PendingCheck check(env);
   if (!connectionClass.reset(env->FindClass(className.c_str()))) return false;
-  instance = kivo::newObject(env, connectionClass.get());
-  return instance && kivo::keepGlobal(env, connectionObject, instance.get());
+  instance = newObject(env, connectionClass.get());
+  return instance && keepGlobal(env, connectionObject, instance.get());
 }
 
 jobjectArray JavaConnectionUtils::buildStringArray(std::vector<std::string>& strings) {
@@ -144,6 +137,6 @@ bool JavaConnectionUtils::getColumn(int index, char*& value) {
   text = callObject(env, connectionObject, found, static_cast<jint>(index));
   if (!text) return !isPending(env);
   // Out of memory is a failure, told from a Java null by the result.
-  value = kivo::copyTextToBuffer(env, static_cast<jstring>(text.get()));
+  value = copyTextToBuffer(env, static_cast<jstring>(text.get()));
   return value != nullptr;
 }

@@ -5,15 +5,8 @@
 #include "jni/method.h"
 #include "jni/pending.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethod;
-using kivo::findMethodOf;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
-using kivo::jdbc::findAndSet;
-using kivo::jdbc::Vendor;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -34,7 +27,7 @@ const char* keepConnection(JdbcUtils& utils, jobject opened, LocalRef<jclass>& c
   // Methods of an earlier connection must not outlive it when a lookup below fails.
   utils.setAutoCommitMethod = nullptr;
   utils.commitMethod = nullptr;
-  if (!kivo::keepGlobal(utils.env, utils.connection, opened)) return kNoSetAutoCommit;
+  if (!keepGlobal(utils.env, utils.connection, opened)) return kNoSetAutoCommit;
   utils.setAutoCommitMethod = findMethodOf(utils.env, utils.connection, connectionClass, kSetAutoCommit);
   if (utils.setAutoCommitMethod == nullptr) return kNoSetAutoCommit;
   utils.commitMethod = findMethod(utils.env, connectionClass.get(), kCommit);
@@ -46,7 +39,7 @@ const char* keepConnection(JdbcUtils& utils, jobject opened, LocalRef<jclass>& c
 bool JdbcUtils::getConnection(std::string& user, std::string& password, std::string& errorText) {
   if (env == nullptr) return false;
   if (connection != nullptr) return true;
-  const Vendor& known = kivo::jdbc::vendorOfKey(vendor);
+  const Vendor& known = vendorOfKey(vendor);
   const auto fail = [&errorText](const char* text) {
     errorText = text;
     return false;
@@ -60,7 +53,7 @@ bool JdbcUtils::getConnection(std::string& user, std::string& password, std::str
   LocalRef<jclass> dataSourceClass(env);
   PendingCheck check(env);
   if (!dataSourceClass.reset(env->FindClass(known.dataSource))) return false;
-  dataSource = kivo::newObject(env, dataSourceClass.get());
+  dataSource = newObject(env, dataSourceClass.get());
   if (!dataSource) return false;
   if (!(this->*known.configure)(dataSourceClass.get(), dataSource.get(), url)) return fail(kNoUrl);
   if (!findAndSet({env, {{known.userSetter, user}}}, dataSourceClass.get(), dataSource.get())) return fail(kNoSupport);

@@ -8,15 +8,8 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::findMethod;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::newJavaText;
-using kivo::jdbc::findAndSet;
-using kivo::jdbc::Properties;
-using kivo::jdbc::UrlParts;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -28,10 +21,9 @@ constexpr jint kDriverType = 4;
 
 /// What most vendors' DataSources are told of a URL.
 Properties serverProperties(JNIEnv* env, const UrlParts& parts) {
-  return {env,
-          {{"setServerName", parts.host},
-           {"setPortNumber", kivo::portNumber(parts.port)},
-           {"setDatabaseName", parts.database}}};
+  return {
+      env,
+      {{"setServerName", parts.host}, {"setPortNumber", portNumber(parts.port)}, {"setDatabaseName", parts.database}}};
 }
 
 /// Makes the connection properties that have the server speak UTF-8; null on failure, Java's error left pending.
@@ -39,7 +31,7 @@ LocalRef<jobject> newUtf8Properties(JNIEnv* env) {
   LocalRef<jobject> none(env);
   const LocalRef<jclass> propertiesClass(env, env->FindClass("java/util/Properties"));
   if (!propertiesClass) return none;
-  LocalRef<jobject> properties = kivo::newObject(env, propertiesClass.get());
+  LocalRef<jobject> properties = newObject(env, propertiesClass.get());
   if (!properties) return none;
   const jmethodID setProperty = findMethod(env, propertiesClass.get(), kSetProperty);
   if (setProperty == nullptr) return none;
@@ -71,7 +63,7 @@ bool JdbcUtils::kdbURL(jclass dataSourceClass, jobject dataSource, std::string& 
 }
 
 bool JdbcUtils::TeradataURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  const auto parts = kivo::jdbc::cutTeradataUrl(jdbcUrl);
+  const auto parts = cutTeradataUrl(jdbcUrl);
   if (env == nullptr || !parts) return false;
   const Properties properties(
       env, {{"setDSName", parts->host}, {"setDBS_PORT", parts->port}, {"setDATABASE", parts->database}});
@@ -79,7 +71,7 @@ bool JdbcUtils::TeradataURL(jclass dataSourceClass, jobject dataSource, std::str
 }
 
 bool JdbcUtils::SqlServerURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  const auto parts = kivo::jdbc::cutSqlServerUrl(jdbcUrl);
+  const auto parts = cutSqlServerUrl(jdbcUrl);
   if (env == nullptr || !parts) return false;
   // The class must have setURL, which is not called: the driver accepts only another URL form there.
   return findMethod(env, dataSourceClass, kSetUrl) != nullptr &&
@@ -87,12 +79,12 @@ bool JdbcUtils::SqlServerURL(jclass dataSourceClass, jobject dataSource, std::st
 }
 
 bool JdbcUtils::PostgresURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  const auto parts = kivo::jdbc::cutPostgresUrl(jdbcUrl);
+  const auto parts = cutPostgresUrl(jdbcUrl);
   return env != nullptr && parts && findAndSet(serverProperties(env, *parts), dataSourceClass, dataSource);
 }
 
 bool JdbcUtils::DB2URL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  const auto parts = kivo::jdbc::cutDb2Url(jdbcUrl);
+  const auto parts = cutDb2Url(jdbcUrl);
   if (env == nullptr || !parts) return false;
   Properties properties = serverProperties(env, *parts);
   properties.add({"setDriverType", kDriverType});
@@ -100,7 +92,7 @@ bool JdbcUtils::DB2URL(jclass dataSourceClass, jobject dataSource, std::string& 
 }
 
 bool JdbcUtils::VelmarURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  const auto parts = kivo::jdbc::cutVelmarUrl(jdbcUrl);
+  const auto parts = cutVelmarUrl(jdbcUrl);
   if (env == nullptr || !parts) return false;
   Properties properties = serverProperties(env, *parts);
   return properties.find(dataSourceClass) && setUtf8Properties(env, dataSourceClass, dataSource) &&

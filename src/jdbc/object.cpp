@@ -5,13 +5,16 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
+using namespace kivo;
+using namespace kivo::jdbc;
+
 namespace {
 
 /// After a reference went: reports what is pending, whoever left it.
 void reportPending(JNIEnv* env, const char* line) {
-  if (!kivo::isPending(env)) return;
-  kivo::jdbc::printLine(line);
-  kivo::describePending(env);
+  if (!isPending(env)) return;
+  printLine(line);
+  describePending(env);
 }
 
 }  // namespace
@@ -21,7 +24,7 @@ JdbcUtils::JdbcUtils()
                                 "LOGMNR_", "LOGMNRC_", "LOGMNRP_", "LOGMNRT_", "SQLPLUS_",  "HELP"} {}
 
 JdbcUtils::~JdbcUtils() {
-  if (env != nullptr) kivo::dropGlobal(env, datetimeClass);
+  if (env != nullptr) dropGlobal(env, datetimeClass);
 }
 
 bool JdbcUtils::javaInit() {
@@ -34,34 +37,34 @@ bool JdbcUtils::javaInit() {
 void JdbcUtils::destroy() {
   if (env == nullptr) return;
   if (resultSet != nullptr) {
-    kivo::dropGlobal(env, resultSetMetaData);
-    kivo::dropGlobal(env, resultSet);
+    dropGlobal(env, resultSetMetaData);
+    dropGlobal(env, resultSet);
     reportPending(env, "Exception in deleting global ref to <resultSet>");
   }
   if (statement != nullptr) {
-    kivo::dropGlobal(env, statement);
+    dropGlobal(env, statement);
     reportPending(env, "Exception in deleting global ref to <statement>.");
   }
   if (connection != nullptr) {
-    kivo::dropGlobal(env, connection);
+    dropGlobal(env, connection);
     reportPending(env, "Exception in deleting global ref to <connection>.");
   }
 }
 
 jobjectArray JdbcUtils::NewStringArray(char** strings, int count) {
   if (env == nullptr) return nullptr;
-  kivo::describeLeftover(env);
+  describeLeftover(env);
 
-  kivo::LocalRef<jclass> stringClass(env, env->FindClass("java/lang/String"));
+  LocalRef<jclass> stringClass(env, env->FindClass("java/lang/String"));
   if (!stringClass) return nullptr;
-  kivo::LocalRef<jobjectArray> array(env, env->NewObjectArray(count, stringClass.get(), nullptr));
+  LocalRef<jobjectArray> array(env, env->NewObjectArray(count, stringClass.get(), nullptr));
   if (!array) return nullptr;
   stringClass.reset();
   for (jsize index = 0; index < count; ++index) {
-    const auto text = kivo::newJavaText(env, strings[index]);
+    const auto text = newJavaText(env, strings[index]);
     if (!text) return nullptr;
     env->SetObjectArrayElement(array.get(), index, text.get());
-    if (kivo::isPending(env)) return nullptr;
+    if (isPending(env)) return nullptr;
   }
   return array.release();
 }

@@ -5,14 +5,8 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describePending;
-using kivo::findMethod;
-using kivo::findMethodOf;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -34,7 +28,7 @@ bool limitRows(JNIEnv* env, jobject statement, int maxRows) {
   LocalRef<jclass> statementClass(env);
   const jmethodID setMaxRows = findMethodOf(env, statement, statementClass, kSetMaxRows);
   if (setMaxRows == nullptr) {
-    kivo::jdbc::printLine(kMaxRowsNotSet);
+    printLine(kMaxRowsNotSet);
     // The failed lookup's error must not reach the lookups that follow.
     describePending(env);
     return true;
@@ -59,18 +53,18 @@ bool findDateHelper(JdbcUtils& utils, LocalRef<jclass>& helperClass) {
         utils.env->GetStaticMethodID(helperClass.get(), kGetAsUtcString.name, kGetAsUtcString.signature);
     if (utils.getAsUtcStringMethod != nullptr) return true;
   }
-  kivo::jdbc::printLine(kNoDateHelper);
+  printLine(kNoDateHelper);
   return false;
 }
 
 /// Keeps the helper class, the rows and their metadata: all of them, or no result.
 bool keepResult(JdbcUtils& utils, jclass helperClass, jobject rows, jobject metaData) {
   JNIEnv* env = utils.env;
-  if (kivo::keepGlobal(env, utils.datetimeClass, helperClass) && kivo::keepGlobal(env, utils.resultSet, rows) &&
-      kivo::keepGlobal(env, utils.resultSetMetaData, metaData)) {
+  if (keepGlobal(env, utils.datetimeClass, helperClass) && keepGlobal(env, utils.resultSet, rows) &&
+      keepGlobal(env, utils.resultSetMetaData, metaData)) {
     return true;
   }
-  kivo::dropGlobal(env, utils.resultSet);
+  dropGlobal(env, utils.resultSet);
   return false;
 }
 
@@ -91,7 +85,7 @@ void readColumnTypes(JdbcUtils& utils) {
 bool JdbcUtils::executeQuery(std::string& sql, int maxRows) {
   if (env == nullptr) return false;
   if (statement == nullptr && !getStatement()) return false;
-  kivo::describeLeftover(env);
+  describeLeftover(env);
   closeRS();
 
   LocalRef<jobject> metaData(env);
@@ -100,7 +94,7 @@ bool JdbcUtils::executeQuery(std::string& sql, int maxRows) {
   LocalRef<jclass> helperClass(env);
   LocalRef<jclass> statementClass(env);
   PendingCheck check(env);
-  LocalRef<jstring> text = kivo::newJavaText(env, sql);
+  LocalRef<jstring> text = newJavaText(env, sql);
   if (!text || !limitRows(env, statement, maxRows)) return false;
   const jmethodID execute = findMethodOf(env, statement, statementClass, kExecuteQuery);
   if (execute == nullptr) return false;

@@ -6,13 +6,7 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethod;
-using kivo::findMethodOf;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
+using namespace kivo;
 
 namespace {
 
@@ -46,7 +40,7 @@ bool JdbcUtils::getColumn(unsigned long columnIndex, char*& value) {
 
   const LocalRef<jstring> text(env, callForText(*this, columnTypes[columnIndex - 1], static_cast<jint>(columnIndex)));
   if (!text || isPending(env)) return true;
-  value = kivo::copyTextToBuffer(env, text.get());
+  value = copyTextToBuffer(env, text.get());
   // Out of memory must not pass for SQL NULL.
   return value != nullptr;
 }
@@ -71,7 +65,7 @@ bool JdbcUtils::getColumnInfo(int columnNumber, std::string& name, int& type) {
   if (getColumnType == nullptr) return false;
   const jint column = columnNumber + 1;
   LocalRef<jobject> text = callObject(env, resultSetMetaData, getColumnName, column);
-  if (!text || !kivo::copyText(env, static_cast<jstring>(text.get()), name)) return false;
+  if (!text || !copyText(env, static_cast<jstring>(text.get()), name)) return false;
   text.reset();
   type = env->CallIntMethod(resultSetMetaData, getColumnType, column);
   return true;

@@ -5,12 +5,8 @@
 #include "jni/method.h"
 #include "jni/pending.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethodOf;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -29,7 +25,7 @@ void callClose(JNIEnv* env, jobject held, const char* failed) {
   if (close != nullptr) {
     env->CallVoidMethod(held, close);
   } else {
-    kivo::jdbc::printLine(failed);
+    printLine(failed);
   }
 }
 
@@ -39,8 +35,8 @@ void closeHeld(JNIEnv* env, jobject& held, const char* failed, jobject* dependen
   describeLeftover(env);
   PendingCheck check(env);
   callClose(env, held, failed);
-  if (dependent != nullptr) kivo::dropGlobal(env, *dependent);
-  kivo::dropGlobal(env, held);
+  if (dependent != nullptr) dropGlobal(env, *dependent);
+  dropGlobal(env, held);
 }
 
 bool applyFetchSize(JNIEnv* env, jobject statement, LocalRef<jclass>& statementClass, jint rows) {
@@ -65,8 +61,8 @@ bool JdbcUtils::getStatement() {
   const jmethodID createStatement = findMethodOf(env, connection, connectionClass, kCreateStatement);
   if (createStatement == nullptr) return false;
   created = callObject(env, connection, createStatement);
-  if (!created || !kivo::keepGlobal(env, statement, created.get())) return false;
-  const jint fetchSize = kivo::jdbc::vendorOfKey(vendor).fetchSize;
+  if (!created || !keepGlobal(env, statement, created.get())) return false;
+  const jint fetchSize = vendorOfKey(vendor).fetchSize;
   return fetchSize == 0 || applyFetchSize(env, statement, statementClass, fetchSize);
 }
 

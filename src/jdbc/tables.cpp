@@ -11,15 +11,8 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethod;
-using kivo::findMethodOf;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
-using kivo::jdbc::TableRules;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -119,8 +112,8 @@ bool appendTable(JNIEnv* env, jobject rows, jmethodID getString, const TableRule
   }
   std::string schema = "NULL";
   std::string table;
-  if (schemaText && !kivo::copyText(env, static_cast<jstring>(schemaText.get()), schema)) return false;
-  if (!kivo::copyText(env, static_cast<jstring>(tableText.get()), table)) return false;
+  if (schemaText && !copyText(env, static_cast<jstring>(schemaText.get()), schema)) return false;
+  if (!copyText(env, static_cast<jstring>(tableText.get()), table)) return false;
   if (holds(rules.systemSchemas, schema) || holds(rules.systemTables, table)) return true;
   tables.push_back(rules.qualifiedBySchema ? schema + "." + table : table);
   return true;
@@ -132,7 +125,7 @@ LocalRef<jobject> queryTables(JdbcUtils& utils, jobject metaData, jmethodID getT
   char* types[] = {type};
   const LocalRef<jobjectArray> typeArray(utils.env, utils.NewStringArray(types, 1));
   if (!typeArray) return LocalRef<jobject>(utils.env);
-  const LocalRef<jstring> pattern = kivo::newJavaText(utils.env, "%");
+  const LocalRef<jstring> pattern = newJavaText(utils.env, "%");
   if (!pattern) return LocalRef<jobject>(utils.env);
   return callObject(utils.env, metaData, getTables, nullptr, nullptr, pattern.get(), typeArray.get());
 }
@@ -153,7 +146,7 @@ bool appendTables(JNIEnv* env, jobject rows, LocalRef<jclass>& rowsClass, const 
 
 bool JdbcUtils::getTables(std::vector<std::string>& tables) {
   if (env == nullptr || connection == nullptr) return false;
-  const kivo::jdbc::Vendor& known = kivo::jdbc::vendorOfKey(vendor);
+  const Vendor& known = vendorOfKey(vendor);
   if (known.listing != nullptr) return (this->*known.listing)(tables);
   describeLeftover(env);
 

@@ -7,13 +7,8 @@
 #include "jni/pending.h"
 #include "jni/text.h"
 
-using kivo::callObject;
-using kivo::describeLeftover;
-using kivo::findMethod;
-using kivo::isPending;
-using kivo::JavaMethod;
-using kivo::LocalRef;
-using kivo::PendingCheck;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -27,7 +22,7 @@ constexpr const char* kNoMethod = "mid is NULL!!!!";
 jmethodID findOnStatement(JdbcUtils& utils, LocalRef<jclass>& statementClass, const JavaMethod& method) {
   if (!statementClass.reset(utils.env->GetObjectClass(utils.statement))) return nullptr;
   const jmethodID found = findMethod(utils.env, statementClass.get(), method);
-  if (found == nullptr) kivo::jdbc::printLine(kNoMethod);
+  if (found == nullptr) printLine(kNoMethod);
   return found;
 }
 
@@ -51,7 +46,7 @@ int JdbcUtils::executeUpdate(std::string& sql) {
   PendingCheck check(env);
   const jmethodID execute = findOnStatement(*this, statementClass, kExecuteUpdate);
   if (execute == nullptr) return -1;
-  const LocalRef<jstring> text = kivo::newJavaText(env, sql);
+  const LocalRef<jstring> text = newJavaText(env, sql);
   if (!text) return -1;
   const jint count = env->CallIntMethod(statement, execute, text.get());
   return isPending(env) ? -1 : count;
@@ -68,7 +63,7 @@ int JdbcUtils::addToBatch(std::string& sql) {
   if (isPending(env)) return 0;
   const jmethodID addBatch = findOnStatement(*this, statementClass, kAddBatch);
   if (addBatch == nullptr) return 0;
-  const LocalRef<jstring> text = kivo::newJavaText(env, sql);
+  const LocalRef<jstring> text = newJavaText(env, sql);
   if (text) env->CallVoidMethod(statement, addBatch, text.get());
   return 0;
 }

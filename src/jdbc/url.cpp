@@ -1,9 +1,8 @@
 #include "JdbcUtils.h"
 #include "jdbc/vendors.h"
 
-using kivo::jdbc::Instance;
-using kivo::jdbc::UrlForm;
-using kivo::jdbc::Vendor;
+using namespace kivo;
+using namespace kivo::jdbc;
 
 namespace {
 
@@ -49,7 +48,7 @@ bool JdbcUtils::setUrl(std::string& dbType, std::string& host, std::string& port
     return true;
   }
 
-  const Vendor* found = kivo::jdbc::vendorOfWord(dbType);
+  const Vendor* found = vendorOfWord(dbType);
   if (found == nullptr) return fail("dbtype", kUnsupported);
   if (found->url.instance == Instance::required && instance.empty()) return fail("instance", kOracleInstance);
   const bool refused = found->url.instance == Instance::refused && !instance.empty();

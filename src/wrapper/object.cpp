@@ -9,8 +9,8 @@
 #include "wrapper/calls.h"
 #include "wrapper/methods.h"
 
-using kivo::LocalRef;
-using kivo::wrapper::takeEscaped;
+using namespace kivo;
+using namespace kivo::wrapper;
 
 // Hosts allocate these objects themselves: the layout is part of the binary interface.
 static_assert(sizeof(jdbcWrapper) == 216);
@@ -55,20 +55,20 @@ int currentThreadId() { return static_cast<int>(pthread_self()); }
 /// Creates the Java object. @return false with the reason recorded.
 bool createUtilities(jdbcWrapper& wrapper) {
   JNIEnv* env = wrapper.env;
-  const LocalRef<jobject> created = kivo::newObject(env, wrapper.utilitiesClass);
-  if (created && !kivo::isPending(env) && kivo::keepGlobal(env, wrapper.utilitiesObject, created.get())) return true;
-  kivo::wrapper::fail(wrapper, kNotCreated + takeEscaped(env));
+  const LocalRef<jobject> created = newObject(env, wrapper.utilitiesClass);
+  if (created && !isPending(env) && keepGlobal(env, wrapper.utilitiesObject, created.get())) return true;
+  fail(wrapper, kNotCreated + takeEscaped(env));
   return false;
 }
 
 /// Looks the methods up and reports a missing one.
 void lookUpMethods(jdbcWrapper& wrapper) {
   try {
-    kivo::wrapper::findMethods(wrapper, wrapper.utilitiesClass);
-    kivo::wrapper::checkMethods(wrapper);
+    findMethods(wrapper, wrapper.utilitiesClass);
+    checkMethods(wrapper);
   } catch (...) {
     // An object whose constructor throws gets no destructor call.
-    kivo::dropGlobal(wrapper.env, wrapper.utilitiesObject);
+    dropGlobal(wrapper.env, wrapper.utilitiesObject);
     throw;
   }
 }
@@ -78,14 +78,14 @@ void lookUpMethods(jdbcWrapper& wrapper) {
 jdbcWrapper::jdbcWrapper() {
   checkThreadState();
   if (env == nullptr) {
-    kivo::wrapper::fail(*this, _globaljvm == nullptr ? kNoVm : kivo::wrapper::kNotAttached);
+    fail(*this, _globaljvm == nullptr ? kNoVm : kNotAttached);
     return;
   }
-  const kivo::PendingAside aside(env);
+  const PendingAside aside(env);
 
   LocalRef<jclass> found(env, env->FindClass(kUtilitiesClass));
   if (!found) {
-    kivo::wrapper::fail(*this, kNoClass + takeEscaped(env));
+    fail(*this, kNoClass + takeEscaped(env));
     return;
   }
   utilitiesClass = found.get();
@@ -95,7 +95,7 @@ jdbcWrapper::jdbcWrapper() {
 
 jdbcWrapper::~jdbcWrapper() {
   checkThreadState();
-  if (env != nullptr) kivo::dropGlobal(env, utilitiesObject);
+  if (env != nullptr) dropGlobal(env, utilitiesObject);
 }
 
 bool jdbcWrapper::javaInit() {
@@ -118,22 +118,22 @@ void jdbcWrapper::checkThreadState() {
 
 bool jdbcWrapper::checkMethodPointer(std::string name, jmethodID method) {
   if (method != nullptr) return true;
-  kivo::wrapper::fail(*this, "method pointer to " + name + " is NULL");
+  fail(*this, "method pointer to " + name + " is NULL");
   return false;
 }
 
 void jdbcWrapper::getErrorFromJava() {
-  const kivo::wrapper::Operation operation(*this, true);
+  const Operation operation(*this, true);
   int code = 0;
-  if (!kivo::wrapper::callInt(*this, &jdbcWrapper::getErrorCodeMethod, code) || code == 0) return;
+  if (!callInt(*this, &jdbcWrapper::getErrorCodeMethod, code) || code == 0) return;
 
   LocalRef<jobject> message(env);
-  if (!kivo::wrapper::callObject(*this, &jdbcWrapper::getErrorMessageMethod, message)) return;
+  if (!callObject(*this, &jdbcWrapper::getErrorMessageMethod, message)) return;
   errorState = code == 1 ? 1 : 2;
   if (!message) {
     errorMessage = "error code " + std::to_string(code) + " without a message";
-  } else if (!kivo::copyText(env, static_cast<jstring>(message.get()), errorMessage)) {
-    kivo::wrapper::failOutOfMemory(*this);
+  } else if (!copyText(env, static_cast<jstring>(message.get()), errorMessage)) {
+    failOutOfMemory(*this);
   }
 }
 

@@ -1,19 +1,14 @@
 #include "jdbcWrapper.h"
 #include "wrapper/calls.h"
 
-using kivo::LocalRef;
-using kivo::wrapper::callBool;
-using kivo::wrapper::callInt;
-using kivo::wrapper::callObject;
-using kivo::wrapper::callText;
-using kivo::wrapper::failOutOfMemory;
-using kivo::wrapper::Operation;
+using namespace kivo;
+using namespace kivo::wrapper;
 
 bool jdbcWrapper::setUrl(std::string dbType, std::string host, std::string port, std::string instance,
                          std::string database, std::string& url) {
   // A refusal without an error of Java's leaves the error of the operation before.
   const Operation operation(*this, true);
-  if (!callBool(*this, &jdbcWrapper::setUrlMethod, dbType, host, kivo::portNumber(port), instance, database, url)) {
+  if (!callBool(*this, &jdbcWrapper::setUrlMethod, dbType, host, portNumber(port), instance, database, url)) {
     return false;
   }
   getUrl(url);
@@ -53,7 +48,7 @@ bool jdbcWrapper::getColumn(int column, char*& value) {
     getErrorFromJava();
     return errorState == 0;
   }
-  value = kivo::copyTextToBuffer(env, static_cast<jstring>(text.get()));
+  value = copyTextToBuffer(env, static_cast<jstring>(text.get()));
   if (value == nullptr) failOutOfMemory(*this);
   return value != nullptr;
 }

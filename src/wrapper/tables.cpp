@@ -1,21 +1,22 @@
 #include "jdbcWrapper.h"
 #include "wrapper/calls.h"
 
-using kivo::LocalRef;
+using namespace kivo;
+using namespace kivo::wrapper;
 
 namespace {
 
 /// Appends the name at @p index. @return false with the error recorded.
 bool appendName(jdbcWrapper& wrapper, jobjectArray names, jsize index, std::vector<std::string>& tables) {
   const LocalRef<jstring> name(wrapper.env, wrapper.env->GetObjectArrayElement(names, index));
-  if (kivo::wrapper::failEscaped(wrapper)) return false;
+  if (failEscaped(wrapper)) return false;
   if (!name) {
-    kivo::wrapper::fail(wrapper, "the table name at index " + std::to_string(index) + " is null");
+    fail(wrapper, "the table name at index " + std::to_string(index) + " is null");
     return false;
   }
-  const kivo::TextCharacters characters(wrapper.env, name.get());
+  const TextCharacters characters(wrapper.env, name.get());
   if (characters.get() == nullptr) {
-    kivo::wrapper::failOutOfMemory(wrapper);
+    failOutOfMemory(wrapper);
     return false;
   }
   tables.emplace_back(characters.get());
@@ -25,9 +26,9 @@ bool appendName(jdbcWrapper& wrapper, jobjectArray names, jsize index, std::vect
 }  // namespace
 
 bool jdbcWrapper::getTables(std::vector<std::string>& tables) {
-  const kivo::wrapper::Operation operation(*this);
+  const Operation operation(*this);
   LocalRef<jobject> result(env);
-  if (!kivo::wrapper::callObject(*this, &jdbcWrapper::getTablesMethod, result)) return false;
+  if (!callObject(*this, &jdbcWrapper::getTablesMethod, result)) return false;
   if (!result) {
     getErrorFromJava();
     return false;
