@@ -80,7 +80,7 @@ final class TemporalFields {
   private void putDate() {
     if (year < 0) put('-');
     if (year > 9999) put('+');
-    putNumber(Math.abs(year), 4);
+    putNumber(Math.abs(year), digits(Math.abs(year), 4));
     put('-');
     putNumber(month, 2);
     put('-');
@@ -89,7 +89,7 @@ final class TemporalFields {
 
   private void putTime() {
     if (negativeTime) put('-');
-    putNumber(hours, 2);
+    putNumber(hours, digits(hours, 2));
     put(':');
     putNumber(minutes, 2);
     put(':');
@@ -100,8 +100,7 @@ final class TemporalFields {
     while (buffer[length - 1] == '0') --length;
   }
 
-  private void putNumber(int number, int atLeast) {
-    int digits = Math.max(atLeast, countDigits(number));
+  private void putNumber(int number, int digits) {
     int rest = number;
     for (int at = length + digits - 1; at >= length; --at) {
       buffer[at] = (byte) ('0' + rest % 10);
@@ -110,10 +109,11 @@ final class TemporalFields {
     length += digits;
   }
 
-  private static int countDigits(int number) {
+  /** The digits of a number that may outgrow its usual width. */
+  private static int digits(int number, int atLeast) {
     int digits = 1;
     for (int rest = number / 10; rest > 0; rest /= 10) ++digits;
-    return digits;
+    return Math.max(atLeast, digits);
   }
 
   private void put(char character) {

@@ -112,7 +112,7 @@ final class TemporalParser {
     return true;
   }
 
-  private static boolean isDigit(byte character) {
+  static boolean isDigit(byte character) {
     return character >= '0' && character <= '9';
   }
 }

@@ -26,21 +26,15 @@ enum TemporalSource {
   POSTGRESQL("org.postgresql.") {
     @Override
     String read(ResultSet rows, int jdbcType, int column) throws SQLException {
-      byte[] value = rows.getBytes(column);
-      if (value == null) return null;
-      String utc = UtcText.of(value);
-      return utc != null ? utc : PostgresBinary.toText(value, jdbcType);
+      return fromBytes(rows, jdbcType, column, PostgresBinary::toText);
     }
   },
 
-  /** The server's bytes: getString moves values out of the hour that the VM's zone skips in spring. */
+  /** The server's bytes: getString moves dates of 1582 and the hour that the VM's zone skips in spring. */
   MARIADB("org.mariadb.") {
     @Override
     String read(ResultSet rows, int jdbcType, int column) throws SQLException {
-      byte[] value = rows.getBytes(column);
-      if (value == null) return null;
-      String utc = UtcText.of(value);
-      return utc != null ? utc : rows.getString(column);
+      return fromBytes(rows, jdbcType, column, MariaDbBinary::toText);
     }
   },
 
@@ -64,6 +58,11 @@ enum TemporalSource {
     }
   };
 
+  /** A driver's binary form: the value's text, or null when the bytes are text already. */
+  private interface BinaryForm {
+    String toText(byte[] value, int jdbcType);
+  }
+
   private final String packagePrefix;
 
   TemporalSource(String packagePrefix) {
@@ -77,8 +76,19 @@ enum TemporalSource {
   /** The value as text in UTC, or null for SQL NULL. */
   abstract String read(ResultSet rows, int jdbcType, int column) throws SQLException;
 
+  private static String fromBytes(ResultSet rows, int jdbcType, int column, BinaryForm binary) throws SQLException {
+    byte[] value = rows.getBytes(column);
+    if (value == null) return null;
+    String utc = binary.toText(value, jdbcType);
+    if (utc == null) utc = UtcText.of(value);
+    return utc != null ? utc : rows.getString(column);
+  }
+
   private static String pointInTime(ResultSet rows, int jdbcType, int column, String text) {
     try {
+      // SQLite's driver would read a number with a fraction, a Julian day, in the VM's zone.
+      Object value = rows.getObject(column);
+      if (value instanceof Double) return UtcText.ofJulianDay((Double) value);
       String utc = fromCalendar(rows, jdbcType, column);
       return utc != null ? utc : text;
     } catch (SQLException neitherTextNorNumberOfADate) {

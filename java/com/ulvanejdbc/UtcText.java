@@ -11,11 +11,12 @@ final class UtcText {
   static final String INFINITY = "infinity";
   static final String MINUS_INFINITY = "-infinity";
 
+  private static final String FORM = "0000-00-00 00:00:00";
   private static final int DATE_LENGTH = 10;
-  private static final int TIME_LENGTH = 8;
-  private static final int DATE_TIME_LENGTH = 19;
+  private static final int TIME_START = 11;
   private static final int MAX_FRACTION = 9;
   private static final long MILLIS_PER_DAY = TimeUnit.DAYS.toMillis(1);
+  private static final double JULIAN_DAY_1970 = 2_440_587.5;
 
   private UtcText() {}
 
@@ -48,6 +49,10 @@ final class UtcText {
     return ofDayAndTime(Math.floorDiv(timestamp.getTime(), MILLIS_PER_DAY), nanosOfDay);
   }
 
+  static String ofJulianDay(double days) {
+    return ofTimestamp(new Timestamp(Math.round((days - JULIAN_DAY_1970) * MILLIS_PER_DAY)));
+  }
+
   static String ofDay(long epochDay) {
     TemporalFields fields = new TemporalFields();
     fields.setDay(epochDay);
@@ -68,25 +73,25 @@ final class UtcText {
   }
 
   /** How much of a text is already in the library's form, with at most a zone of "+00" behind it; 0 when it is not. */
-  private static int lengthInForm(byte[] text) {
-    int length = text.length;
-    if (isTime(text, 0)) return lengthInForm(text, TIME_LENGTH);
-    if (length < DATE_LENGTH || text[4] != '-' || text[7] != '-') return 0;
-    if (length == DATE_LENGTH) return length;
-    return text[10] == ' ' && isTime(text, DATE_LENGTH + 1) ? lengthInForm(text, DATE_TIME_LENGTH) : 0;
+  static int lengthInForm(byte[] text) {
+    int formStart = text.length > 2 && text[2] == ':' ? TIME_START : 0;
+    int formEnd = formStart == 0 && text.length == DATE_LENGTH ? DATE_LENGTH : FORM.length();
+    int length = formEnd - formStart;
+    if (text.length < length) return 0;
+    for (int at = 0; at < length; ++at) {
+      char form = FORM.charAt(formStart + at);
+      if (form == '0' ? !TemporalParser.isDigit(text[at]) : text[at] != form) return 0;
+    }
+    return formEnd == DATE_LENGTH ? length : lengthWithFraction(text, length);
   }
 
-  private static boolean isTime(byte[] text, int start) {
-    return text.length >= start + TIME_LENGTH && text[start + 2] == ':' && text[start + 5] == ':';
-  }
-
-  private static int lengthInForm(byte[] text, int endOfSeconds) {
+  private static int lengthWithFraction(byte[] text, int endOfSeconds) {
     int end = text.length;
     if (text[end - 3] == '+' && text[end - 2] == '0' && text[end - 1] == '0') end -= 3;
     if (end == endOfSeconds) return end;
     if (text[endOfSeconds] != '.' || end - endOfSeconds - 1 > MAX_FRACTION || text[end - 1] == '0') return 0;
     for (int at = endOfSeconds + 1; at < end; ++at) {
-      if (text[at] < '0' || text[at] > '9') return 0;
+      if (!TemporalParser.isDigit(text[at])) return 0;
     }
     return end;
   }

@@ -1,0 +1,58 @@
+package com.ulvanejdbc;
+
+import java.sql.Connection;
+import java.sql.Driver;
+import java.sql.DriverManager;
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.Iterator;
+import java.util.List;
+import java.util.Properties;
+import java.util.ServiceConfigurationError;
+import java.util.ServiceLoader;
+
+/** Finds a URL's driver on the class path and connects through it. */
+final class Drivers {
+  private Drivers() {}
+
+  /** Connects. An empty user or password is not handed to the driver, so that the driver's own defaults hold. */
+  static Connection connect(ConnectionUrl target, String user, String password) throws SQLException {
+    Properties properties = new Properties();
+    putUnlessEmpty(properties, "user", user);
+    putUnlessEmpty(properties, "password", password);
+    for (Driver driver : all()) {
+      Connection connection = driver.acceptsURL(target.url) ? driver.connect(target.url, properties) : null;
+      if (connection != null) return connection;
+    }
+    throw new MisuseException("no driver found for this \"" + target.vendor + "\" URL: the jar of a JDBC driver that takes "
+        + "it must be on the class path");
+  }
+
+  private static void putUnlessEmpty(Properties properties, String name, String value) {
+    if (!ConnectionUrl.isEmpty(value)) properties.setProperty(name, value);
+  }
+
+  /**
+   * The drivers that the jars of the class path offer, then those registered in any other way.
+   *
+   * <p>They are looked up through this class's own loader: the context loader, where the driver manager looks, is null
+   * on a native thread that attached itself.
+   */
+  private static List<Driver> all() {
+    List<Driver> drivers = new ArrayList<>();
+    Iterator<Driver> offered = ServiceLoader.load(Driver.class, Drivers.class.getClassLoader()).iterator();
+    while (offered.hasNext()) addNext(offered, drivers);
+    drivers.addAll(Collections.list(DriverManager.getDrivers()));
+    return drivers;
+  }
+
+  /** A jar whose driver cannot be loaded must not keep the other databases out of reach. */
+  private static void addNext(Iterator<Driver> offered, List<Driver> drivers) {
+    try {
+      drivers.add(offered.next());
+    } catch (ServiceConfigurationError | LinkageError unusable) {
+      return;
+    }
+  }
+}

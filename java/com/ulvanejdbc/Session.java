@@ -1,0 +1,145 @@
+package com.ulvanejdbc;
+
+import com.ulvanejdbc.Transactions.Ending;
+import java.sql.Connection;
+import java.sql.SQLException;
+import java.sql.Statement;
+
+/** One connection with its statement, the rows of its last query and its waiting batch. */
+final class Session {
+  private final Batch batch = new Batch();
+  private Connection connection;
+  private String vendor;
+  private DriverTraits traits;
+  private Transactions transactions;
+  private Statement statement;
+  private Rows rows;
+
+  /** Connects, unless a live connection is held. */
+  void connect(ConnectionUrl target, String user, String password) throws SQLException {
+    if (connection != null && !connection.isClosed()) return;
+    forget();
+    connection = Drivers.connect(target, user, password);
+    vendor = target.vendor;
+    traits = DriverTraits.of(vendor);
+    transactions = new Transactions(connection, traits);
+    traits.prepare(connection);
+  }
+
+  /** Makes the statement, unless there is one. */
+  void prepare() throws SQLException {
+    if (statement != null && !statement.isClosed()) return;
+    statement = connection().createStatement();
+    traits.prepare(statement);
+  }
+
+  /** @param maxRows how many rows to read at most; 0 is no limit */
+  void query(String sql, int maxRows) throws SQLException {
+    if (maxRows < 0) throw new MisuseException("the row limit must not be negative");
+    Statement ready = statement();
+    endRows();
+    rows = null;
+    try {
+      transactions.beginRows();
+      ready.setMaxRows(maxRows);
+      rows = new Rows(ready.executeQuery(sql), traits.anyTypeInAnyCell());
+    } catch (Throwable failure) {
+      abandonRows(failure);
+      throw failure;
+    }
+  }
+
+  /** Goes to the next row; false once past the last one. */
+  boolean next() throws SQLException {
+    Rows current = rows();
+    try {
+      if (current.next()) return true;
+    } catch (Throwable failure) {
+      abandonRows(failure);
+      throw failure;
+    }
+    endRows();
+    return false;
+  }
+
+  Rows rows() {
+    if (rows == null) throw new MisuseException("no rows: no query has been run, or the last one failed");
+    return rows;
+  }
+
+  /** @return how many rows changed */
+  @SuppressWarnings("try") // the ending is there to be closed
+  int update(String sql) throws SQLException {
+    Statement ready = statement();
+    endRows();
+    try (Ending ending = transactions::giveBack) {
+      return ready.executeUpdate(sql);
+    }
+  }
+
+  void addToBatch(String sql) {
+    statement();
+    batch.add(sql);
+  }
+
+  /** @return how many statements ran */
+  int runBatch() throws SQLException {
+    statement();
+    endRows();
+    return batch.run(connection, transactions);
+  }
+
+  /** What the database holds. Asking leaves the rows being read where they are. */
+  Catalog catalog() {
+    return new Catalog(connection(), vendor);
+  }
+
+  /** Closes everything, the rest too when a part fails. A waiting batch is dropped. */
+  @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
+  void close() throws SQLException {
+    try (Connection third = connection; Statement second = statement; Ending first = this::endRows) {
+      batch.clear();
+    } finally {
+      forget();
+    }
+  }
+
+  private Connection connection() {
+    if (connection == null) throw new MisuseException("no connection: it must be made first");
+    return connection;
+  }
+
+  private Statement statement() {
+    connection();
+    if (statement == null) throw new MisuseException("no statement: getStatement must be called first");
+    return statement;
+  }
+
+  /** Ends the rows being read, if any. Ending them twice does nothing. */
+  @SuppressWarnings("try") // the ending is there to be closed
+  private void endRows() throws SQLException {
+    if (rows == null) return;
+    try (Ending ending = () -> transactions.endRows(true)) {
+      rows.close();
+    }
+  }
+
+  /** Ends the rows after a failure, which stays the one to be reported whatever else fails. */
+  @SuppressWarnings("try") // the ending is there to be closed
+  private void abandonRows(Throwable failure) {
+    Rows spoilt = rows;
+    rows = null;
+    try (Ending ending = () -> transactions.endRows(false)) {
+      if (spoilt != null) spoilt.close();
+    } catch (SQLException | RuntimeException alsoFailed) {
+      failure.addSuppressed(alsoFailed);
+    }
+  }
+
+  private void forget() {
+    connection = null;
+    transactions = null;
+    statement = null;
+    rows = null;
+  }
+}

@@ -1,0 +1,106 @@
+package com.ulvanejdbc;
+
+import java.sql.Connection;
+import java.sql.SQLException;
+import java.sql.Statement;
+
+/**
+ * The transactions opened on this side, for the rows of a query or for a batch, on a connection in auto-commit mode. One
+ * that the caller opened in SQL is the caller's to end: within it rows are just read, and a batch gets a savepoint.
+ */
+final class Transactions {
+  private static final String SAVEPOINT = "kivo_batch";
+
+  private final Connection connection;
+  private final DriverTraits traits;
+
+  /** The open transaction was begun here. */
+  private boolean ours;
+
+  /** Auto-commit was switched off inside the caller's transaction. */
+  private boolean borrowed;
+
+  /** The batch runs inside the caller's transaction. */
+  private boolean nested;
+
+  Transactions(Connection connection, DriverTraits traits) {
+    this.connection = connection;
+    this.traits = traits;
+  }
+
+  /** A step that must follow another however that one ends. */
+  interface Ending extends AutoCloseable {
+    @Override
+    void close() throws SQLException;
+  }
+
+  void beginRows() throws SQLException {
+    if (!traits.readsRowsInTransaction() || !connection.getAutoCommit()) return;
+    borrowed = traits.hasOpenTransaction(connection);
+    ours = !borrowed;
+    connection.setAutoCommit(false);
+  }
+
+  /** @param keep whether changes that the query made (through a function, say) stand, as they do in auto-commit mode */
+  void endRows(boolean keep) throws SQLException {
+    if (ours) endOurs(keep);
+    giveBack();
+  }
+
+  void beginBatch() throws SQLException {
+    nested = !connection.getAutoCommit() || traits.hasOpenTransaction(connection);
+    if (nested) {
+      run("savepoint " + SAVEPOINT);
+    } else {
+      ours = true;
+      connection.setAutoCommit(false);
+    }
+  }
+
+  void endBatch(boolean keep) throws SQLException {
+    if (nested) {
+      if (!keep) run("rollback to savepoint " + SAVEPOINT);
+      run("release savepoint " + SAVEPOINT);
+    } else {
+      endOurs(keep);
+    }
+  }
+
+  /**
+   * Switches auto-commit on again once the caller's transaction is over: before, that would commit it. Due after every
+   * statement, since any may be the one that ends it.
+   */
+  void giveBack() throws SQLException {
+    if (!borrowed || traits.hasOpenTransaction(connection)) return;
+    borrowed = false;
+    connection.setAutoCommit(true);
+  }
+
+  @SuppressWarnings("try") // the ending is there to be closed
+  private void endOurs(boolean keep) throws SQLException {
+    ours = false;
+    try (Ending autoCommit = () -> connection.setAutoCommit(true)) {
+      if (keep) {
+        commit();
+      } else {
+        connection.rollback();
+      }
+    }
+  }
+
+  /** A refused commit can leave the transaction open, and the caller's next statements would silently join it. */
+  private void commit() throws SQLException {
+    try {
+      connection.commit();
+    } catch (SQLException refused) {
+      connection.rollback();
+      throw refused;
+    }
+  }
+
+  private void run(String sql) throws SQLException {
+    try (Statement statement = connection.createStatement()) {
+      statement.execute(sql);
+    }
+  }
+}

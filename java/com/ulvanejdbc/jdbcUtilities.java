@@ -1,0 +1,183 @@
+package com.ulvanejdbc;
+
+import java.sql.SQLException;
+
+/**
+ * One database connection through any JDBC driver on the class path, in a form that native code can drive: text and
+ * numbers in and out, never an exception, nothing printed. Native code finds this class and its methods by name.
+ *
+ * <p>A call that fails answers false, null or -1 ({@link #getColumnType}: 0); {@link #getErrorCode} and {@link
+ * #getErrorMessage} then tell why, until the next call. The order of use is setUrl, getConnection, getStatement, then
+ * queries, updates and batches as they come, then closeConnection. An object serves one thread at a time.
+ */
+public class jdbcUtilities {
+  private static final int NO_ERROR = 0;
+  private static final int DATABASE_ERROR = 1;
+  private static final int OTHER_ERROR = 2;
+
+  private final Session session = new Session();
+  private ConnectionUrl target;
+  private int errorCode = NO_ERROR;
+  private String errorMessage = "";
+
+  public jdbcUtilities() {}
+
+  /**
+   * Takes a ready URL as it stands or, when {@code url} is empty, builds one from the parts by the word of the database
+   * type; see {@link ConnectionUrl} for the words. An open connection stays what it is.
+   */
+  public boolean setUrl(String databaseType, String host, int port, String instance, String database, String url) {
+    return attempt(false, () -> {
+      target = ConnectionUrl.isEmpty(url)
+          ? ConnectionUrl.build(databaseType, new ConnectionUrl.Parts(host, port, instance, database))
+          : ConnectionUrl.ready(url);
+      if (target.complaint != null) throw new MisuseException(target.complaint);
+      return true;
+    });
+  }
+
+  public String getUrl() {
+    return attempt(null, () -> target().url);
+  }
+
+  /** The vendor key of the URL: the database type's, or a ready URL's word after "jdbc:". */
+  public String getVendor() {
+    return attempt(null, () -> target().vendor);
+  }
+
+  /** Connects unless a connection is open. An empty user or password is left out. */
+  public boolean getConnection(String user, String password) {
+    return attempt(() -> session.connect(target(), user, password));
+  }
+
+  /** Closes the connection and all that depends on it; a batch that has not run is dropped. */
+  public boolean closeConnection() {
+    return attempt(session::close);
+  }
+
+  /** Makes the statement that queries, updates and batches need, unless there is one. */
+  public boolean getStatement() {
+    return attempt(session::prepare);
+  }
+
+  /**
+   * Runs a query. Its rows come from the database as they are read, until the next query, update or executed batch.
+   *
+   * @param maxRows how many rows to read at most; 0 is no limit
+   */
+  public boolean executeQuery(String sql, int maxRows) {
+    return attempt(() -> session.query(sql, maxRows));
+  }
+
+  /** Goes to the next row. Past the last one it answers false without an error. */
+  public boolean next() {
+    return attempt(false, session::next);
+  }
+
+  public int getNumColumns() {
+    return attempt(-1, () -> session.rows().count());
+  }
+
+  /**
+   * The current row's value as text, or null for SQL NULL: dates and times in UTC as {@link datetime} writes them, bytes
+   * in lower-case hexadecimal digits, decimal numbers with all their digits, all else as the driver puts it.
+   *
+   * @param column counted from 1
+   */
+  public String getColumn(int column) {
+    return attempt(null, () -> session.rows().text(column));
+  }
+
+  /** The label of a column, counted from 1. */
+  public String getColumnName(int column) {
+    return attempt(null, () -> session.rows().label(column));
+  }
+
+  /** The {@link java.sql.Types} code of a column, counted from 1. */
+  public int getColumnType(int column) {
+    return attempt(0, () -> session.rows().type(column));
+  }
+
+  /** Runs a statement that gives no rows. @return how many rows it changed */
+  public int executeUpdate(String sql) {
+    return attempt(-1, () -> session.update(sql));
+  }
+
+  /** Keeps a statement for {@link #executeBatch}. Queries and updates may come in between. */
+  public boolean addToBatch(String sql) {
+    return attempt(() -> session.addToBatch(sql));
+  }
+
+  /**
+   * Runs the statements of the batch in one transaction: all of them take effect, or none. Either way the batch is empty
+   * afterwards. Inside a transaction that the caller opened in SQL, the batch becomes part of that one.
+   *
+   * @return how many statements ran
+   */
+  public int executeBatch() {
+    return attempt(-1, session::runBatch);
+  }
+
+  /** The names of the users' tables, without system tables and views. The current query's rows stay where they are. */
+  public String[] getTables() {
+    return attempt(null, () -> session.catalog().tables().toArray(new String[0]));
+  }
+
+  /** How the last call ended: 0 well, 1 with an error of the database, 2 with any other (misuse, no driver, no memory). */
+  public int getErrorCode() {
+    return errorCode;
+  }
+
+  /** The last call's error: the driver's text with [SQLState/vendor code], then each further exception on its own line. */
+  public String getErrorMessage() {
+    return errorMessage;
+  }
+
+  /** For reading by the block. */
+  Session session() {
+    return session;
+  }
+
+  private ConnectionUrl target() {
+    if (target == null) throw new MisuseException("no URL: call setUrl first");
+    return target;
+  }
+
+  private interface Call<T> {
+    T run() throws SQLException;
+  }
+
+  private interface Step {
+    void run() throws SQLException;
+  }
+
+  private boolean attempt(Step step) {
+    return attempt(false, () -> {
+      step.run();
+      return true;
+    });
+  }
+
+  /** Every call goes through here: nothing that it throws gets out, since native code does not look for exceptions. */
+  private <T> T attempt(T failed, Call<T> call) {
+    try {
+      T answer = call.run();
+      errorCode = NO_ERROR;
+      errorMessage = "";
+      return answer;
+    } catch (Throwable failure) {
+      record(failure);
+      return failed;
+    }
+  }
+
+  private void record(Throwable failure) {
+    errorCode = OTHER_ERROR;
+    try {
+      if (failure instanceof SQLException && !ErrorText.isOutOfMemory(failure)) errorCode = DATABASE_ERROR;
+      errorMessage = ErrorText.of(failure);
+    } catch (Throwable noMemoryLeft) {
+      errorMessage = "out of memory";
+    }
+  }
+}
