@@ -1,5 +1,7 @@
 #include "test_server.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +25,10 @@ std::string run(const std::string& command) {
   return output;
 }
 
-std::string tool(const std::string& kind) { return std::string(KIVO_TOOLS) + "/" + kind; }
+/// The command line of a server's tool, up to the folder; either path may have blanks in it.
+std::string tool(const std::string& kind, const std::string& verb, const std::string& folder) {
+  return std::string("'" KIVO_TOOLS "/") + kind + "' " + verb + " '" + folder + "'";
+}
 
 std::string newFolder(const std::string& kind) {
   std::string folder = (std::filesystem::temp_directory_path() / ("kivo-" + kind + "-XXXXXX")).string();
@@ -34,7 +39,7 @@ std::string newFolder(const std::string& kind) {
 }  // namespace
 
 TestServer::TestServer(const std::string& kind) : kind_(kind), folder_(newFolder(kind)) {
-  std::istringstream lines(run(tool(kind_) + " start " + folder_));
+  std::istringstream lines(run(tool(kind_, "start", folder_) + " " + std::to_string(getpid())));
   std::map<std::string, std::string> values;
   for (std::string line; std::getline(lines, line);) {
     const std::size_t equals = line.find('=');
@@ -57,10 +62,10 @@ TestServer::~TestServer() {
   std::filesystem::remove_all(folder_, ignored);
 }
 
-void TestServer::stop() { run(tool(kind_) + " stop " + folder_); }
+void TestServer::stop() { run(tool(kind_, "stop", folder_)); }
 
 std::string TestServer::sql(const std::string& statement) const {
-  std::string output = run("psql -v ON_ERROR_STOP=1 -qAtX -h " + folder_ + " -p " + port + " -U " + user + " " +
+  std::string output = run("psql -v ON_ERROR_STOP=1 -qAtX -h '" + folder_ + "' -p " + port + " -U " + user + " " +
                            database + " <<'END'\n" + statement + ";\nEND\n");
   if (!output.empty()) output.pop_back();
   return output;

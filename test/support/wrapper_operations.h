@@ -39,13 +39,12 @@ struct Given {
   }
 };
 
-/// A member with the Java method that it is named for, the calls that reach Java, and what it changes.
 struct Operation {
   std::string name;
   std::function<bool(jdbcWrapper& w, Given& g)> run;
-  const char* calls;
-  const char* done;
-  const char* failed;
+  const char* calls;   ///< What reaches the Java double, a line each.
+  const char* done;    ///< What a success changes with the double's usual answers, as changes() tells it.
+  const char* failed;  ///< The same of a call that could not be made.
 };
 
 inline const Operation kOperations[] = {
@@ -94,7 +93,8 @@ inline std::string methodOf(const Operation& operation) {
 inline std::string outcome(jdbcWrapper& wrapper, const Operation& operation) {
   Given given;
   bool result = true;
-  Armed(Fault::kNull)([&] { result = operation.run(wrapper, given); });
+  const Armed armed(Fault::kNull);
+  armed([&] { result = operation.run(wrapper, given); });
   const std::string ended = (result ? "true " : "false ") + std::to_string(wrapper.errorState) + ' ';
   return ended + wrapper.errorMessage + "; " + given.changes();
 }

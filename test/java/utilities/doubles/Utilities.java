@@ -96,7 +96,7 @@ public class Utilities {
   }
 
   private static String enter(String method, String otherwise, Object... arguments) {
-    String answer = Recorder.enter("Utilities." + method, otherwise, arguments);
+    String answer = Recorder.enter(method, otherwise, arguments);
     if ("mute".equals(answer)) {
       throw new Mute();
     }

@@ -1,0 +1,309 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "jdbcWrapper.h"
+#include "test_server.h"
+#include "vm_fixture.h"
+
+namespace kivo::test {
+namespace {
+
+[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
+
+using Text = std::optional<std::string>;
+
+/// A database under test, by its word in the golden tables.
+struct Database {
+  std::string word;
+  std::string url;
+  std::string user;
+  std::string password;
+};
+
+/// All six, their servers started once for the binary.
+const std::vector<Database>& databases() {
+  static const TestServer postgres("postgres");
+  static const TestServer mariadb("mariadb");
+  const auto served = [](const char* scheme, const TestServer& server) {
+    return std::string("jdbc:") + scheme + "://" + server.host + ":" + server.port + "/" + server.database;
+  };
+  static const std::vector<Database> all = {
+      {"h2", "jdbc:h2:mem:test;DB_CLOSE_DELAY=-1", "", ""},
+      {"hsqldb", "jdbc:hsqldb:mem:test", "SA", ""},
+      {"derby", "jdbc:derby:memory:test;create=true", "", ""},
+      {"sqlite", "jdbc:sqlite:file:test?mode=memory&cache=shared", "", ""},
+      {"mariadb", served("mariadb", mariadb), mariadb.user, mariadb.password},
+      {"postgresql", served("postgresql", postgres), postgres.user, postgres.password},
+  };
+  return all;
+}
+
+class Databases : public testing::TestWithParam<int> {
+ protected:
+  void SetUp() override {
+    database = databases()[static_cast<std::size_t>(GetParam())];
+    connect(wrapper);
+  }
+  void TearDown() override { EXPECT_TRUE(wrapper.closeConnection()) << wrapper.errorMessage; }
+
+  void connect(jdbcWrapper& object) const {
+    std::string url = database.url;
+    ASSERT_EQ(object.errorState, 0) << object.errorMessage;
+    ASSERT_TRUE(object.setUrl("", "", "", "", "", url) && object.getConnection(database.user, database.password) &&
+                object.getStatement())
+        << object.errorMessage;
+  }
+
+  int update(const std::string& sql) {
+    const int count = wrapper.executeUpdate(sql);
+    EXPECT_GE(count, 0) << sql.substr(0, 200) << ": " << wrapper.errorMessage;
+    return count;
+  }
+
+  void recreate(const std::string& table, const std::string& columns) {
+    wrapper.executeUpdate("drop table " + table);
+    update("create table " + table + " (" + columns + ")");
+  }
+
+  void query(const std::string& sql) {
+    ASSERT_TRUE(wrapper.executeQuery(sql, 0)) << sql << ": " << wrapper.errorMessage;
+  }
+
+  Text column(int number) {
+    char* value = nullptr;
+    EXPECT_TRUE(wrapper.getColumn(number, value)) << wrapper.errorMessage;
+    Text text;
+    if (value != nullptr) text = value;
+    std::free(value);
+    return text;
+  }
+
+  /// The first column of a query's only row.
+  Text only(const std::string& sql) {
+    if (!wrapper.executeQuery(sql, 0) || !wrapper.next()) return "failed: " + wrapper.errorMessage;
+    Text text = column(1);
+    EXPECT_FALSE(wrapper.next());
+    EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
+    return text;
+  }
+
+  Database database;
+  jdbcWrapper wrapper;
+};
+
+TEST_P(Databases, ValuesComeAsTheGoldenTablesSay) {
+  int rows = 0;
+  for (const char* table : {"dates.tsv", "values.tsv"}) {
+    std::ifstream file(std::string(KIVO_GOLDEN) + "/" + table);
+    ASSERT_TRUE(file) << table;
+    for (std::string line; std::getline(file, line);) {
+      std::istringstream fields(line);
+      std::string word;
+      std::string type;
+      std::string literal;
+      std::string expected;
+      std::getline(fields, word, '\t');
+      std::getline(fields, type, '\t');
+      std::getline(fields, literal, '\t');
+      std::getline(fields, expected);
+      if (word != database.word) continue;
+      ++rows;
+      SCOPED_TRACE(line);
+      recreate("golden", "k int, v " + type);
+      update("insert into golden values (1, " + literal + ")");
+      EXPECT_EQ(only("select v from golden where k = 1").value_or("\\N"), expected);
+    }
+  }
+  EXPECT_GT(rows, 10);
+}
+
+TEST_P(Databases, RowsAreCountedNamedAndLimited) {
+  recreate("numbered", "id int primary key, name varchar(20)");
+  for (int id = 1; id <= 300; ++id) {
+    ASSERT_TRUE(
+        wrapper.addToBatch("insert into numbered values (" + std::to_string(id) + ", 'n" + std::to_string(id) + "')"));
+  }
+  int executed = 0;
+  ASSERT_TRUE(wrapper.executeBatch(executed)) << wrapper.errorMessage;
+  EXPECT_EQ(executed, 300);
+  EXPECT_EQ(update("update numbered set name = null where id <= 2"), 2);
+
+  query("select id as \"number\", name as \"label\" from numbered order by id");
+  EXPECT_EQ(wrapper.getNumColumns(), 2);
+  std::string name;
+  int type = 0;
+  EXPECT_TRUE(wrapper.getColumnInfo(2, name, type));
+  EXPECT_EQ(name, "label");
+  EXPECT_EQ(type, 12);
+  int row = 0;
+  while (wrapper.next()) {
+    ++row;
+    EXPECT_EQ(column(1), std::to_string(row));
+    EXPECT_EQ(column(2), row <= 2 ? Text() : Text("n" + std::to_string(row)));
+  }
+  EXPECT_EQ(row, 300);
+  EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
+
+  ASSERT_TRUE(wrapper.executeQuery("select id from numbered", 7));
+  int limited = 0;
+  while (wrapper.next()) ++limited;
+  EXPECT_EQ(limited, 7);
+}
+
+TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
+  recreate("batched", "id int primary key");
+  update("insert into batched values (1)");
+  for (const char* id : {"5", "1", "6"}) {
+    ASSERT_TRUE(wrapper.addToBatch(std::string("insert into batched values (") + id + ")"));
+  }
+  int executed = 0;
+  EXPECT_FALSE(wrapper.executeBatch(executed));
+  EXPECT_EQ(wrapper.errorState, 1);
+  EXPECT_NE(wrapper.errorMessage.find("["), std::string::npos) << "no SQLState: " << wrapper.errorMessage;
+  EXPECT_EQ(only("select count(*) from batched"), "1");
+
+  // The connection is back in auto-commit, and the failed batch is gone.
+  EXPECT_EQ(update("insert into batched values (7)"), 1);
+  jdbcWrapper other;
+  connect(other);
+  ASSERT_TRUE(other.executeQuery("select count(*) from batched", 0) && other.next());
+  char* value = nullptr;
+  ASSERT_TRUE(other.getColumn(1, value));
+  EXPECT_STREQ(value, "2");
+  std::free(value);
+  EXPECT_TRUE(other.closeConnection());
+}
+
+TEST_P(Databases, ErrorsCarryTheDriversTextAndTheStateOfTheObject) {
+  const struct {
+    const char* what;
+    bool (*fails)(jdbcWrapper&);
+    int state;
+  } rows[] = {
+      {"a table that is not there", [](jdbcWrapper& w) { return !w.executeQuery("select * from nowhere", 0); }, 1},
+      {"no SQL", [](jdbcWrapper& w) { return w.executeUpdate("this is no statement") < 0; }, 1},
+      {"a column outside the row",
+       [](jdbcWrapper& w) {
+         char* value = nullptr;
+         return !w.getColumn(99, value) && value == nullptr;
+       },
+       2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    EXPECT_TRUE(row.fails(wrapper));
+    EXPECT_EQ(wrapper.errorState, row.state) << wrapper.errorMessage;
+    EXPECT_FALSE(wrapper.errorMessage.empty());
+  }
+  recreate("after_errors", "id int");
+  EXPECT_EQ(only("select count(*) from after_errors"), "0");
+}
+
+TEST_P(Databases, UserTablesAreListedAndNothingElse) {
+  recreate("listed", "id int");
+  wrapper.executeUpdate("drop view seen");
+  update("create view seen as select id from listed");
+  std::vector<std::string> tables = {"gone"};
+  ASSERT_TRUE(wrapper.getTables(tables)) << wrapper.errorMessage;
+  const auto has = [&tables](std::string name) {
+    return std::any_of(tables.begin(), tables.end(), [&name](const std::string& table) {
+      return std::equal(table.begin(), table.end(), name.begin(), name.end(),
+                        [](char left, char right) { return std::tolower(left) == std::tolower(right); });
+    });
+  };
+  EXPECT_TRUE(has("listed"));
+  for (const char* other : {"seen", "gone", "SYSTABLES", "sqlite_master", "pg_class", "USERS", "TABLES", "user"}) {
+    EXPECT_FALSE(has(other)) << other;
+  }
+  update("drop view seen");
+}
+
+TEST_P(Databases, LargeTextComesWhole) {
+  const std::size_t tenMegabytes = 10 << 20;
+  const std::string repeated = "repeat('x', 10485760)";
+  const struct {
+    const char* word;
+    const char* type;
+    std::string value;
+    std::size_t size;
+  } rows[] = {
+      {"h2", "clob", repeated, tenMegabytes},
+      {"hsqldb", "clob", repeated, tenMegabytes},
+      {"derby", "clob", "'" + std::string(30000, 'x') + "'", 30000},
+      {"sqlite", "text", "replace(hex(zeroblob(5242880)), '0', 'x')", tenMegabytes},
+      {"mariadb", "longtext", repeated, tenMegabytes},
+      {"postgresql", "text", repeated, tenMegabytes},
+  };
+  const auto& row = rows[GetParam()];
+  ASSERT_EQ(database.word, row.word);
+  recreate("large", std::string("t ") + row.type);
+  update("insert into large values (" + row.value + ")");
+  const std::string read = only("select t from large").value_or("");
+  EXPECT_EQ(read.size(), row.size) << read.substr(0, 200);
+  EXPECT_TRUE(read == std::string(row.size, 'x'));
+  update("drop table large");
+}
+
+std::string nameOf(const testing::TestParamInfo<int>& tested) {
+  const char* const names[] = {"H2", "Hsqldb", "Derby", "Sqlite", "Mariadb", "Postgresql"};
+  return names[tested.param];
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);
+
+TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
+  ASSERT_STREQ(std::getenv("KIVO_TEST_HEAP_MB"), "64") << "the rows would fit a larger heap";
+  const struct {
+    const char* word;
+    const char* sql;
+  } rows[] = {
+      {"postgresql", "select g, repeat('v', 60) from generate_series(1, 2000000) g"},
+      {"h2", "select x, repeat('v', 60) from system_range(1, 2000000)"},
+      {"mariadb", "select seq, repeat('v', 60) from seq_1_to_2000000"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.word);
+    const auto& all = databases();
+    Database database = *std::find_if(all.begin(), all.end(), [&row](const auto& one) { return one.word == row.word; });
+    if (database.word == "h2") database.url += ";LAZY_QUERY_EXECUTION=1";
+    jdbcWrapper wrapper;
+    ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
+                wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
+                wrapper.executeQuery(row.sql, 0))
+        << wrapper.errorMessage;
+    long sum = 0;
+    while (wrapper.next()) {
+      char* value = nullptr;
+      if (!wrapper.getColumn(1, value) || value == nullptr) break;
+      sum += std::strtol(value, nullptr, 10);
+      std::free(value);
+    }
+    EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
+    EXPECT_EQ(sum, 2000000L * 2000001 / 2);
+    EXPECT_TRUE(wrapper.closeConnection());
+  }
+}
+
+TEST(Drivers, AMissingOneIsNamedWithItsCure) {
+  jdbcWrapper wrapper;
+  std::string url = "jdbc:nosuch://somewhere/x?password=secret";
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", url));
+  EXPECT_FALSE(wrapper.getConnection("me", "hidden"));
+  EXPECT_EQ(wrapper.errorState, 2);
+  EXPECT_NE(wrapper.errorMessage.find("nosuch"), std::string::npos) << wrapper.errorMessage;
+  EXPECT_NE(wrapper.errorMessage.find("class path"), std::string::npos) << wrapper.errorMessage;
+  EXPECT_EQ(wrapper.errorMessage.find("secret"), std::string::npos) << wrapper.errorMessage;
+  EXPECT_EQ(wrapper.errorMessage.find("hidden"), std::string::npos) << wrapper.errorMessage;
+}
+
+}  // namespace
+}  // namespace kivo::test

@@ -1,0 +1,111 @@
+#include "bad_network.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <stdexcept>
+
+namespace kivo::test {
+namespace {
+
+constexpr std::size_t kPart = 4096;
+constexpr std::size_t kFewBytes = 11;
+
+int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
+
+sockaddr_in loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  return address;
+}
+
+bool breaks(BadNetwork::Fault fault) { return fault != BadNetwork::Fault::kNone && fault != BadNetwork::Fault::kSlow; }
+
+/// @return how many bytes went over; 0 when either side has ended.
+std::size_t forward(int from, int to, std::size_t most) {
+  std::array<char, kPart> part{};
+  const ssize_t length = recv(from, part.data(), most, 0);
+  if (length <= 0) return 0;
+  const auto size = static_cast<std::size_t>(length);
+  return send(to, part.data(), size, MSG_NOSIGNAL) == length ? size : 0;
+}
+
+}  // namespace
+
+BadNetwork::BadNetwork(const std::string& serverPort) : serverPort_(serverPort), listener_(newSocket()) {
+  sockaddr_in address = loopback(0);
+  socklen_t size = sizeof address;
+  auto* const generic = reinterpret_cast<sockaddr*>(&address);
+  if (bind(listener_, generic, size) != 0 || listen(listener_, 8) != 0 || getsockname(listener_, generic, &size) != 0) {
+    throw std::runtime_error("the test cannot listen on loopback");
+  }
+  port = std::to_string(ntohs(address.sin_port));
+  thread_ = std::thread([this] { serve(); });
+}
+
+BadNetwork::~BadNetwork() {
+  stopping_ = true;
+  thread_.join();
+  close(listener_);
+}
+
+void BadNetwork::plan(Fault fault, std::size_t after) {
+  after_ = after;
+  passed_ = 0;
+  fault_ = fault;
+}
+
+void BadNetwork::serve() {
+  while (!stopping_) {
+    pollfd waiting{listener_, POLLIN, 0};
+    if (poll(&waiting, 1, 10) <= 0) continue;
+    const int client = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    const int server = newSocket();
+    const sockaddr_in address = loopback(std::stoi(serverPort_));
+    if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) pass(client, server);
+    close(server);
+    close(client);
+  }
+}
+
+void BadNetwork::pass(int client, int server) {
+  while (!stopping_) {
+    // At once behind the last byte: a request that follows does not reach the server.
+    const Fault fault = fault_;
+    if (breaks(fault) && passed_ >= after_) return spoil(fault, client);
+    std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
+    poll(waiting.data(), waiting.size(), 10);
+    if (waiting[0].revents != 0 && forward(client, server, kPart) == 0) return;
+    if (waiting[1].revents != 0 && !forwardAnswer(fault, client, server)) return;
+  }
+}
+
+bool BadNetwork::forwardAnswer(Fault fault, int client, int server) {
+  if (fault == Fault::kSlow) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  const std::size_t most = fault == Fault::kSlow ? kFewBytes : kPart;
+  const std::size_t length = forward(server, client, breaks(fault) ? std::min(most, after_ - passed_) : most);
+  passed_ += length;
+  return length > 0;
+}
+
+void BadNetwork::spoil(Fault fault, int client) const {
+  // Closing it will then send a reset, not an end.
+  const linger reset{1, 0};
+  if (fault == Fault::kReset) setsockopt(client, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+  std::array<char, kPart> unheard{};
+  while (fault == Fault::kSilence && !stopping_) {
+    pollfd waiting{client, POLLIN, 0};
+    if (poll(&waiting, 1, 10) > 0 && recv(client, unheard.data(), unheard.size(), 0) <= 0) return;
+  }
+}
+
+}  // namespace kivo::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <thread>
+
+namespace kivo::test {
+
+/// A port on loopback that passes one connection after another on to a server, and spoils what comes back.
+class BadNetwork {
+ public:
+  enum class Fault {
+    kNone,
+    kReset,    ///< The connection breaks.
+    kEnd,      ///< The server's text ends, in the middle of a message as a rule.
+    kSilence,  ///< Nothing comes any more, and the connection stays.
+    kSlow,     ///< A few bytes at a time.
+  };
+
+  explicit BadNetwork(const std::string& serverPort);
+  ~BadNetwork();
+  BadNetwork(const BadNetwork&) = delete;
+  BadNetwork& operator=(const BadNetwork&) = delete;
+
+  /// The fault strikes when so many of the server's bytes have come through, counted from now over all connections.
+  void plan(Fault fault, std::size_t after = 0);
+  std::size_t passed() const { return passed_; }
+
+  std::string port;
+
+ private:
+  void serve();
+  void pass(int client, int server);
+  bool forwardAnswer(Fault fault, int client, int server);
+  void spoil(Fault fault, int client) const;
+
+  const std::string serverPort_;
+  const int listener_;
+  std::atomic<bool> stopping_{false};
+  std::atomic<Fault> fault_{Fault::kNone};
+  std::atomic<std::size_t> after_{0};
+  std::atomic<std::size_t> passed_{0};
+  std::thread thread_;
+};
+
+}  // namespace kivo::test
