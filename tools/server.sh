@@ -20,19 +20,32 @@ as_server() {
 prepare() {
   [ -z "$(ls -A "$dir")" ] || fail "$dir is not empty"
   [ "$(id -u)" != 0 ] || chown "$server_user" "$dir"
+  as_server test -w "$dir" || fail "the user $server_user cannot get to $dir; choose a TMPDIR that all users may enter"
 }
 
 announce() {
   printf 'HOST=127.0.0.1\nPORT=%s\nDATABASE=kivo\nUSER=kivo\nPASSWORD=%s\n' "$1" "$password"
 }
 
+# An owner that crashes or is killed cannot stop its server itself.
+stop_after() {
+  while [ -d "$dir" ] && kill -0 "$1"; do sleep 1; done
+  [ ! -d "$dir" ] || stop
+}
+
 # Runs the command given by name for the folder given.
 main() {
-  [ $# = 2 ] || fail "usage: $0 start|stop DIR"
+  usage="usage: $0 start DIR [OWNER] | stop DIR"
+  [ $# = 2 ] || [ $# = 3 ] || fail "$usage"
   [ -d "$2" ] || fail "there is no folder $2"
   dir=$(cd "$2" && pwd)
   case $1 in
-    start | stop) "$1" ;;
-    *) fail "usage: $0 start|stop DIR" ;;
+    start)
+      start
+      # A subshell of its own: a function would keep the caller's output open, which the caller reads to its end.
+      if [ $# = 3 ]; then (stop_after "$3") </dev/null >/dev/null 2>&1 & fi
+      ;;
+    stop) stop ;;
+    *) fail "$usage" ;;
   esac
 }
