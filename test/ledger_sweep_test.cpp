@@ -24,7 +24,6 @@ constexpr Fault kFaults[] = {Fault::kOutOfMemory, Fault::kNull,   Fault::kThrowB
 /// One member on an object in the state that it is called in.
 struct Member {
   const char* name;
-  bool mayLeavePending;
   std::function<void(JniLedger&, const Armed&)> run;
 };
 
@@ -48,35 +47,6 @@ bool bring(JdbcUtils& utils, State state, const char* word) {
   return std::all_of(steps, steps + static_cast<int>(state), [](const auto& step) { return step(); });
 }
 
-/// A row for a member of JdbcUtils: afterwards the object must still close, and hold nothing.
-Member jdbc(const char* name, State state, std::function<void(JdbcUtils&)> call, bool mayLeavePending = false,
-            const char* word = "postgresql") {
-  return {name, mayLeavePending, [=](JniLedger& ledger, const Armed& armed) {
-            JdbcUtils utils;
-            EXPECT_TRUE(bring(utils, state, word));
-            armed([&] { call(utils); });
-            if (!mayLeavePending) {
-              EXPECT_FALSE(ledger.exceptionPending());
-            }
-            utils.closeConnection();
-            utils.destroy();
-          }};
-}
-
-/// A row for a member of the bridge; one that fails once must work the next time.
-Member bridge(const char* name, bool ready, std::function<void(JavaConnectionUtils&)> call) {
-  return {name, false, [=](JniLedger& ledger, const Armed& armed) {
-            std::string className = "doubles/Bridge";
-            JavaConnectionUtils connection(className);
-            if (ready) {
-              EXPECT_TRUE(connection.javaInit());
-            }
-            armed([&] { call(connection); });
-            EXPECT_FALSE(ledger.exceptionPending());
-            EXPECT_TRUE(connection.javaInit() && connection.makeConnection());
-          }};
-}
-
 template <class Object, class Column>
 std::function<void(Object&)> readColumn(Column column) {
   return [column](Object& object) {
@@ -90,26 +60,51 @@ std::string text = "text";
 std::string wide = "w\xC3\xA9ite \xF0\x9F\x8C\x8D";
 std::vector<std::string> texts = {"one", "two"};
 
+struct BridgeRow {
+  const char* name;
+  bool ready;
+  std::function<void(JavaConnectionUtils&)> call;
+};
+
+const BridgeRow kBridgeRows[] = {
+    {"javaInit", false, [](auto& b) { b.javaInit(); }},
+    {"setParams", true, [](auto& b) { b.setParams(texts, texts); }},
+    {"makeConnection", true, [](auto& b) { b.makeConnection(); }},
+    {"canDiscover", true, [](auto& b) { b.canDiscover(); }},
+    {"query", true, [](auto& b) { b.query(); }},
+    {"next", true, [](auto& b) { b.next(); }},
+    {"getColumn", true, readColumn<JavaConnectionUtils>(1)},
+    {"discoverTables", true,
+     [](auto& b) {
+       std::vector<std::string> tables;
+       b.discoverTables(tables);
+     }},
+    {"discoverTable", true,
+     [](auto& b) {
+       std::vector<std::string> lists[2];
+       b.discoverTable(wide, lists[0], lists[1]);
+     }},
+};
+
+/// A member that fails once must work the next time.
 std::vector<Member> bridgeMembers() {
-  using Bridge = JavaConnectionUtils;
   std::vector<Member> members;
-  members.push_back(bridge("javaInit", false, [](Bridge& b) { b.javaInit(); }));
-  members.push_back(bridge("setParams", true, [](Bridge& b) { b.setParams(texts, texts); }));
-  members.push_back(bridge("makeConnection", true, [](Bridge& b) { b.makeConnection(); }));
-  members.push_back(bridge("canDiscover", true, [](Bridge& b) { b.canDiscover(); }));
-  members.push_back(bridge("query", true, [](Bridge& b) { b.query(); }));
-  members.push_back(bridge("next", true, [](Bridge& b) { b.next(); }));
-  members.push_back(bridge("getColumn", true, readColumn<Bridge>(1)));
-  members.push_back(bridge("discoverTables", true, [](Bridge& b) {
-    std::vector<std::string> tables;
-    b.discoverTables(tables);
-  }));
-  members.push_back(bridge("discoverTable", true, [](Bridge& b) {
-    std::vector<std::string> first;
-    std::vector<std::string> second;
-    b.discoverTable(wide, first, second);
-  }));
+  for (const BridgeRow& row : kBridgeRows) {
+    members.push_back({row.name, [row](JniLedger& ledger, const Armed& armed) {
+                         std::string className = "doubles/Bridge";
+                         JavaConnectionUtils connection(className);
+                         EXPECT_TRUE(!row.ready || connection.javaInit());
+                         armed([&] { row.call(connection); });
+                         EXPECT_FALSE(ledger.exceptionPending());
+                         EXPECT_TRUE(connection.javaInit() && connection.makeConnection());
+                       }});
+  }
   return members;
+}
+
+void attach(JdbcUtils& utils) {
+  const bool attached = utils.javaInit();
+  EXPECT_EQ(attached, utils.env != nullptr);
 }
 
 void connect(JdbcUtils& utils) {
@@ -119,67 +114,88 @@ void connect(JdbcUtils& utils) {
   EXPECT_TRUE(utils.connection == nullptr || utils.getConnection(none, none, none));
 }
 
+void makeArray(JdbcUtils& utils) {
+  char* strings[] = {text.data(), wide.data()};
+  const jobjectArray array = utils.NewStringArray(strings, 2);
+  if (array != nullptr) utils.env->DeleteLocalRef(array);
+}
+
+void describeColumn(JdbcUtils& utils) {
+  int type = 0;
+  std::string name;
+  utils.getColumnInfo(0, name, type);
+}
+
+void executeBatch(JdbcUtils& utils) {
+  int counts[4];
+  utils.autoCommit = false;
+  utils.executeBatch(counts);
+}
+
+void listTables(JdbcUtils& utils) {
+  std::vector<std::string> tables;
+  const jobject statement = utils.statement;
+  const jobject resultSet = utils.resultSet;
+  utils.getTables(tables);
+  EXPECT_EQ(utils.statement, statement);
+  EXPECT_EQ(utils.resultSet, resultSet);
+}
+
+struct JdbcRow {
+  const char* name;
+  State state;
+  std::function<void(JdbcUtils&)> call;
+  bool mayLeavePending = false;
+  const char* word = "postgresql";
+};
+
+constexpr bool kPending = true;
+
+const JdbcRow kJdbcRows[] = {
+    {"javaInit", State::fresh, attach},
+    {"NewStringArray", State::configured, makeArray, kPending},
+    {"getConnection, oracle", State::configured, connect, false, "oracle"},
+    {"getConnection, mssql", State::configured, connect, false, "mssql"},
+    {"getConnection, velmar", State::configured, connect, false, "velmar"},
+    {"getConnection, db2", State::configured, connect, false, "db2"},
+    {"getConnection, netezza", State::configured, connect, false, "netezza"},
+    {"getConnection, teradata", State::configured, connect, false, "teradata"},
+    {"getConnection, kdb", State::configured, connect, false, "kdb"},
+    {"getConnection, postgresql", State::configured, connect},
+    {"setAutoCommit", State::connected, [](auto& j) { j.setAutoCommit(false); }, kPending},
+    {"commit", State::connected, [](auto& j) { j.commit(); }, kPending},
+    {"getStatement", State::connected, [](auto& j) { j.getStatement(); }},
+    {"executeQuery", State::connected, [](auto& j) { j.executeQuery(wide, 3); }},
+    {"executeQuery again", State::row, [](auto& j) { j.executeQuery(text, 3); }},
+    {"next", State::result, [](auto& j) { j.next(); }, kPending},
+    {"getColumn", State::row, readColumn<JdbcUtils>(2UL), kPending},
+    {"getColumn of a date", State::row, readColumn<JdbcUtils>(3UL), kPending},
+    {"getNumColumns", State::result, [](auto& j) { j.getNumColumns(); }, kPending},
+    {"getColumnInfo", State::result, describeColumn, kPending},
+    {"closeRS", State::result, [](auto& j) { j.closeRS(); }},
+    {"closeST", State::result, [](auto& j) { j.closeST(); }},
+    {"closeConnection", State::result, [](auto& j) { j.closeConnection(); }},
+    {"executeUpdate", State::statement, [](auto& j) { j.executeUpdate(wide); }},
+    {"addToBatch", State::statement, [](auto& j) { j.addToBatch(wide); }},
+    {"executeBatch", State::statement, executeBatch},
+    {"getTables", State::connected, listTables},
+    {"getTables of Oracle", State::row, listTables, false, "oracle"},
+    {"getTables of Teradata", State::connected, listTables, false, "teradata"},
+};
+
+/// Whatever failed, the object must still close, and hold nothing then.
 std::vector<Member> jdbcMembers() {
-  using J = JdbcUtils;
-  constexpr bool kPending = true;
-  const auto listing = [](J& j) {
-    std::vector<std::string> tables;
-    const jobject statement = j.statement;
-    const jobject resultSet = j.resultSet;
-    j.getTables(tables);
-    EXPECT_EQ(j.statement, statement);
-    EXPECT_EQ(j.resultSet, resultSet);
-  };
   std::vector<Member> members;
-  members.push_back(jdbc("javaInit", State::fresh, [](J& j) {
-    const bool attached = j.javaInit();
-    EXPECT_EQ(attached, j.env != nullptr);
-  }));
-  members.push_back(jdbc(
-      "NewStringArray", State::configured,
-      [](J& j) {
-        char* strings[] = {text.data(), wide.data()};
-        const jobjectArray array = j.NewStringArray(strings, 2);
-        if (array != nullptr) j.env->DeleteLocalRef(array);
-      },
-      kPending));
-  for (const char* word : {"oracle", "mssql", "velmar", "db2", "netezza", "teradata", "kdb", "postgresql"}) {
-    members.push_back(jdbc(word, State::configured, connect, false, word));
+  for (const JdbcRow& row : kJdbcRows) {
+    members.push_back({row.name, [row](JniLedger& ledger, const Armed& armed) {
+                         JdbcUtils utils;
+                         EXPECT_TRUE(bring(utils, row.state, row.word));
+                         armed([&] { row.call(utils); });
+                         EXPECT_TRUE(row.mayLeavePending || !ledger.exceptionPending());
+                         utils.closeConnection();
+                         utils.destroy();
+                       }});
   }
-  members.push_back(jdbc(
-      "setAutoCommit", State::connected, [](J& j) { j.setAutoCommit(false); }, kPending));
-  members.push_back(jdbc(
-      "commit", State::connected, [](J& j) { j.commit(); }, kPending));
-  members.push_back(jdbc("getStatement", State::connected, [](J& j) { j.getStatement(); }));
-  members.push_back(jdbc("executeQuery", State::connected, [](J& j) { j.executeQuery(wide, 3); }));
-  members.push_back(jdbc("executeQuery again", State::row, [](J& j) { j.executeQuery(text, 3); }));
-  members.push_back(jdbc(
-      "next", State::result, [](J& j) { j.next(); }, kPending));
-  members.push_back(jdbc("getColumn", State::row, readColumn<J>(2UL), kPending));
-  members.push_back(jdbc("getColumn of a date", State::row, readColumn<J>(3UL), kPending));
-  members.push_back(jdbc(
-      "getNumColumns", State::result, [](J& j) { j.getNumColumns(); }, kPending));
-  members.push_back(jdbc(
-      "getColumnInfo", State::result,
-      [](J& j) {
-        int type = 0;
-        std::string name;
-        j.getColumnInfo(0, name, type);
-      },
-      kPending));
-  members.push_back(jdbc("closeRS", State::result, [](J& j) { j.closeRS(); }));
-  members.push_back(jdbc("closeST", State::result, [](J& j) { j.closeST(); }));
-  members.push_back(jdbc("closeConnection", State::result, [](J& j) { j.closeConnection(); }));
-  members.push_back(jdbc("executeUpdate", State::statement, [](J& j) { j.executeUpdate(wide); }));
-  members.push_back(jdbc("addToBatch", State::statement, [](J& j) { j.addToBatch(wide); }));
-  members.push_back(jdbc("executeBatch", State::statement, [](J& j) {
-    int counts[4];
-    j.autoCommit = false;
-    j.executeBatch(counts);
-  }));
-  members.push_back(jdbc("getTables", State::connected, listing));
-  members.push_back(jdbc("getTables of Oracle", State::row, listing, false, "oracle"));
-  members.push_back(jdbc("getTables of Teradata", State::connected, listing, false, "teradata"));
   return members;
 }
 
@@ -190,7 +206,7 @@ bool run(const Operation& operation, jdbcWrapper& wrapper) {
 
 /// A row for an operation of the wrapper; one that fails once must end the next time as it did before.
 Member wrapped(const Operation& operation) {
-  return {operation.name.c_str(), false, [&operation](JniLedger& ledger, const Armed& armed) {
+  return {operation.name.c_str(), [&operation](JniLedger& ledger, const Armed& armed) {
             jdbcWrapper wrapper;
             const bool usual = run(operation, wrapper);
             if (armed([&] { run(operation, wrapper); })) {
@@ -204,7 +220,7 @@ Member wrapped(const Operation& operation) {
 /// A row for a construction while the class lacks a method, if named. An object that reports nothing must do
 /// everything, and one that does must not crash.
 Member constructed(JNIEnv* env, const char* without) {
-  return {"jdbcWrapper", false, [=](JniLedger& ledger, const Armed& armed) {
+  return {"jdbcWrapper", [=](JniLedger& ledger, const Armed& armed) {
             const Hidden hidden(env, without);
             std::optional<jdbcWrapper> wrapper;
             if (!armed([&] { wrapper.emplace(); })) return;

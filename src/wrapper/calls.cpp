@@ -39,8 +39,10 @@ void failOutOfMemory(jdbcWrapper& wrapper) {
 
 std::string takeEscaped(JNIEnv* env) {
   const LocalRef<jthrowable> exception = takePending(env);
+  // What gives null and throws nothing has run out of memory.
+  if (!exception) return kOutOfMemory;
   std::string text;
-  return exception && describe(env, exception.get(), text) ? text : kNoText;
+  return describe(env, exception.get(), text) ? text : kNoText;
 }
 
 bool failEscaped(jdbcWrapper& wrapper) {
