@@ -2,12 +2,13 @@ package com.ulvanejdbc;
 
 import java.math.BigDecimal;
 import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Types;
 
-/** How a column's values become text. Chosen once per query, since the per-cell path must cost no more than the driver. */
+/** How a column's values become text. Chosen once per query, so that a cell costs hardly more than the driver. */
 enum CellKind {
-  /** The driver's own text. */
+  /** The driver's own text. A CLOB comes whole on every driver, and unlike its stream may be asked for again. */
   TEXT {
     @Override
     String read(ResultSet rows, int type, int column) throws SQLException {
@@ -41,11 +42,12 @@ enum CellKind {
     }
   },
 
-  /** Whatever the cell at hand holds: bytes as such, all else as text. */
+  /** By the type of the cell at hand. A text or a whole number in an object is what the driver would put as text. */
   ANY {
     @Override
     String read(ResultSet rows, int type, int column) throws SQLException {
       Object value = rows.getObject(column);
+      if (value instanceof String || value instanceof Integer) return value.toString();
       return value instanceof byte[] ? hex((byte[]) value) : rows.getString(column);
     }
   };
@@ -60,7 +62,18 @@ enum CellKind {
   /** The text of the current row's value, or null for SQL NULL. */
   abstract String read(ResultSet rows, int type, int column) throws SQLException;
 
-  static CellKind of(int type, String typeName, boolean anyTypeInAnyCell) {
+  /** @param anyTypeInAnyCell whether the database lets values of any type into any column */
+  static CellKind of(ResultSetMetaData columns, int column, boolean anyTypeInAnyCell) throws SQLException {
+    CellKind kind = ofType(columns.getColumnType(column));
+    // There a column is reported by its first value, as a number if that is NULL.
+    if (anyTypeInAnyCell && (kind == BINARY || kind == DECIMAL)) return ANY;
+    // Some drivers report this type as binary, but its hyphenated form is what people and the database know.
+    if (kind == BINARY && "UUID".equalsIgnoreCase(columns.getColumnTypeName(column))) return TEXT;
+    if (kind == DECIMAL && isNeverInExponents(columns.getScale(column))) return TEXT;
+    return kind;
+  }
+
+  private static CellKind ofType(int type) {
     switch (type) {
       case Types.DATE:
       case Types.TIME:
@@ -75,12 +88,18 @@ enum CellKind {
       case Types.VARBINARY:
       case Types.LONGVARBINARY:
       case Types.BLOB:
-        // Some drivers report this type as binary, yet its hyphenated form is what people and the database read.
-        return "UUID".equalsIgnoreCase(typeName) ? TEXT : BINARY;
+        return BINARY;
+      case Types.DECIMAL:
+      case Types.NUMERIC:
+        return DECIMAL;
       default:
-        if (anyTypeInAnyCell) return ANY;
-        return type == Types.DECIMAL || type == Types.NUMERIC ? DECIMAL : TEXT;
+        return TEXT;
     }
+  }
+
+  /** {@link BigDecimal#toString}, which drivers use, needs none below seven decimals; 0 may stand for any number. */
+  private static boolean isNeverInExponents(int scale) {
+    return scale > 0 && scale < 7;
   }
 
   private static String hex(byte[] bytes) {

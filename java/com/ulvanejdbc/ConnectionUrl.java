@@ -9,9 +9,9 @@ final class ConnectionUrl {
    * Every word that a URL can be built for. In a template {@code {name}} stands for that input, copied unchanged, and a
    * part in brackets is left out when its input is empty (a port of 0 counts as empty there).
    *
-   * <p>The words with a second template build by that one when there is no host, for a database in this process: the
-   * database is then {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a directory
-   * for Derby. For SQLite it is a file's path or {@code :memory:}.
+   * <p>The words with a second template build by that one when there is no host, for a database in this process. It is
+   * {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a directory for Derby; for
+   * SQLite it is {@code :memory:} or a file's path.
    */
   private static final Word[] WORDS = {
     new Word("oracle", "oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
@@ -29,7 +29,8 @@ final class ConnectionUrl {
     new Word("mariadb", "mariadb", "jdbc:mariadb://{host}[:{port}]/{database}"),
     new Word("h2", "h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithoutHost("jdbc:h2:{database}"),
     new Word("derby", "derby", "jdbc:derby://{host}[:{port}]/{database}").orWithoutHost("jdbc:derby:{database}"),
-    new Word("hsqldb", "hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}").orWithoutHost("jdbc:hsqldb:{database}"),
+    new Word("hsqldb", "hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
+        .orWithoutHost("jdbc:hsqldb:{database}"),
     new Word("sqlite", "sqlite", "jdbc:sqlite:{database}"),
   };
 

@@ -6,8 +6,8 @@ import java.sql.SQLException;
 import java.sql.Statement;
 
 /**
- * What a driver needs so that a query's rows are not gathered in memory before the first is read, and how it tells that a
- * transaction was opened in SQL, which its auto-commit flag does not show.
+ * What a driver needs so that a query's rows are not gathered in memory before the first is read, and how it tells that
+ * a transaction was opened in SQL, which its auto-commit flag does not show.
  */
 enum DriverTraits {
   POSTGRESQL("postgresql") {

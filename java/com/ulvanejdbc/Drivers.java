@@ -25,8 +25,10 @@ final class Drivers {
       Connection connection = driver.acceptsURL(target.url) ? driver.connect(target.url, properties) : null;
       if (connection != null) return connection;
     }
-    throw new MisuseException("no driver found for this \"" + target.vendor + "\" URL: the jar of a JDBC driver that takes "
-        + "it must be on the class path");
+    // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
+    String word = target.vendor.matches("[\\w-]+") ? "\"" + target.vendor + "\" " : "";
+    throw new MisuseException("no driver found for this " + word + "URL: the jar of a JDBC driver that takes it must be "
+        + "on the class path");
   }
 
   private static void putUnlessEmpty(Properties properties, String name, String value) {

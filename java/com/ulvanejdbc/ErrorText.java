@@ -67,7 +67,8 @@ final class ErrorText {
   /** Where the message alone does not say what kind of failure it is. */
   private static String prefix(Throwable failure) {
     if (failure instanceof OutOfMemoryError) return "out of memory: ";
-    boolean tellsAll = failure instanceof SQLException || failure instanceof MisuseException || failure.getMessage() == null;
-    return tellsAll ? "" : failure.getClass().getName() + ": ";
+    if (failure instanceof SQLException || failure instanceof MisuseException) return "";
+    if (failure.getMessage() == null) return "";
+    return failure.getClass().getName() + ": ";
   }
 }

@@ -14,8 +14,8 @@ import java.util.Vector;
  * <p>Parameters: {@code url}, a JDBC URL whose driver is on the class path; {@code user} and {@code password}, left out
  * when empty; {@code query}, the SQL of the query, needed by {@link #query} alone.
  *
- * <p>Values, streaming and table names are those of {@link jdbcUtilities}. An object serves one thread at a time. Nobody
- * tells it when it is done with, so the connection closes when the object is collected as garbage.
+ * <p>Values, streaming and table names are those of {@link jdbcUtilities}. An object serves one thread at a time.
+ * Native code has no way to say that it is done with one: the connection closes after it was collected as garbage.
  */
 public class JdbcConnection {
   private static final List<String> KNOWN = Arrays.asList("url", "user", "password", "query");

@@ -24,7 +24,7 @@ final class Rows {
     for (int index = 0; index < count; ++index) {
       labels[index] = columns.getColumnLabel(index + 1);
       types[index] = columns.getColumnType(index + 1);
-      kinds[index] = CellKind.of(types[index], columns.getColumnTypeName(index + 1), anyTypeInAnyCell);
+      kinds[index] = CellKind.of(columns, index + 1, anyTypeInAnyCell);
     }
   }
 
@@ -39,6 +39,8 @@ final class Rows {
   String text(int column) throws SQLException {
     int index = indexOf(column);
     if (!onRow) throw new MisuseException("no current row: the last call of next did not answer true");
+    // Most columns are of this kind, and a test is cheaper than a call that may go to any kind.
+    if (kinds[index] == CellKind.TEXT) return rows.getString(column);
     return kinds[index].read(rows, types[index], column);
   }
 

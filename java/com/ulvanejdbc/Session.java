@@ -83,10 +83,13 @@ final class Session {
   }
 
   /** @return how many statements ran */
+  @SuppressWarnings("try") // the ending is there to be closed
   int runBatch() throws SQLException {
     statement();
     endRows();
-    return batch.run(connection, transactions);
+    try (Ending ending = transactions::giveBack) {
+      return batch.run(connection, transactions);
+    }
   }
 
   /** What the database holds. Asking leaves the rows being read where they are. */

@@ -5,8 +5,8 @@ import java.util.Collection;
 import java.util.Collections;
 
 /**
- * Which of a database's tables are its users'. Most drivers tell system tables by their type; a rule is for those that do
- * not, and for those whose tables are better asked for in SQL. All names are compared exactly.
+ * Which of a database's tables are its users'. Most drivers tell system tables by their type; rules are for those that
+ * do not, and for those whose tables are better asked for in SQL. All names are compared exactly.
  */
 final class TableRules {
   private static final Collection<String> SQL_SERVER_SCHEMAS = Arrays.asList("INFORMATION_SCHEMA", "sys");

@@ -5,8 +5,8 @@ import java.sql.SQLException;
 import java.sql.Statement;
 
 /**
- * The transactions opened on this side, for the rows of a query or for a batch, on a connection in auto-commit mode. One
- * that the caller opened in SQL is the caller's to end: within it rows are just read, and a batch gets a savepoint.
+ * The transactions opened on this side, for the rows of a query or for a batch, on a connection in auto-commit mode.
+ * One that the caller opened in SQL is the caller's to end: in it rows are just read, and a batch gets a savepoint.
  */
 final class Transactions {
   private static final String SAVEPOINT = "kivo_batch";
@@ -36,9 +36,10 @@ final class Transactions {
 
   void beginRows() throws SQLException {
     if (!traits.readsRowsInTransaction() || !connection.getAutoCommit()) return;
-    borrowed = traits.hasOpenTransaction(connection);
-    ours = !borrowed;
+    boolean callers = traits.hasOpenTransaction(connection);
     connection.setAutoCommit(false);
+    borrowed = callers;
+    ours = !callers;
   }
 
   /** @param keep whether changes that the query made (through a function, say) stand, as they do in auto-commit mode */
@@ -52,8 +53,8 @@ final class Transactions {
     if (nested) {
       run("savepoint " + SAVEPOINT);
     } else {
-      ours = true;
       connection.setAutoCommit(false);
+      ours = true;
     }
   }
 
