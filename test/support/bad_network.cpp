@@ -15,7 +15,6 @@
 namespace kivo::test {
 namespace {
 
-constexpr std::size_t kPart = 4096;
 constexpr std::size_t kFewBytes = 11;
 
 int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
@@ -30,13 +29,16 @@ sockaddr_in loopback(int port) {
 
 bool breaks(BadNetwork::Fault fault) { return fault != BadNetwork::Fault::kNone && fault != BadNetwork::Fault::kSlow; }
 
-/// @return how many bytes went over; 0 when either side has ended.
-std::size_t forward(int from, int to, std::size_t most) {
-  std::array<char, kPart> part{};
+using Part = std::array<char, 4096>;
+
+/// @return how many bytes came; 0 when the other side has ended.
+std::size_t receive(int from, Part& part, std::size_t most = sizeof(Part)) {
   const ssize_t length = recv(from, part.data(), most, 0);
-  if (length <= 0) return 0;
-  const auto size = static_cast<std::size_t>(length);
-  return send(to, part.data(), size, MSG_NOSIGNAL) == length ? size : 0;
+  return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+bool deliver(int to, const Part& part, std::size_t length) {
+  return length > 0 && send(to, part.data(), length, MSG_NOSIGNAL) == static_cast<ssize_t>(length);
 }
 
 }  // namespace
@@ -84,27 +86,30 @@ void BadNetwork::pass(int client, int server) {
     if (breaks(fault) && passed_ >= after_) return spoil(fault, client);
     std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
     poll(waiting.data(), waiting.size(), 10);
-    if (waiting[0].revents != 0 && forward(client, server, kPart) == 0) return;
+    Part part{};
+    if (waiting[0].revents != 0 && !deliver(server, part, receive(client, part))) return;
     if (waiting[1].revents != 0 && !forwardAnswer(fault, client, server)) return;
   }
 }
 
 bool BadNetwork::forwardAnswer(Fault fault, int client, int server) {
   if (fault == Fault::kSlow) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const std::size_t most = fault == Fault::kSlow ? kFewBytes : kPart;
-  const std::size_t length = forward(server, client, breaks(fault) ? std::min(most, after_ - passed_) : most);
+  const std::size_t most = fault == Fault::kSlow ? kFewBytes : sizeof(Part);
+  Part part{};
+  const std::size_t length = receive(server, part, breaks(fault) ? std::min(most, after_ - passed_) : most);
+  // Counted first: who has the bytes must find them counted.
   passed_ += length;
-  return length > 0;
+  return deliver(client, part, length);
 }
 
 void BadNetwork::spoil(Fault fault, int client) const {
   // Closing it will then send a reset, not an end.
   const linger reset{1, 0};
   if (fault == Fault::kReset) setsockopt(client, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-  std::array<char, kPart> unheard{};
+  Part unheard{};
   while (fault == Fault::kSilence && !stopping_) {
     pollfd waiting{client, POLLIN, 0};
-    if (poll(&waiting, 1, 10) > 0 && recv(client, unheard.data(), unheard.size(), 0) <= 0) return;
+    if (poll(&waiting, 1, 10) > 0 && receive(client, unheard) == 0) return;
   }
 }
 

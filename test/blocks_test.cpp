@@ -1,0 +1,332 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "JavaVmHost.h"
+#include "JdbcUtils.h"
+#include "KivoUtf8.h"
+#include "RowBlocks.h"
+#include "databases.h"
+#include "jdbcWrapper.h"
+#include "vm_fixture.h"
+
+namespace kivo::test {
+namespace {
+
+[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
+
+using Text = std::optional<std::string>;
+using Grid = std::vector<Text>;
+
+/// Either of the two objects that blocks are read of.
+class Source {
+ public:
+  virtual ~Source() = default;
+  Source() = default;
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+
+  virtual bool query(std::string sql) = 0;
+  virtual int columns() = 0;
+  virtual bool next() = 0;
+  virtual bool getColumn(int column, char*& value) = 0;
+  virtual RowBlocks blocks(const RowBlocksOptions& options) = 0;
+
+  /// The cells of the rows before the first that has one that cannot be read.
+  Grid byCell() {
+    Grid grid;
+    for (const int count = columns(); next();) {
+      const std::size_t rowStart = grid.size();
+      for (int column = 1; column <= count; ++column) {
+        char* value = nullptr;
+        if (!getColumn(column, value)) {
+          grid.resize(rowStart);
+          return grid;
+        }
+        grid.push_back(value == nullptr ? Text() : Text(value));
+        std::free(value);
+      }
+    }
+    return grid;
+  }
+};
+
+/// Both in one shape, for tests that hold for either.
+class WrapperSource : public Source {
+ public:
+  explicit WrapperSource(const Database& database) {
+    std::string url = database.url;
+    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(database.user, database.password) &&
+                wrapper.getStatement())
+        << wrapper.errorMessage;
+  }
+  ~WrapperSource() override { wrapper.closeConnection(); }
+
+  bool query(std::string sql) override { return wrapper.executeQuery(sql, 0); }
+  int columns() override { return wrapper.getNumColumns(); }
+  bool next() override { return wrapper.next(); }
+  bool getColumn(int column, char*& value) override { return wrapper.getColumn(column, value); }
+  RowBlocks blocks(const RowBlocksOptions& options) override { return RowBlocks(wrapper, options); }
+
+  jdbcWrapper wrapper;
+};
+
+/// Connected by the database's driver itself: JdbcUtils knows the DataSources of others.
+class UtilsSource : public Source {
+ public:
+  explicit UtilsSource(const Database& database) {
+    EXPECT_TRUE(utils.javaInit());
+    JNIEnv* env = utils.env;
+    EXPECT_EQ(env->PushLocalFrame(16), JNI_OK);
+    const jobject properties = make("java/util/Properties");
+    set(properties, "user", database.user);
+    set(properties, "password", database.password);
+    const jobject driver = make(database.driver.c_str());
+    const jmethodID connect = env->GetMethodID(env->GetObjectClass(driver), "connect",
+                                               "(Ljava/lang/String;Ljava/util/Properties;)Ljava/sql/Connection;");
+    const jobject connection =
+        env->CallObjectMethod(driver, connect, env->NewStringUTF(database.url.c_str()), properties);
+    EXPECT_FALSE(env->ExceptionCheck());
+    EXPECT_NE(connection, nullptr) << database.url;
+    utils.connection = env->NewGlobalRef(connection);
+    env->PopLocalFrame(nullptr);
+  }
+  ~UtilsSource() override { utils.closeConnection(); }
+
+  bool query(std::string sql) override { return utils.executeQuery(sql, 0); }
+  int columns() override { return utils.getNumColumns(); }
+  bool next() override { return utils.next(); }
+  bool getColumn(int column, char*& value) override {
+    return utils.getColumn(static_cast<unsigned long>(column), value) && utils.env->ExceptionCheck() == JNI_FALSE;
+  }
+  RowBlocks blocks(const RowBlocksOptions& options) override { return RowBlocks(utils, options); }
+
+  JdbcUtils utils;
+
+ private:
+  jobject make(const char* name) const {
+    const jclass type = utils.env->FindClass(name);
+    return utils.env->NewObject(type, utils.env->GetMethodID(type, "<init>", "()V"));
+  }
+
+  void set(jobject properties, const char* key, const std::string& value) const {
+    if (value.empty()) return;
+    JNIEnv* env = utils.env;
+    const jmethodID put = env->GetMethodID(env->GetObjectClass(properties), "setProperty",
+                                           "(Ljava/lang/String;Ljava/lang/String;)Ljava/lang/Object;");
+    env->CallObjectMethod(properties, put, env->NewStringUTF(key), env->NewStringUTF(value.c_str()));
+    EXPECT_FALSE(env->ExceptionCheck());
+  }
+};
+
+std::unique_ptr<Source> source(bool isUtils, const Database& database) {
+  if (isUtils) return std::make_unique<UtilsSource>(database);
+  return std::make_unique<WrapperSource>(database);
+}
+
+Grid read(RowBlocks& blocks) {
+  Grid grid;
+  while (blocks.next()) {
+    EXPECT_GT(blocks.rows(), 0);
+    for (int row = 0; row < blocks.rows(); ++row) {
+      for (int column = 1; column <= blocks.columns(); ++column) {
+        grid.push_back(blocks.isNull(row, column) ? Text() : Text(blocks.text(row, column)));
+      }
+    }
+  }
+  return grid;
+}
+
+Grid read(RowBlocks&& blocks) { return read(blocks); }
+
+const Database& database(const std::string& word) {
+  for (const Database& one : databases()) {
+    if (one.word == word) return one;
+  }
+  throw std::invalid_argument(word);
+}
+
+class Blocks : public testing::TestWithParam<int> {
+ protected:
+  const Database& tested = databases()[static_cast<std::size_t>(GetParam())];
+
+  /// The literals of the golden tables by type, and some text that the encodings differ in.
+  std::map<std::string, std::vector<std::string>> literals() const {
+    std::map<std::string, std::vector<std::string>> found;
+    for (const char* table : {"dates.tsv", "values.tsv"}) {
+      std::ifstream file(std::string(KIVO_GOLDEN) + "/" + table);
+      for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        std::string word;
+        std::string type;
+        std::string literal;
+        std::getline(fields, word, '\t');
+        std::getline(fields, type, '\t');
+        std::getline(fields, literal, '\t');
+        if (word == tested.word) found[type].push_back(literal);
+      }
+    }
+    found["varchar(60)"] = {
+        "'Gr\xC3\xBC\xC3\x9F"
+        "e \xE6\xA1\x9C'",
+        "'\xED\xA0\xBC\xED\xBC\xB8 flower'", "''", "null", "'plain'"};
+    if (tested.word == "h2") found["varchar(9)"] = {"'n' || char(0) || char(233)", "'half ' || char(55357)"};
+    return found;
+  }
+};
+
+/// The second has PostgreSQL's driver ask for values in binary form.
+constexpr const char* kSettings[] = {"", "?prepareThreshold=-1"};
+
+/// Reads a query by cell, and by the block in both encodings. @return the number of cells.
+int compareCells(Source& reader, const std::string& sql) {
+  EXPECT_TRUE(reader.query(sql));
+  const Grid expected = reader.byCell();
+  Grid standard = expected;
+  for (Text& text : standard) text = text ? Text(utf8::toStandard(*text).text) : Text();
+  EXPECT_TRUE(reader.query(sql));
+  EXPECT_EQ(read(reader.blocks({2, false, 1 << 20})), expected);
+  EXPECT_TRUE(reader.query(sql));
+  EXPECT_EQ(read(reader.blocks({512, true, 1 << 20})), standard);
+  return static_cast<int>(expected.size());
+}
+
+TEST_P(Blocks, EveryCellIsWhatGetColumnGives) {
+  int cells = 0;
+  WrapperSource writer(tested);
+  for (const auto& [type, values] : literals()) {
+    SCOPED_TRACE(type);
+    writer.wrapper.executeUpdate("drop table cells");
+    ASSERT_GE(writer.wrapper.executeUpdate("create table cells (k int, v " + type + ", again " + type + ")"), 0);
+    int row = 0;
+    for (const std::string& value : values) {
+      const std::string sql = "insert into cells values (" + std::to_string(++row) + ", " + value + ", " + value + ")";
+      ASSERT_EQ(writer.wrapper.executeUpdate(sql), 1) << sql << writer.wrapper.errorMessage;
+    }
+    for (const bool isUtils : {false, true}) {
+      for (const char* settings : kSettings) {
+        SCOPED_TRACE(std::string(isUtils ? "JdbcUtils" : "jdbcWrapper") + settings);
+        // Its text of bytes in binary form is an object's address.
+        if (isUtils && type == "bytea" && *settings != '\0') continue;
+        Database set = tested;
+        if (tested.word == "postgresql") set.url += settings;
+        cells += compareCells(*source(isUtils, set), "select k, v, again from cells order by k");
+      }
+    }
+  }
+  EXPECT_GT(cells, 100);
+}
+
+std::string nameOf(const testing::TestParamInfo<int>& tested) {
+  return databases()[static_cast<std::size_t>(tested.param)].word;
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Blocks, testing::Range(0, 6), nameOf);
+
+/// As many cells as reading them one by one gives: what a driver fetches at a time is its own choice.
+constexpr std::size_t kAsByCell = static_cast<std::size_t>(-1);
+
+/// What a result comes to when it is read by the block.
+struct Outcome {
+  std::size_t cells;
+  int errorState;
+  const char* errorText;
+};
+
+void expectOutcome(RowBlocks& blocks, const Outcome& expected) {
+  EXPECT_EQ(read(blocks).size(), expected.cells);
+  EXPECT_EQ(blocks.errorState, expected.errorState) << blocks.errorMessage;
+  EXPECT_NE(blocks.errorMessage.find(expected.errorText), std::string::npos) << blocks.errorMessage;
+  EXPECT_EQ(blocks.errorMessage.empty(), expected.errorState == 0);
+  // How it ended stays what it is.
+  EXPECT_FALSE(blocks.next());
+  EXPECT_EQ(blocks.errorState, expected.errorState);
+}
+
+TEST(BlocksOfResults, EndAsTheRowsDo) {
+  const struct {
+    const char* what;
+    const char* word;
+    const char* sql;
+    RowBlocksOptions options;
+    Outcome outcome;
+  } rows[] = {
+      {"no rows", "h2", "select x from system_range(1, 0)", {}, {0, 0, ""}},
+      {"one row short of a block", "h2", "select x from system_range(1, 127)", {128, false, 100}, {127, 0, ""}},
+      {"a block", "h2", "select x from system_range(1, 128)", {128, false, 100}, {128, 0, ""}},
+      {"a row more than a block", "h2", "select x from system_range(1, 129)", {128, false, 100}, {129, 0, ""}},
+      {"rows of a megabyte", "h2", "select repeat('x', 1048576) from system_range(1, 20)", {}, {20, 0, ""}},
+      {"options out of range", "h2", "select x from system_range(1, 9)", {-5, false, 1 << 30}, {9, 0, ""}},
+      {"a row at the limit", "h2", "select repeat('x', 99), x from system_range(1, 9)", {4, false, 100}, {18, 0, ""}},
+      {"a row beyond the limit",
+       "h2",
+       "select repeat('x', x) from system_range(1, 200)",
+       {64, true, 150},
+       {150, 2, "a row has more text than the limit of 150 bytes"}},
+      {"a failing cell", "h2", "select 1 / (100 - x) from system_range(1, 200)", {64, false, 100}, {99, 1, "[22012"}},
+      {"a failing fetch",
+       "postgresql",
+       "select 1 / (5000 - g) from generate_series(1, 9000) g",
+       {300, false, 100},
+       {kAsByCell, 1, "division by zero [22012"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    WrapperSource reader(database(row.word));
+    reader.wrapper.executeUpdate("set lazy_query_execution true");
+    Outcome expected = row.outcome;
+    if (expected.cells == kAsByCell) {
+      ASSERT_TRUE(reader.query(row.sql)) << reader.wrapper.errorMessage;
+      expected.cells = reader.byCell().size();
+      EXPECT_GT(expected.cells, 0U);
+    }
+    ASSERT_TRUE(reader.query(row.sql)) << reader.wrapper.errorMessage;
+    RowBlocks blocks(reader.wrapper, row.options);
+    expectOutcome(blocks, expected);
+  }
+}
+
+TEST(BlocksOfResults, AnswerForTheirSource) {
+  const Outcome none = {0, 2, "no open result"};
+  JdbcUtils unattached;
+  RowBlocks ofUnattached(unattached);
+  expectOutcome(ofUnattached, none);
+
+  UtilsSource utils(database("h2"));
+  RowBlocks ofNothing(utils.utils);
+  expectOutcome(ofNothing, none);
+
+  // What the source left pending is still its own to tell.
+  ASSERT_TRUE(utils.query("select 'x' from system_range(1, 3)"));
+  const jclass thrown = utils.utils.env->FindClass("java/lang/IllegalStateException");
+  utils.utils.env->ThrowNew(thrown, "left over");
+  EXPECT_EQ(read(utils.blocks({})).size(), 3U);
+  EXPECT_TRUE(utils.utils.env->ExceptionCheck());
+  utils.utils.env->ExceptionClear();
+  utils.utils.env->DeleteLocalRef(thrown);
+
+  ASSERT_TRUE(utils.query("select 'x' from system_range(1, 3)"));
+  RowBlocks ofClosed(utils.utils);
+  utils.utils.closeConnection();
+  expectOutcome(ofClosed, {0, 1, "closed"});
+
+  WrapperSource wrapper(database("h2"));
+  RowBlocks ofNoQuery(wrapper.wrapper);
+  expectOutcome(ofNoQuery, {0, 2, "no query has been run"});
+  ASSERT_TRUE(wrapper.query("select 'x' from system_range(1, 3)"));
+  RowBlocks first(wrapper.wrapper, {2, false, 100});
+  EXPECT_TRUE(first.next());
+  ASSERT_TRUE(wrapper.query("select 'y' from system_range(1, 3)"));
+  expectOutcome(first, {0, 2, "another query has been run"});
+  EXPECT_EQ(read(wrapper.blocks({})).size(), 3U);
+}
+
+}  // namespace
+}  // namespace kivo::test
