@@ -1,3 +1,5 @@
+#include "databases.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +14,6 @@
 
 #include "KivoUtf8.h"
 #include "jdbcWrapper.h"
-#include "test_server.h"
 #include "vm_fixture.h"
 
 namespace kivo::test {
@@ -21,32 +22,6 @@ namespace {
 [[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
 
 using Text = std::optional<std::string>;
-
-/// A database under test, by its word in the golden tables.
-struct Database {
-  std::string word;
-  std::string url;
-  std::string user;
-  std::string password;
-};
-
-/// All six, their servers started once for the binary.
-const std::vector<Database>& databases() {
-  static const TestServer postgres("postgres");
-  static const TestServer mariadb("mariadb");
-  const auto served = [](const char* scheme, const TestServer& server) {
-    return std::string("jdbc:") + scheme + "://" + server.host + ":" + server.port + "/" + server.database;
-  };
-  static const std::vector<Database> all = {
-      {"h2", "jdbc:h2:mem:test;DB_CLOSE_DELAY=-1", "", ""},
-      {"hsqldb", "jdbc:hsqldb:mem:test", "SA", ""},
-      {"derby", "jdbc:derby:memory:test;create=true", "", ""},
-      {"sqlite", "jdbc:sqlite:file:test?mode=memory&cache=shared", "", ""},
-      {"mariadb", served("mariadb", mariadb), mariadb.user, mariadb.password},
-      {"postgresql", served("postgresql", postgres), postgres.user, postgres.password},
-  };
-  return all;
-}
 
 class Databases : public testing::TestWithParam<int> {
  protected:

@@ -10,6 +10,7 @@
 
 #include "JavaConnectionUtils.h"
 #include "JdbcUtils.h"
+#include "RowBlocks.h"
 #include "doubles.h"
 #include "jdbcWrapper.h"
 #include "jni_ledger.h"
@@ -141,6 +142,22 @@ void listTables(JdbcUtils& utils) {
   EXPECT_EQ(utils.resultSet, resultSet);
 }
 
+/// Rows by the block, one at a time: all of them, or an error that says why not.
+void readBlocks(JdbcUtils& utils) {
+  RowBlocks blocks(utils, {1});
+  int rows = 0;
+  while (blocks.next()) rows += blocks.rows();
+  EXPECT_EQ(blocks.errorState == 0, rows == 2 && blocks.errorMessage.empty());
+}
+
+void readFailingBlocks(JdbcUtils& utils) {
+  std::string sql = "failing rows";
+  if (!utils.executeQuery(sql, 0)) return;
+  RowBlocks blocks(utils);
+  while (blocks.next()) continue;
+  EXPECT_NE(blocks.errorState, 0);
+}
+
 struct JdbcRow {
   const char* name;
   State state;
@@ -172,6 +189,8 @@ const JdbcRow kJdbcRows[] = {
     {"getColumn of a date", State::row, readColumn<JdbcUtils>(3UL), kPending},
     {"getNumColumns", State::result, [](auto& j) { j.getNumColumns(); }, kPending},
     {"getColumnInfo", State::result, describeColumn, kPending},
+    {"RowBlocks", State::result, readBlocks},
+    {"RowBlocks of a failing row", State::statement, readFailingBlocks},
     {"closeRS", State::result, [](auto& j) { j.closeRS(); }},
     {"closeST", State::result, [](auto& j) { j.closeST(); }},
     {"closeConnection", State::result, [](auto& j) { j.closeConnection(); }},
@@ -241,6 +260,7 @@ class LedgerSweep : public DoublesTest {
   /// Fails every call of every member in every way, once and from then on.
   void sweep(const std::vector<Member>& members, const char* title) {
     answer("DatabaseMetaData.getTables", "A:12,B:12,C:12,D:12\nc,s,ORDERS,TABLE\nc,null,ITEMS,TABLE");
+    answer("failing rows", "ID:4\n1\nthrow");
     JniLedger ledger;
     ledger.setTraceLimit(0);
     int points = 0;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 namespace {
@@ -45,7 +46,7 @@ const struct {
 
 TEST(TextIntoJava, OnlyWhatJavaWouldGarbleIsRewritten) {
   for (const auto& row : kRows) {
-    const bool garbled = row.text.c_str() != row.expected;
+    const bool garbled = std::strcmp(row.text.c_str(), row.expected.c_str()) != 0;
     std::string rewritten = "before";
     EXPECT_EQ(kivo::rewriteForJava(row.text.c_str(), rewritten), garbled) << row.what;
     EXPECT_EQ(rewritten, garbled ? row.expected : "before") << row.what;

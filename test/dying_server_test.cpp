@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bad_network.h"
+#include "jni_ledger.h"
+#include "sql_client.h"
+#include "stderr_capture.h"
+#include "test_server.h"
+#include "vm_fixture.h"
+
+namespace kivo::test {
+namespace {
+
+[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
+
+using Fault = BadNetwork::Fault;
+using Seconds = std::chrono::duration<double>;
+
+/// The driver's own limits for a silent server, 5 s for its first answer and socketTimeout, and some more.
+constexpr Seconds kLongestWait{15};
+constexpr int kRows = 300;
+/// Within so many bytes come the answers to an update and a batch.
+constexpr std::size_t kChanges = 200;
+
+long openFiles() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return std::distance(begin(files), end(files));
+}
+
+/// Both classes on one server, through a network that each test spoils.
+class DyingServer : public testing::TestWithParam<const char*> {
+ protected:
+  static void SetUpTestSuite() {
+    server = new TestServer("postgres");
+    network = new BadNetwork(server->port);
+    server->sql("create table done (id int primary key)");
+  }
+  static void TearDownTestSuite() {
+    delete network;
+    delete server;
+  }
+
+  void SetUp() override {
+    // A wait without an end ends the process.
+    alarm(120);
+    const StderrCapture quiet;
+    client_ = newClient(GetParam());
+    expectWorks();
+    client_->close();
+    files_ = openFiles();
+  }
+  void TearDown() override {
+    client_->close();
+    client_.reset();
+    EXPECT_EQ(ledger_.complaint(), "");
+    for (int wait = 0; wait < 200 && openFiles() > files_; ++wait) std::this_thread::sleep_for(Seconds(0.01));
+    EXPECT_LE(openFiles(), files_);
+    alarm(0);
+  }
+
+  bool connect() { return client_->connect(*server, network->port); }
+
+  /// Reads "1, 2, ..." to its end or to a failure, which must not look like the end. @return how many rows came.
+  int readOn(int already, int all) {
+    int row = already;
+    for (; client_->next(); ++row) {
+      std::unique_ptr<char, decltype(&std::free)> value(client_->column(1), &std::free);
+      EXPECT_STREQ(value.get(), std::to_string(row + 1).c_str());
+    }
+    EXPECT_EQ(client_->failed(), row < all);
+    return row;
+  }
+
+  static std::string series(int rows) { return "select generate_series(1, " + std::to_string(rows) + ")"; }
+
+  /// The same object connects again and does everything right.
+  void expectWorks() {
+    client_->close();
+    network->plan(Fault::kNone);
+    ASSERT_TRUE(connect());
+    EXPECT_TRUE(client_->query(series(kRows)));
+    EXPECT_EQ(readOn(0, kRows), kRows);
+  }
+
+  static inline TestServer* server = nullptr;
+  static inline BadNetwork* network = nullptr;
+  JniLedger ledger_;
+  std::unique_ptr<SqlClient> client_;
+  long files_ = 0;
+};
+
+TEST_P(DyingServer, ABackendThatIsKilledFailsWhatNeedsIt) {
+  constexpr int kMany = 100000;
+  const std::function<void()> nothing = [] {};
+  const auto query = [this] { ASSERT_TRUE(client_->query(series(kRows))); };
+  const auto queryAndRead = [this, query] {
+    query();
+    EXPECT_EQ(readOn(0, kRows), kRows);
+  };
+  const auto queryMany = [this] {
+    ASSERT_TRUE(client_->query(series(kMany)));
+    for (int row = 0; row < 200; ++row) ASSERT_TRUE(client_->next());
+  };
+  const auto expectNoQuery = [this] { EXPECT_FALSE(client_->query(series(1))); };
+  const auto expectNoUpdate = [this] { EXPECT_FALSE(client_->update("insert into done values (-1)")); };
+  const auto expectNoBatch = [this] { EXPECT_FALSE(client_->batch({"insert into done values (-2)"})); };
+  const auto expectNoEnd = [this] { EXPECT_LT(readOn(200, kMany), 2000) << "rows came that were not fetched"; };
+  const struct {
+    const char* when;
+    std::function<void()> before;
+    std::function<void()> after;
+  } rows[] = {
+      {"before the first query", nothing, expectNoQuery},
+      {"before the first update", nothing, expectNoUpdate},
+      {"before the first batch", nothing, expectNoBatch},
+      {"between two queries", queryAndRead, expectNoQuery},
+      {"between query and update", queryAndRead, expectNoUpdate},
+      {"between query and batch", query, expectNoBatch},
+      {"amid fetches", queryMany, expectNoEnd},
+      {"before closing", queryMany, nothing},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.when);
+    const StderrCapture quiet;
+    client_->close();
+    ASSERT_TRUE(connect());
+    row.before();
+    server->killBackends();
+    row.after();
+    expectWorks();
+  }
+  EXPECT_EQ(server->sql("select count(*) from done where id < 0"), "0");
+}
+
+TEST_P(DyingServer, AServerThatIsStoppedHardIsReplacedByAnother) {
+  const StderrCapture quiet;
+  constexpr int kMany = 100000;
+  TestServer other("postgres");
+  client_->close();
+  ASSERT_TRUE(client_->connect(other, other.port));
+  ASSERT_TRUE(client_->query(series(kMany)));
+  for (int row = 0; row < 200; ++row) ASSERT_TRUE(client_->next());
+  other.stop();
+  EXPECT_LT(readOn(200, kMany), 2000);
+  EXPECT_FALSE(client_->update("create table t (id int)"));
+  client_->close();
+  EXPECT_FALSE(client_->connect(other, other.port));
+  expectWorks();
+}
+
+TEST_P(DyingServer, ASilentServerIsGivenUp) {
+  const StderrCapture quiet;
+  network->plan(Fault::kNone);
+  ASSERT_TRUE(connect());
+  const std::size_t login = network->passed();
+  client_->close();
+  for (const std::size_t after : {std::size_t{0}, login / 2, login + 20000}) {
+    SCOPED_TRACE(std::to_string(after) + " bytes, then silence");
+    client_->close();
+    network->plan(Fault::kSilence, after);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(connect(), after >= login);
+    if (after >= login && client_->query(series(100000))) readOn(0, 100000);
+    client_->close();
+    EXPECT_LT(Seconds(std::chrono::steady_clock::now() - start), kLongestWait);
+    expectWorks();
+  }
+}
+
+TEST_P(DyingServer, ASlowServerIsWaitedFor) {
+  network->plan(Fault::kSlow);
+  ASSERT_TRUE(connect());
+  EXPECT_TRUE(client_->query(series(kRows)));
+  EXPECT_EQ(readOn(0, kRows), kRows);
+}
+
+TEST_P(DyingServer, NothingIsReportedAsDoneThatWasNot) {
+  const StderrCapture quiet;
+  server->sql("truncate done");
+  std::vector<int> done;
+  int id = 0;
+  const auto live = [&] {
+    const std::string insert = "insert into done values (";
+    const int first = id;
+    id += 3;
+    if (client_->update(insert + std::to_string(first) + ")")) done.push_back(first);
+    const std::string next = std::to_string(first + 1);
+    if (client_->batch({insert + next + ")", insert + std::to_string(first + 2) + ")"})) {
+      done.insert(done.end(), {first + 1, first + 2});
+    }
+    if (client_->query(series(kRows))) readOn(0, kRows);
+    client_->close();
+  };
+  ASSERT_TRUE(connect());
+  network->plan(Fault::kNone);
+  live();
+  const std::size_t whole = network->passed();
+  EXPECT_EQ(done.size(), 3U);
+  // Close together at first, where the answers are that tell of changes, then further apart.
+  for (const Fault fault : {Fault::kReset, Fault::kEnd}) {
+    for (std::size_t after = 0; after < whole; after += after < kChanges ? 1 : 53) {
+      SCOPED_TRACE(std::to_string(after) + " bytes came through");
+      network->plan(Fault::kNone);
+      ASSERT_TRUE(connect());
+      network->plan(fault, after);
+      live();
+    }
+  }
+  std::string ids = "-1";
+  for (const int reported : done) ids += ", " + std::to_string(reported);
+  EXPECT_EQ(server->sql("select count(*) from done where id in (" + ids + ")"), std::to_string(done.size()));
+  EXPECT_LT(done.size(), static_cast<std::size_t>(id)) << "no connection broke";
+  std::printf("%s: %d statements, %zu reported as done\n", GetParam(), id, done.size());
+  expectWorks();
+}
+
+TEST_P(DyingServer, WhatTheHeapCannotHoldFails) {
+  ASSERT_STREQ(std::getenv("KIVO_TEST_HEAP_MB"), "64") << "it would fit a larger heap";
+  const StderrCapture quiet;
+  for (const char* sql :
+       {"select repeat('v', 100000000)", "select repeat('v', 10000000) from generate_series(1, 20)"}) {
+    SCOPED_TRACE(sql);
+    client_->close();
+    ASSERT_TRUE(connect());
+    int rows = 0;
+    bool failed = !client_->query(sql);
+    for (; !failed && client_->next(); ++rows) std::free(client_->column(1));
+    EXPECT_TRUE(failed || client_->failed());
+    EXPECT_LT(rows, 20);
+    expectWorks();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, DyingServer, testing::Values("JdbcUtils", "jdbcWrapper"),
+                         [](const auto& instance) { return std::string(instance.param); });
+
+}  // namespace
+}  // namespace kivo::test

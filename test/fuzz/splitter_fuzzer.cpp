@@ -1,0 +1,51 @@
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "fuzzing.h"
+#include "statement_splitter.h"
+
+using kivo::fuzz::require;
+using kivosql::Dialect;
+using kivosql::Statement;
+using kivosql::StatementSplitter;
+
+namespace {
+
+/// A statement cut out of a script is one statement by itself.
+void checkAlone(const Statement& statement, Dialect dialect) {
+  const std::string script = std::string(statement.text) + ';';
+  StatementSplitter splitter(script, dialect);
+  Statement alone;
+  require(splitter.next(alone), "a statement stays one");
+  require(!statement.complete || alone.text == statement.text, "a complete statement keeps its text");
+  require(alone.complete == statement.complete, "a statement stays complete");
+  require(!statement.complete || !splitter.next(alone), "a statement does not become two");
+}
+
+void check(std::string_view script, Dialect dialect) {
+  StatementSplitter splitter(script, dialect);
+  Statement statement;
+  const char* behind = script.data();
+  bool complete = true;
+  while (splitter.next(statement)) {
+    const char* start = statement.text.data();
+    require(complete, "only the last statement is unfinished");
+    require(start >= behind && start + statement.text.size() <= script.data() + script.size(), "statements in order");
+    require(!statement.text.empty(), "a statement has text");
+    require(static_cast<std::ptrdiff_t>(statement.line) == 1 + std::count(script.data(), start, '\n'), "its line");
+    behind = start + statement.text.size();
+    complete = statement.complete;
+    checkAlone(statement, dialect);
+    kivosql::givesRows(statement.text, dialect);
+  }
+  require(!splitter.next(statement), "the end stays the end");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string script = kivo::fuzz::text(data, size);
+  for (const Dialect dialect : {Dialect::standard, Dialect::backslash}) check(script, dialect);
+  return 0;
+}
