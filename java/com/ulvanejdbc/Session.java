@@ -12,7 +12,7 @@ final class Session {
   private String vendor;
   private DriverTraits traits;
   private Transactions transactions;
-  private Statement statement;
+  private volatile Statement statement;
   private Rows rows;
 
   /** Connects, unless a live connection is held. */
@@ -24,6 +24,11 @@ final class Session {
     traits = DriverTraits.of(vendor);
     transactions = new Transactions(connection, traits);
     traits.prepare(connection);
+  }
+
+  void cancel() throws SQLException {
+    Statement running = statement;
+    if (running != null) running.cancel();
   }
 
   /** Makes the statement, unless there is one. */

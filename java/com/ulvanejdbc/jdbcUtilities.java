@@ -118,6 +118,11 @@ public class jdbcUtilities {
     return attempt(-1, () -> session.update(sql));
   }
 
+  /** Asks the database to give up the statement that runs. Any thread; it may come too late. */
+  public void cancel() throws java.sql.SQLException {
+    session.cancel();
+  }
+
   /** Keeps a statement for {@link #executeBatch}. Queries and updates may come in between. */
   public boolean addToBatch(String sql) {
     return attempt(() -> session.addToBatch(sql));

@@ -1,0 +1,199 @@
+#include "commands.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "interrupt.h"
+#include "messages.h"
+#include "progress.h"
+#include "sql_literals.h"
+#include "statement_splitter.h"
+
+namespace kivosql {
+
+namespace {
+
+std::unique_ptr<Writer> makeWriter(Context& context) {
+  const Options& options = context.options;
+  const char* noColour = std::getenv("NO_COLOR");
+  Style style;
+  style.null = options.null.value_or(options.format->null);
+  style.maxCells = options.maxCells;
+  style.colours = outputOnTerminal() && (noColour == nullptr || *noColour == '\0');
+  return options.format->make(context.out, style);
+}
+
+/// What became of the writing.
+ExitCode flushed(Output& out) {
+  if (out.flush() || out.abandoned()) return kDone;
+  complain("cannot write: " + out.reason());
+  return kFailed;
+}
+
+/// Writes the rows of the query that the session has begun.
+Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
+  const std::unique_ptr<Writer> writer = makeWriter(context);
+  writer->begin(context.session.columns());
+  Row row;
+  Step step = Step::row;
+  while (context.out.good() && !Interrupt::happened() && (step = context.session.next(row)) == Step::row) {
+    writer->row(row);
+    progress.advance(++rows);
+    if (outputOnTerminal()) context.out.flush();
+  }
+  if (step == Step::end) writer->end(rows);
+  return Interrupt::happened() ? Step::failed : step;
+}
+
+ExitCode query(Context& context, const std::string& sql, const std::string& place) {
+  Progress progress;
+  const Stopwatch watch;
+  unsigned long long rows = 0;
+  const bool begun = context.session.query(sql, context.options.maxRows);
+  // On one terminal the rows and the moving line would run into each other.
+  if (outputOnTerminal()) progress.stop();
+  const Step step = begun ? writeRows(context, progress, rows) : Step::failed;
+  const ExitCode code = flushed(context.out);
+  progress.stop();
+  if (step == Step::failed) return failed(context, place);
+  tellTiming(context, rows, watch.elapsed());
+  return code;
+}
+
+ExitCode update(Context& context, const std::string& sql, const std::string& place) {
+  Progress progress;
+  const Stopwatch watch;
+  const int count = context.session.update(sql);
+  progress.stop();
+  if (count < 0) return failed(context, place);
+  remark(context, counted(static_cast<unsigned>(count), "row") + " changed");
+  tellTiming(context, static_cast<unsigned>(count), watch.elapsed());
+  return flushed(context.out);
+}
+
+ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
+  const std::unique_ptr<Writer> writer = makeWriter(context);
+  writer->begin(columns);
+  for (const Row& row : rows) writer->row(row);
+  writer->end(rows.size());
+  return flushed(context.out);
+}
+
+bool readWhole(const std::string& path, std::string& text) {
+  std::ifstream file;
+  if (path != "-") file.open(path, std::ios::binary);
+  std::istream& input = path == "-" ? std::cin : file;
+  text.assign(std::istreambuf_iterator<char>(input.rdbuf()), {});
+  return path == "-" || file.is_open();
+}
+
+ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
+  if (!statement.complete) {
+    complain(place + "a quote or comment in this statement never ends");
+    return kFailed;
+  }
+  const std::string sql(statement.text);
+  return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
+}
+
+/// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
+std::size_t endOfName(const std::string& text, std::size_t at) {
+  const char quote = at < text.size() ? text[at] : '\0';
+  if (quote == '"' || quote == '`') {
+    const std::size_t end = text.find(quote, at + 1);
+    return end == std::string::npos || end == at + 1 ? at : end + 1;
+  }
+  const auto isPart = [](unsigned char byte) {
+    return std::isalnum(byte) != 0 || byte == '_' || byte == '$' || byte == '#' || byte >= 0x80;
+  };
+  while (at < text.size() && isPart(static_cast<unsigned char>(text[at]))) ++at;
+  return at;
+}
+
+}  // namespace
+
+bool isTableName(const std::string& text) {
+  std::size_t at = 0;
+  while (true) {
+    const std::size_t end = endOfName(text, at);
+    if (end == at || end == text.size()) return end != at;
+    if (text[end] != '.') return false;
+    at = end + 1;
+  }
+}
+
+ExitCode failed(const Context& context, const std::string& what) {
+  if (Interrupt::happened()) {
+    complain(what + "interrupted");
+    return kInterrupted;
+  }
+  complain(what + context.session.error());
+  if (context.options.verbose && !context.session.details().empty()) say(context.session.details());
+  return kFailed;
+}
+
+void remark(Context& context, const std::string& text) {
+  if (context.options.format->forPeople) {
+    context.out.write(text).write("\n");
+  } else {
+    say(text);
+  }
+}
+
+void tellTiming(const Context& context, unsigned long long rows, double elapsed) {
+  if (!context.options.timing) return;
+  const double rate = static_cast<double>(rows) / elapsed;
+  say(counted(rows, "row") + " in " + seconds(elapsed) + ", " + counted(static_cast<unsigned long long>(rate), "row") +
+      " per second");
+}
+
+ExitCode runQuery(Context& context) { return query(context, context.options.arguments[0], ""); }
+
+ExitCode runUpdate(Context& context) { return update(context, context.options.arguments[0], ""); }
+
+ExitCode runScript(Context& context) {
+  const std::string& path = context.options.arguments[0];
+  std::string script;
+  if (!readWhole(path, script)) {
+    complain("cannot read " + path);
+    return kWrongUse;
+  }
+  const Dialect dialect = literalsFor(context.session.url()).dialect;
+  StatementSplitter splitter(script, dialect);
+  ExitCode worst = kDone;
+  Statement statement;
+  while (context.out.good() && splitter.next(statement)) {
+    const std::string place = path + ':' + std::to_string(statement.line) + ": ";
+    const ExitCode code = runStatement(context, statement, dialect, place);
+    if (code != kDone) worst = code;
+    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) break;
+  }
+  return worst;
+}
+
+ExitCode runTables(Context& context) {
+  std::vector<std::string> names;
+  if (!context.session.tables(names)) return failed(context, "");
+  std::vector<Row> rows;
+  rows.reserve(names.size());
+  for (const std::string& name : names) rows.push_back({{name, false}});
+  return writeList(context, {{"table", 0, ""}}, rows);
+}
+
+ExitCode runDescribe(Context& context) {
+  const std::string& table = context.options.arguments[0];
+  if (!isTableName(table)) {
+    complain("\"" + table + "\" is not the name of a table");
+    return kWrongUse;
+  }
+  if (!context.session.describe(table)) return failed(context, "");
+  std::vector<Row> rows;
+  for (const Column& column : context.session.columns())
+    rows.push_back({{column.name, false}, {column.typeName, false}});
+  return writeList(context, {{"column", 0, ""}, {"type", 0, ""}}, rows);
+}
+
+}  // namespace kivosql

@@ -1,0 +1,193 @@
+#include <strings.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "KivoUtf8.h"
+#include "commands.h"
+#include "csv_reader.h"
+#include "interrupt.h"
+#include "messages.h"
+#include "progress.h"
+#include "sql_literals.h"
+
+namespace kivosql {
+
+namespace {
+
+using Record = std::vector<CsvField>;
+
+/// Asks the database itself how it reads a backslash in quotes: that may hang on a setting, and a wrong guess would let
+/// a value of the file end its literal. @return false when the answer is neither of the known ones.
+bool askDialect(Session& session, const std::string& table, Dialect& dialect) {
+  // One row from any table, even from an empty one, without a word that only some databases have.
+  const std::string probe = R"(select 'a''b\\c' from (select count(*) as n from )" + table + " where 1 = 0) x";
+  Row row;
+  if (!session.query(probe, 0) || session.next(row) != Step::row || row.size() != 1) return false;
+  const std::string answer = row[0].text;
+  if (session.next(row) != Step::end) return false;
+  dialect = answer == R"(a'b\c)" ? Dialect::backslash : Dialect::standard;
+  return dialect == Dialect::backslash || answer == R"(a'b\\c)";
+}
+
+/// The column of that name; the case counts only where names differ in nothing else.
+const Column* findColumn(const std::vector<Column>& columns, const std::string& name) {
+  const Column* found = nullptr;
+  for (const Column& column : columns) {
+    if (column.name == name) return &column;
+    if (strcasecmp(column.name.c_str(), name.c_str()) == 0) found = &column;
+  }
+  return found;
+}
+
+std::string range(unsigned long long first, unsigned long long last) {
+  return first == last ? "row " + grouped(first) : "rows " + grouped(first) + " to " + grouped(last);
+}
+
+/// Loads one file into one table.
+class Loader {
+ public:
+  Loader(Context& context, std::istream& input, unsigned long long size)
+      : context_(context),
+        path_(context.options.arguments[0]),
+        table_(context.options.arguments[1]),
+        null_(context.options.null.value_or("")),
+        reader_(input),
+        literals_(literalsFor(context.session.url())),
+        progress_(size) {}
+
+  ExitCode run() {
+    if (!context_.session.describe(table_)) return stopped(failed(context_, ""));
+    columns_ = context_.session.columns();
+    if (!context_.options.noHeader && !readHeader()) return stopped(refused());
+    if (!askDialect(context_.session, table_, dialect_)) {
+      fault_ = "this database does not say how it reads quotes; values cannot be sent to it safely";
+      return stopped(refused());
+    }
+    std::string names;
+    for (const Column& column : columns_) names += (names.empty() ? "" : ", ") + quotedName(column.name, literals_);
+    insert_ = "insert into " + table_ + " (" + names + ") values (";
+    return stopped(loadAll());
+  }
+
+ private:
+  bool readHeader() {
+    Record header;
+    if (!reader_.next(header)) return fail(reader_.error().empty() ? "the file is empty" : reader_.error());
+    std::vector<Column> chosen;
+    for (const CsvField& field : header) {
+      const Column* column = findColumn(columns_, field.text);
+      if (column == nullptr) return fail(table_ + " has no column \"" + field.text + "\"");
+      chosen.push_back(*column);
+    }
+    columns_ = chosen;
+    return true;
+  }
+
+  ExitCode loadAll() {
+    Record record;
+    while (reader_.next(record)) {
+      // A line with nothing on it is a value only where there is one column.
+      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
+      if (!add(record)) return refused();
+      if (batch_.size() < context_.options.batchRows) continue;
+      if (const ExitCode code = store(); code != kDone) return code;
+    }
+    if (!reader_.error().empty()) return fail(reader_.error()), refused();
+    return store();
+  }
+
+  bool add(const Record& record) {
+    const std::string place = "line " + std::to_string(reader_.line());
+    if (record.size() != columns_.size()) {
+      return fail(place + " has " + counted(record.size(), "value") + " for " + counted(columns_.size(), "column"));
+    }
+    std::string sql = insert_;
+    for (std::size_t column = 0; column < record.size(); ++column) {
+      const CsvField& field = record[column];
+      if (kivo::utf8::toModified(field.text).replacements > 0) return fail(place + " is not UTF-8");
+      const Cell value{field.text, !field.quoted && field.text == null_};
+      sql += (column == 0 ? "" : ", ") + literal(value, columns_[column].type, literals_, dialect_);
+    }
+    if (batch_.empty()) firstLine_ = reader_.line();
+    batch_.push_back(sql + ')');
+    return true;
+  }
+
+  /// Stores the batch, or nothing of it.
+  ExitCode store() {
+    if (Interrupt::happened()) return failed(context_, "");
+    if (!batch_.empty() && !context_.session.updateAll(batch_)) {
+      progress_.stop();
+      return failed(context_, path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
+                                  std::to_string(firstLine_) + ": ");
+    }
+    stored_ += batch_.size();
+    batch_.clear();
+    progress_.advance(stored_, reader_.bytes());
+    return kDone;
+  }
+
+  bool fail(const std::string& fault) {
+    fault_ = fault;
+    return false;
+  }
+
+  ExitCode refused() {
+    progress_.stop();
+    complain(path_ + ": " + fault_);
+    return kFailed;
+  }
+
+  /// The last word: exactly which rows are in the table.
+  ExitCode stopped(ExitCode code) {
+    progress_.stop();
+    if (code == kDone) {
+      remark(context_, counted(stored_, "row") + " stored in " + table_);
+      tellTiming(context_, stored_, watch_.elapsed());
+    } else if (stored_ == 0) {
+      complain("no row of " + path_ + " is stored");
+    } else {
+      complain(range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is" : " are") + " stored, none behind");
+    }
+    return code;
+  }
+
+  Context& context_;
+  const std::string path_;
+  const std::string table_;
+  const std::string null_;
+  CsvReader reader_;
+  const Literals& literals_;
+  Dialect dialect_ = Dialect::standard;
+  std::vector<Column> columns_;
+  std::string insert_;
+  std::vector<std::string> batch_;
+  std::size_t firstLine_ = 0;
+  unsigned long long stored_ = 0;
+  std::string fault_;
+  Stopwatch watch_;
+  Progress progress_;
+};
+
+}  // namespace
+
+ExitCode runLoad(Context& context) {
+  const std::string& path = context.options.arguments[0];
+  const std::string& table = context.options.arguments[1];
+  if (!isTableName(table)) {
+    complain("\"" + table + "\" is not the name of a table");
+    return kWrongUse;
+  }
+  std::error_code unknown;
+  const auto size = std::filesystem::file_size(path, unknown);
+  std::ifstream file(path == "-" ? "" : path, std::ios::binary);
+  if (path != "-" && !file) {
+    complain("cannot read " + path);
+    return kWrongUse;
+  }
+  return Loader(context, path == "-" ? std::cin : file, unknown ? 0 : size).run();
+}
+
+}  // namespace kivosql

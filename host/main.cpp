@@ -1,0 +1,64 @@
+// kivosql: reads from and writes to any JDBC database through libkivo_java_native_lib.so.
+
+#include <csignal>
+
+#include "args.h"
+#include "commands.h"
+#include "interrupt.h"
+#include "java_vm.h"
+#include "messages.h"
+#include "password.h"
+
+namespace {
+
+using namespace kivosql;
+
+/// @return false with the fault reported and @p code set.
+bool addPassword(Options& options, ExitCode& code) {
+  Password password = findPassword(options.target.user, options.passwordFile);
+  keepSecret(password.text);
+  options.target.password = password.text;
+  if (!password.fault.empty()) complain(password.fault);
+  code = password.interrupted ? kInterrupted : kWrongUse;
+  return password.fault.empty() && !password.interrupted;
+}
+
+ExitCode startJava(const Options& options) {
+  const Jvm jvm = findJvm(options.jvm);
+  const ClassPath classPath = findClassPath(options.classPath);
+  for (const std::string& entry : classPath.missing) complain("there is no " + entry + " for the class path");
+  if (!classPath.missing.empty()) return kWrongUse;
+  const std::string error = jvm.library.empty() ? "no Java VM found" : startVm(jvm, classPath, options.heapMegabytes);
+  if (error.empty()) return kDone;
+  complain(error + "; kivosql doctor says more");
+  return kNoJvm;
+}
+
+ExitCode work(const Options& options, Output& out) {
+  if (const ExitCode code = startJava(options); code != kDone) return code;
+  const std::unique_ptr<Session> session = options.carrier->make();
+  Context context{options, *session, out};
+  if (!session->open(options.target)) {
+    failed(context, "no connection: ");
+    return kNoConnection;
+  }
+  ExitCode code = kDone;
+  {
+    const Interrupt interrupt(*session);
+    code = options.command->run(context);
+  }
+  session->close();
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that goes away shows as a failed write.
+  std::signal(SIGPIPE, SIG_IGN);
+  Options options;
+  ExitCode code = kDone;
+  if (!parse(argc, argv, options, code) || !addPassword(options, code)) return code;
+  Output out(stdout);
+  return options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
+}

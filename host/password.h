@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace kivosql {
+
+struct Password {
+  std::string text;
+  std::string fault;         ///< why there is none; empty when there is, or none is needed
+  bool interrupted = false;  ///< at the prompt
+};
+
+/// The first line of @p file when one is named; else KIVO_PASSWORD, which is wiped from the environment; else, for a
+/// user and on a terminal, what is typed at a prompt; else nothing.
+Password findPassword(const std::string& user, const std::string& file);
+
+/// Whether the URL carries a password, as a parameter or before the host.
+bool holdsPassword(const std::string& url);
+
+}  // namespace kivosql

@@ -1,0 +1,73 @@
+#include "java_errors.h"
+#include "jdbcWrapper.h"
+#include "session.h"
+
+namespace kivosql {
+
+namespace {
+
+/// Any JDBC driver, errors as text; it streams large results by itself.
+class WrapperSession : public Session {
+ public:
+  bool open(const Target& target) override {
+    if (!done(database_.errorState == 0)) return false;
+    Target java = toJava(target);
+    const bool connected = database_.setUrl(java.type, java.host, java.port, java.instance, java.database, java.url) &&
+                           database_.getConnection(java.user, java.password) && database_.getStatement();
+    url_ = fromJava(java.url);
+    return done(connected);
+  }
+
+  bool query(const std::string& sql, int maxRows) override {
+    const auto describe = [this](int column, std::string& name, int& type) {
+      return database_.getColumnInfo(column + 1, name, type);
+    };
+    return done(database_.executeQuery(toJava(sql), maxRows) && setColumns(database_.getNumColumns(), describe));
+  }
+
+  Step next(Row& row) override {
+    if (!database_.next()) return done(database_.errorState == 0) ? Step::end : Step::failed;
+    const auto read = [this](int column, char*& value) { return database_.getColumn(column + 1, value); };
+    return done(setRow(row, read)) ? Step::row : Step::failed;
+  }
+
+  int update(const std::string& sql) override {
+    const int count = database_.executeUpdate(toJava(sql));
+    done(count >= 0);
+    return count;
+  }
+
+  bool updateAll(const std::vector<std::string>& statements) override {
+    for (const std::string& sql : statements) {
+      if (!done(database_.addToBatch(toJava(sql)))) return false;
+    }
+    int executed = 0;
+    return done(database_.executeBatch(executed));
+  }
+
+  bool tables(std::vector<std::string>& names) override {
+    if (!done(database_.getTables(names))) return false;
+    for (std::string& name : names) name = fromJava(name);
+    return true;
+  }
+
+  bool cancel() override { return cancelInJava(database_.utilitiesObject); }
+
+  void close() override { database_.closeConnection(); }
+
+ private:
+  bool done(bool result) {
+    if (result) return true;
+    details_ = fromJava(database_.errorMessage);
+    error_ = readable(details_, {});
+    return false;
+  }
+
+  jdbcWrapper database_;
+};
+
+}  // namespace
+
+std::unique_ptr<Session> makeWrapperSession() { return std::make_unique<WrapperSession>(); }
+
+}  // namespace kivosql

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "session.h"
+#include "statement_splitter.h"
+
+namespace kivosql {
+
+/// How a database wants values and names written.
+struct Literals {
+  const char* word;         ///< of the URL, between "jdbc:" and the next colon
+  const char* quote;        ///< around names
+  const char* textOpen;     ///< before a text
+  const char* binaryOpen;   ///< before hexadecimal digits
+  const char* binaryClose;  ///< behind them
+  bool truthWords;          ///< true and false are words
+  bool temporalWords;       ///< a date needs the word before it
+  Dialect dialect;          ///< until the database was asked
+};
+
+/// The row for a URL.
+const Literals& literalsFor(const std::string& url);
+
+/// A name exactly as the database has it.
+std::string quotedName(const std::string& name, const Literals& literals);
+
+/// A value for a column of the given type. Whatever it holds, it is one literal to a database that reads quotes by
+/// @p dialect. @param type a code of java.sql.Types
+std::string literal(const Cell& value, int type, const Literals& literals, Dialect dialect);
+
+}  // namespace kivosql

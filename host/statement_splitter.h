@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace kivosql {
+
+/// How a database's SQL is read.
+enum class Dialect {
+  standard,
+  backslash,  ///< MySQL's family: a backslash escapes in quotes, "--" needs a blank behind it, "#" begins a comment
+};
+
+struct Statement {
+  std::string_view text;  ///< without the semicolon
+  std::size_t line = 0;   ///< where it begins, counted from 1
+  bool complete = true;   ///< false when a quote or comment in it never ends
+};
+
+/// Cuts a script at its semicolons, those in quotes, dollar quotes and comments aside. Pure text: knows no database.
+class StatementSplitter {
+ public:
+  /// @param script outlives the splitter and its statements.
+  StatementSplitter(std::string_view script, Dialect dialect) : script_(script), dialect_(dialect) {}
+
+  /// @return false behind the last statement. What holds only blanks and comments is none.
+  bool next(Statement& statement);
+
+ private:
+  std::string_view script_;
+  Dialect dialect_;
+  std::size_t at_ = 0;
+  std::size_t line_ = 1;
+};
+
+/// Whether the statement is one that gives rows, by its leading words.
+bool givesRows(std::string_view statement, Dialect dialect);
+
+}  // namespace kivosql

@@ -1,0 +1,207 @@
+#!/bin/sh
+# kivosql as its users run it, on H2, PostgreSQL and MariaDB.
+#
+#   kivosql_test.sh KIVOSQL TOOLS      the program, and the folder with the scripts of the throw-away servers
+# shellcheck disable=SC1091,SC2086,SC2317  # connections are lists of words; the rest it cannot see
+set -eu
+kivosql=$1
+tools=$2
+work=$(mktemp -d)
+failures=0
+
+finish() {
+  "$tools/postgres" stop "$work/postgres"
+  "$tools/mariadb" stop "$work/mariadb"
+  rm -rf "$work"
+}
+trap finish EXIT
+
+mkdir "$work/postgres" "$work/mariadb"
+chmod 755 "$work"
+"$tools/postgres" start "$work/postgres" >"$work/settings"
+. "$work/settings"
+(umask 077 && echo "$PASSWORD" >"$work/password")
+place="--url jdbc:postgresql://$HOST:$PORT/$DATABASE --user $USER"
+postgres="$place --password-file $work/password"
+"$tools/mariadb" start "$work/mariadb" >"$work/settings"
+. "$work/settings"
+mariadb="--url jdbc:mariadb://$HOST:$PORT/$DATABASE --user $USER --password-file $work/password"
+h2="--url jdbc:h2:$work/h2"
+secret=$PASSWORD
+cd "$work"
+
+check() { # NAME EXPECTED FOUND
+  [ "$2" = "$3" ] && return
+  printf 'not ok: %s\n--- expected\n%s\n--- found\n%s\n' "$1" "$2" "$3"
+  failures=$((failures + 1))
+}
+
+# What a run wrote to standard error, without the Java VM's remark on its environment.
+said() { grep -v '^Picked up JAVA_TOOL_OPTIONS' "$1" || true; }
+
+# One row: the exit code, a pattern that the one paragraph of error text matches, and the arguments.
+errors() { # CODE PATTERN ARGUMENT...
+  wanted=$1
+  pattern=$2
+  shift 2
+  code=0
+  "$kivosql" "$@" >out 2>all </dev/null || code=$?
+  said all >err
+  check "exit code of $*: $(cat err)" "$wanted" "$code"
+  grep -qE -- "$pattern" err || check "error text of $*" "$pattern" "$(cat err)"
+  check "lines of error text of $*" 1 "$(wc -l <err)"
+  ! grep -q "$secret" out err || check "no password in the texts of $*" "" "$(cat out err)"
+}
+
+csv() { "$kivosql" "$@" --format csv | tail -n +2 | tr -d '\r'; }
+
+echo "== exit codes and error texts"
+echo "$secret" >readable
+chmod 644 readable
+errors 1 'Syntax error.*\[42' query 'selec 1'
+printf 'selec 1; selec 2' >bad.sql
+errors 1 '^kivosql: bad.sql:1: .*\[42' run bad.sql
+errors 1 'relation "nope" does not exist.*\[42P01' $postgres describe nope
+errors 1 'PSQLException: .*relation "nope"' $postgres --through jdbc query 'select * from nope'
+errors 1 'relation "nope"' $postgres --through bridge query 'select * from nope'
+errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
+errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
+errors 2 'subcommand'
+errors 2 'does not know' "--password=$secret" tables
+errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
+errors 2 '--host needs --type' --host h tables
+errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
+errors 2 'no "xml"' --format xml tables
+errors 2 'at least 16 MB' --heap-mb 15 tables
+errors 2 'more than this machine has' --heap-mb 99999999 tables
+errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
+errors 2 'others have access' --user u --password-file readable tables
+errors 2 'not the name of a table' describe 't; drop table t'
+errors 2 'only reads' --through bridge update 'delete from t'
+errors 3 'no driver' --url jdbc:nosuch:x tables
+errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
+errors 3 'Unknown vendor' --through jdbc tables
+errors 4 'no Java VM' --jvm /nowhere tables
+echo "not-the-$secret" >wrong
+chmod 600 wrong
+for carrier in wrapper jdbc bridge; do
+  errors 3 'password authentication failed' $place --password-file wrong --through $carrier tables
+done
+check "stack traces only when asked for" yes \
+  "$("$kivosql" $postgres --through jdbc --verbose query 'select * from nope' 2>&1 | grep -q '	at ' && echo yes)"
+code=0
+"$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
+check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
+
+echo "== scripts, and text through the database"
+cat >script.sql <<'END'
+create table t (id int primary key, name varchar(20000)); -- it's a comment;
+insert into t values (1, 'a;b'), (2, ''), (3, null), (4, '日本 🎉');
+insert into t values (1, 'again');
+select id, name from t order by id;
+END
+rows=$(printf '1,a;b\n2,""\n3,\n4,日本 🎉')
+check "the rest runs" "$rows" "$(csv run script.sql --keep-going 2>err | tail -n 4)"
+check "the line of what failed" 1 "$(grep -c '^kivosql: script.sql:3: Unique' err)"
+check "nothing after a failure" "" "$(csv run script.sql 2>err)"
+check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
+
+echo "== loading"
+"$kivosql" $postgres update 'create table big (id int primary key, name text, amount numeric(12,3), raw bytea)' >out
+csv $postgres query "select x, case x % 7 when 0 then null when 1 then '' else 'it''s \\ \"' || x || '\" ж🎉' || chr(10) end,
+  x * 1.125, decode(md5(x::text), 'hex') from generate_series(1, 100000) x" >rows
+{ echo id,name,amount,raw && cat rows; } >big.csv
+"$kivosql" $h2 update 'create table big (id int primary key, name varchar(99), amount numeric(12,3), raw varbinary(99))' >out
+for server in "$postgres" "$h2"; do
+  check "load" "100,000 rows stored in big" "$("$kivosql" $server load big.csv big)"
+  check "counts" "100000,5000050000,5625056250.000" "$(csv $server query 'select count(*), sum(id), sum(amount) from big')"
+  check "checksums" "$(md5sum <rows)" "$(csv $server query 'select * from big order by id' | md5sum)"
+done
+{ echo ID && seq 100001 102499 && echo 1 && seq 102500 104000; } >clash.csv
+for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
+  code=0
+  "$kivosql" $server load clash.csv big 2>err || code=$?
+  check "a load that fails" "1 1 1" "$code $(grep -c 'clash.csv, rows 2,001 to 3,000, from line 2002: .*1' err) $(
+    grep -c 'rows 1 to 2,000 of clash.csv are stored, none behind' err)"
+  check "what it stored" 2000 "$(csv $server query 'select count(*) from big where id > 100000')"
+  "$kivosql" $server update 'delete from big where id > 100000' >out
+done
+
+echo "== values that would like to be SQL"
+cat >evil.csv <<'END'
+id,name
+1,"\'); drop table v; -- "
+2,"\"
+3,"'); drop table v; -- "
+END
+for server in "$postgres" "$postgres --through jdbc" "$h2" "$mariadb"; do
+  "$kivosql" $server update 'create table v (id int primary key, name varchar(99))' >out
+  "$kivosql" $server load evil.csv v >out
+  check "stored as they are" "$(tail -n +2 evil.csv | tr -d '"')" "$(csv $server query 'select * from v order by id')"
+  "$kivosql" $server update 'drop table v' >out
+done
+
+echo "== passwords"
+slow="select count(pg_sleep(1.5))"
+env KIVO_PASSWORD="$secret" "$kivosql" $place query "$slow" >out &
+sleep 1
+check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/environ | grep -c "$secret")"
+wait $!
+check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
+
+# Runs a shell command on a terminal, and types once the terminal shows what is awaited.
+on_terminal() { # AWAITED TYPED COMMAND
+  rm -f keys
+  mkfifo keys
+  : >screen
+  {
+    for _ in $(seq 200); do
+      grep -q "$1" screen && break
+      sleep 0.1
+    done
+    printf '%b' "$2"
+    sleep 1
+  } >keys &
+  script -qefc "$3" screen <keys >/dev/null || true
+  wait $!
+}
+on_terminal 'Password of' "$secret\n" "'$kivosql' $place query 'select 6 * 7 as answer'"
+check "the password from a prompt" "1 0" "$(grep -c "│     42 │" screen) $(grep -c "$secret" screen)"
+
+echo "== terminals and pipes"
+on_terminal '' '' "'$kivosql' $postgres query '$slow' >out"
+check "progress on a terminal" yes "$(grep -q 'rows/s' screen && echo yes)"
+on_terminal '' '' "'$kivosql' $postgres load big.csv big --batch 100000 --no-header; '$kivosql' $h2 query 'select 1'"
+check "colours on a terminal" yes "$(grep -q "$(printf '\033\\[1m')" screen && echo yes)"
+on_terminal '' '' "NO_COLOR=1 '$kivosql' $h2 query 'select 1'"
+check "no colours when not wanted" 0 "$(grep -c "$(printf '\033\\[1m')" screen)"
+"$kivosql" $postgres query "$slow" >out 2>err
+check "nothing moves without a terminal" "" "$(said err)"
+{ "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |
+  head -n 1 | tr -d '\r' >out
+check "a closed pipe" "x finished " "$(cat out) $(cat state) $(said err)"
+code=0
+"$kivosql" $h2 query 'select * from big' --format csv >/dev/full 2>err || code=$?
+check "a full disk" "1 1" "$code $(grep -c 'No space left' err)"
+
+echo "== interrupts"
+for carrier in wrapper jdbc; do
+  on_terminal 'rows/s' '\003' "'$kivosql' $postgres --through $carrier query 'select pg_sleep(99)' >out; echo code=\$?"
+  check "Ctrl-C through $carrier" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'kivosql: interrupted.$' screen)"
+  check "the database knows" 0 "$(csv $postgres query \
+    "select count(*) from pg_stat_activity where state = 'active' and query like '%pg_sleep(99%' and pid <> pg_backend_pid()")"
+done
+
+echo "== memory"
+"$kivosql" $postgres --heap-mb 64 query "select x, repeat('text', 25) from generate_series(1, 1000000) x" --format csv >out &
+peak=0
+while size=$(sed -n 's/^VmHWM:[^0-9]*\([0-9]*\) kB/\1/p' "/proc/$!/status" 2>/dev/null) && [ -n "$size" ]; do
+  peak=$size
+  sleep 0.1
+done
+wait $!
+check "rows" 1000001 "$(wc -l <out)"
+check "a million rows in constant memory, at most 150 MB" yes "$([ "$peak" -lt 150000 ] && echo yes || echo "$peak kB")"
+
+echo "$failures not as expected"
+exit "$((failures > 0))"

@@ -1,0 +1,288 @@
+// What kivosql does with text, without a Java VM.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+#include "commands.h"
+#include "csv_reader.h"
+#include "display.h"
+#include "formats.h"
+#include "java_errors.h"
+#include "password.h"
+#include "sql_literals.h"
+#include "statement_splitter.h"
+
+namespace kivosql {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+TEST(Kivosql, CutsScriptsAtTheirStatements) {
+  const struct {
+    const char* script;
+    Dialect dialect;
+    Texts statements;  // "line:text", with "!" in front of one that never ends
+  } rows[] = {
+      {"", Dialect::standard, {}},
+      {" ; ;-- no more\n; /* nothing */", Dialect::standard, {}},
+      {"select 1;\n\nselect 2", Dialect::standard, {"1:select 1", "3:select 2"}},
+      {"a 'x;''y;' b; c \"d;\"", Dialect::standard, {"1:a 'x;''y;' b", "1:c \"d;\""}},
+      {"a -- it's; one\n b;c", Dialect::standard, {"1:a -- it's; one\n b", "2:c"}},
+      {"/* ; /* ; */ ; */ a;b", Dialect::standard, {"1:a", "1:b"}},
+      {"/* ; /* ; */ a;b", Dialect::backslash, {"1:a", "1:b"}},
+      {"a $$ ;' $x$ $$; b $t$ $$; $t$;c $1; d$$e;f",
+       Dialect::standard,
+       {"1:a $$ ;' $x$ $$", "1:b $t$ $$; $t$", "1:c $1", "1:d$$e", "1:f"}},
+      {R"(a 'x\'; b)", Dialect::standard, {R"(1:a 'x\')", "1:b"}},
+      {R"(a 'x\'; b')", Dialect::backslash, {R"(1:a 'x\'; b')"}},
+      {R"(a E'x\'; b'; c)", Dialect::standard, {R"(1:a E'x\'; b')", "1:c"}},
+      {"a # ;'\n;b `;`", Dialect::backslash, {"1:a", "2:b `;`"}},
+      {"a # b;c 5--1", Dialect::standard, {"1:a # b", "1:c 5"}},
+      {"a 5--1;b", Dialect::backslash, {"1:a 5--1", "1:b"}},
+      {"a;\nb 'c;", Dialect::standard, {"1:a", "!2:b 'c;"}},
+      {"a;\n/* c;", Dialect::standard, {"1:a", "!2:/* c;"}},
+      {"a $x$ ;", Dialect::standard, {"!1:a $x$ ;"}},
+      {"ж 'ж;';\r\nж", Dialect::standard, {"1:ж 'ж;'", "2:ж"}},
+  };
+  for (const auto& row : rows) {
+    Texts found;
+    StatementSplitter splitter(row.script, row.dialect);
+    for (Statement statement; splitter.next(statement);) {
+      found.push_back((statement.complete ? "" : "!") + std::to_string(statement.line) + ':' +
+                      std::string(statement.text));
+    }
+    EXPECT_EQ(found, row.statements) << row.script;
+  }
+}
+
+TEST(Kivosql, TellsStatementsThatGiveRows) {
+  for (const char* sql : {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1",
+                          "values 1", "insert into t values (1) returning id",
+                          "with a as (select 1) insert into t returning x", "show tables", "explain delete from t"}) {
+    EXPECT_TRUE(givesRows(sql, Dialect::standard)) << sql;
+  }
+  for (const char* sql : {"insert into t select 1", "update t set returned = 'returning'", "selects",
+                          "with a as (select 1) insert into t select * from a", "create table t (a int)",
+                          "delete from t where (select returning)", ""}) {
+    EXPECT_FALSE(givesRows(sql, Dialect::standard)) << sql;
+  }
+}
+
+TEST(Kivosql, ReadsCsv) {
+  const struct {
+    const char* csv;
+    std::vector<Texts> records;  // quoted fields in [ ]
+    const char* error;
+  } rows[] = {
+      {"", {}, ""},
+      {"a,b\r\n1,2\r\n", {{"a", "b"}, {"1", "2"}}, ""},
+      {"a,b\n1,\"\"", {{"a", "b"}, {"1", "[]"}}, ""},
+      {"\xEF\xBB\xBF\"x\"\"y\",\"1\r\n2\",\n", {{"[x\"y]", "[1\r\n2]", ""}}, ""},
+      {"\n,\n", {{""}, {"", ""}}, ""},
+      {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
+      {"a\n\"b", {{"a"}}, "a quote that begins in the record on line 2 never ends"},
+      {"a\n\"b\"c\nd", {{"a"}}, "line 2 has text behind a closing quote, or a lone carriage return"},
+      {"a\rb", {}, "line 1 has text behind a closing quote, or a lone carriage return"},
+  };
+  for (const auto& row : rows) {
+    std::istringstream input(row.csv);
+    CsvReader reader(input);
+    std::vector<Texts> found;
+    for (std::vector<CsvField> record; reader.next(record);) {
+      Texts& texts = found.emplace_back();
+      for (const CsvField& field : record) texts.push_back(field.quoted ? '[' + field.text + ']' : field.text);
+    }
+    EXPECT_EQ(found, row.records) << row.csv;
+    EXPECT_EQ(reader.error(), row.error) << row.csv;
+  }
+}
+
+TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
+  constexpr int kInteger = 4;
+  constexpr int kDecimal = 3;
+  constexpr int kText = 12;
+  constexpr int kBoolean = 16;
+  constexpr int kBinary = -3;
+  constexpr int kDate = 91;
+  const struct {
+    const char* url;
+    Dialect dialect;
+    int type;
+    Cell value;
+    const char* expected;
+  } rows[] = {
+      {"jdbc:h2:mem:x", Dialect::standard, kText, {"", true}, "null"},
+      {"jdbc:h2:mem:x", Dialect::standard, kText, {"it's \\", false}, "'it''s \\'"},
+      {"jdbc:h2:mem:x", Dialect::backslash, kText, {"\\'; drop", false}, "'\\\\''; drop'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"-12", false}, "-12"},
+      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1); drop", false}, "'1); drop'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1.5", false}, "'1.5'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "1.5e-3"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"NaN", false}, "'NaN'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kBoolean, {"T", false}, "true"},
+      {"jdbc:postgresql:x", Dialect::standard, kBoolean, {"t", false}, "'t'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kBinary, {"cafe", false}, "X'cafe'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kBinary, {"caf'", false}, "'caf'''"},
+      {"jdbc:postgresql:x", Dialect::standard, kBinary, {"cafe", false}, "decode('cafe', 'hex')"},
+      {"jdbc:sqlserver:x", Dialect::standard, kText, {"ж", false}, "N'ж'"},
+      {"jdbc:oracle:thin:x", Dialect::standard, kDate, {"2024-02-29", false}, "date '2024-02-29'"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(literal(row.value, row.type, literalsFor(row.url), row.dialect), row.expected);
+  }
+  EXPECT_EQ(quotedName("a\"b", literalsFor("jdbc:h2:mem:x")), "\"a\"\"b\"");
+  EXPECT_EQ(quotedName("a`b", literalsFor("jdbc:mariadb://h/d")), "`a``b`");
+}
+
+TEST(Kivosql, TakesOnlyNamesForTables) {
+  for (const char* name : {"t", "s.t", R"("a b"."c;d")", "`x`.y", "таблица", "A$1#"}) EXPECT_TRUE(isTableName(name));
+  for (const char* name : {"", "t;", "t where 1=1", "s.", ".t", "\"t", "\"\"", "t--", "(select 1)"}) {
+    EXPECT_FALSE(isTableName(name)) << name;
+  }
+}
+
+TEST(Kivosql, FindsPasswordsInUrls) {
+  for (const char* url : {"jdbc:postgresql://h/d?user=a&password=b", "jdbc:h2:mem:x;PASSWORD=b", "jdbc:x://a:b@h/d",
+                          "jdbc:oracle:thin:scott/tiger@h:1521:x", "jdbc:mariadb://h/d?keyStorePassword=b"}) {
+    EXPECT_TRUE(holdsPassword(url)) << url;
+  }
+  for (const char* url : {"jdbc:postgresql://h:5432/d?user=a", "jdbc:oracle:thin:@//h:1521/x", "jdbc:h2:./a@b"}) {
+    EXPECT_FALSE(holdsPassword(url)) << url;
+  }
+}
+
+TEST(Kivosql, MakesOneParagraphOfJavasErrors) {
+  EXPECT_EQ(readable("getConnection() -- the getConnection() failed.",
+                     "Exception in thread \"main\" org.postgresql.util.PSQLException: FATAL: no such user\n"
+                     "  Detail: none\n\tat a.b.C.d(C.java:1)\n\t... 12 more\n"
+                     "Caused by: java.net.ConnectException: Connection refused\n\tat x.y\n"
+                     "Caused by: java.net.ConnectException: Connection refused\n"),
+            "getConnection() -- the getConnection() failed. PSQLException: FATAL: no such user Detail: none "
+            "ConnectException: Connection refused");
+  EXPECT_EQ(readable("", "java.lang.NullPointerException\n\tat a.b\n"), "NullPointerException");
+  EXPECT_EQ(readable("", ""), "the operation failed, and Java gave no reason");
+}
+
+TEST(Kivosql, MeasuresTextAsATerminalShowsIt) {
+  const struct {
+    const char* text;
+    std::size_t cells;
+    const char* shortenedToFour;
+  } rows[] = {
+      {"", 0, ""},
+      {"abcd", 4, "abcd"},
+      {"abcde", 5, "abc…"},
+      {"日本語", 6, "日…"},
+      {"日本", 4, "日本"},
+      {"e\u0301tudes", 6, "e\u0301tu…"},
+      {"👩‍👩‍👧 x", 4, "👩‍👩‍👧 x"},
+      {"❤️🇩🇪", 4, "❤️🇩🇪"},
+      {"\u200B", 0, "\u200B"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(cellsOf(row.text), row.cells) << row.text;
+    EXPECT_EQ(shortened(row.text, 4), row.shortenedToFour) << row.text;
+  }
+  EXPECT_EQ(visible("a\tb\n\x1B[31m\x7F\u0085ж"), "a␉b␊␛[31m␡\uFFFDж");
+}
+
+/// What a format makes of a result.
+std::string written(const std::string& format, const Style& style, const std::vector<Column>& columns,
+                    const std::vector<Row>& rows) {
+  char* buffer = nullptr;
+  std::size_t size = 0;
+  std::FILE* file = open_memstream(&buffer, &size);
+  for (const Format& candidate : kFormats) {
+    if (format != candidate.name) continue;
+    Output out(file);
+    const auto writer = candidate.make(out, style);
+    writer->begin(columns);
+    for (const Row& row : rows) writer->row(row);
+    writer->end(rows.size());
+  }
+  std::fclose(file);
+  std::string text(buffer, size);
+  std::free(buffer);
+  return text;
+}
+
+const std::vector<Column> kColumns = {{"n", 3, ""}, {"t|x", 12, ""}, {"n", 16, ""}};
+const std::vector<Row> kRows = {
+    {{"12345678901234567890.10", false}, {R"(a,"b"|<c>\)", false}, {"t", false}},
+    {{"NaN", false}, {"", false}, {"", true}},
+    {{"-1", false}, {"é\r\n\t日本🎉", false}, {"0", false}},
+    {{"", true}, {"", true}, {"maybe", false}},
+};
+
+TEST(Kivosql, WritesEachFormat) {
+  const struct {
+    const char* format;
+    const char* null;
+    const char* expected;
+    const char* ofNothing;
+  } rows[] = {
+      {"table", "∅",
+       "┌─────────────────────────┬────────────┬───────┐\n"
+       "│                       n │ t|x        │ n     │\n"
+       "├─────────────────────────┼────────────┼───────┤\n"
+       "│ 12345678901234567890.10 │ a,\"b\"|<c>\\ │ t     │\n"
+       "│                     NaN │            │ ∅     │\n"
+       "│                      -1 │ é␍␊␉日本🎉 │ 0     │\n"
+       "│                       ∅ │ ∅          │ maybe │\n"
+       "└─────────────────────────┴────────────┴───────┘\n"
+       "(4 rows)\n",
+       "┌───┬─────┬───┐\n│ n │ t|x │ n │\n├───┼─────┼───┤\n└───┴─────┴───┘\n(0 rows)\n"},
+      {"vertical", "∅",
+       "── 1 ──\nn    12345678901234567890.10\nt|x  a,\"b\"|<c>\\\nn    t\n"
+       "── 2 ──\nn    NaN\nt|x  \nn    ∅\n"
+       "── 3 ──\nn    -1\nt|x  é␍␊␉日本🎉\nn    0\n"
+       "── 4 ──\nn    ∅\nt|x  ∅\nn    maybe\n(4 rows)\n",
+       "(0 rows)\n"},
+      {"csv", "",
+       "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\nNaN,\"\",\r\n-1,\"é\r\n\t日本🎉\",0\r\n,,"
+       "maybe\r\n",
+       "n,t|x,n\r\n"},
+      {"csv", "NaN",
+       "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\n\"NaN\",\"\",NaN\r\n-1,\"é\r\n\t日本🎉\",0\r\n"
+       "NaN,NaN,maybe\r\n",
+       "n,t|x,n\r\n"},
+      {"json", "",
+       "[\n{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true},\n"
+       "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null},\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false},\n"
+       "{\"n\":null,\"t|x\":null,\"n_2\":\"maybe\"}\n]\n",
+       "[\n\n]\n"},
+      {"jsonl", "",
+       "{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true}\n"
+       "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null}\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false}\n"
+       "{\"n\":null,\"t|x\":null,\"n_2\":\"maybe\"}\n",
+       ""},
+      {"markdown", "∅",
+       "| n | t\\|x | n |\n| --- | --- | --- |\n| 12345678901234567890.10 | a,\"b\"\\|&lt;c>\\\\ | t |\n"
+       "| NaN |  | ∅ |\n| -1 | é␍<br>␉日本🎉 | 0 |\n| ∅ | ∅ | maybe |\n",
+       "| n | t\\|x | n |\n| --- | --- | --- |\n"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(written(row.format, {row.null, 60, false}, kColumns, kRows), row.expected) << row.format;
+    EXPECT_EQ(written(row.format, {row.null, 60, false}, kColumns, {}), row.ofNothing) << row.format;
+  }
+}
+
+TEST(Kivosql, KeepsLargeCellsAndLateOnes) {
+  const std::string large(10000, 'x');
+  for (const char* format : {"vertical", "csv", "json", "jsonl", "markdown"}) {
+    EXPECT_NE(written(format, {"", 60, false}, {{"a", 12, ""}}, {{{large, false}}}).find(large), std::string::npos);
+  }
+  EXPECT_EQ(written("table", {"", 4, true}, {{"a", 12, ""}}, {{{large, false}}}),
+            "┌──────┐\n│ \x1B[1ma\x1B[0m    │\n├──────┤\n│ xxx… │\n└──────┘\n(1 row)\n");
+  // Wider than the rows that the widths were taken from: it stands out, and nothing of it is lost.
+  std::vector<Row> rows(1500, Row{{"x", false}});
+  rows.back()[0].text = "wide";
+  EXPECT_NE(written("table", {"", 60, false}, {{"a", 12, ""}}, rows).find("│ x │\n│ wide │\n└───┘\n(1,500 rows)"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace kivosql
