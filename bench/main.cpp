@@ -242,15 +242,15 @@ Options parse(int count, char** arguments) {
   }
   const char* password = std::getenv("PGPASSWORD");
   Target& target = options.target;
-  target = {arguments[1],
-            "",
-            options.get("host"),
-            options.get("port"),
-            options.get("database"),
-            options.get("user"),
-            password == nullptr ? "" : password,
-            options.get("classpath"),
-            options.get("jvm")};
+  target.name = arguments[1];
+  target.host = options.get("host");
+  target.port = options.get("port");
+  target.database = options.get("database");
+  target.user = options.get("user");
+  target.password = password == nullptr ? "" : password;
+  target.classPath = options.get("classpath");
+  target.libjvm = options.get("jvm");
+  target.kivosql = options.get("kivosql");
   target.url = target.name == "h2" ? "jdbc:h2:mem:bench;DB_CLOSE_DELAY=-1;LAZY_QUERY_EXECUTION=1"
                                    : "jdbc:postgresql://" + target.host + ":" + target.port + "/" + target.database;
   return options;

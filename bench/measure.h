@@ -49,7 +49,8 @@ struct Contestant {
   std::function<Reading()> run;
 };
 
-/// Runs each once unmeasured, then rounds of all of them in turn, so that what the machine does meanwhile hits all.
+/// Runs each a few times unmeasured, then rounds of all of them in turn, so that what the machine does meanwhile hits
+/// all.
 Comparison compare(std::vector<Contestant> contestants, int rounds);
 
 /// Above this spread of the fixed arithmetic the machine was too busy to tell small differences.

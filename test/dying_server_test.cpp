@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "bad_network.h"
 #include "jni_ledger.h"
+#include "process_usage.h"
 #include "sql_client.h"
 #include "stderr_capture.h"
 #include "test_server.h"
@@ -30,11 +30,6 @@ constexpr Seconds kLongestWait{15};
 constexpr int kRows = 300;
 /// Within so many bytes come the answers to an update and a batch.
 constexpr std::size_t kChanges = 200;
-
-long openFiles() {
-  const std::filesystem::directory_iterator files("/proc/self/fd");
-  return std::distance(begin(files), end(files));
-}
 
 /// Both classes on one server, through a network that each test spoils.
 class DyingServer : public testing::TestWithParam<const char*> {
@@ -67,7 +62,10 @@ class DyingServer : public testing::TestWithParam<const char*> {
     alarm(0);
   }
 
-  bool connect() { return client_->connect(*server, network->port); }
+  bool connect() { return connect(*server, network->port); }
+  bool connect(const TestServer& to, const std::string& port) {
+    return client_->connect("jdbc:postgresql://" + to.host + ':' + port + '/' + to.database, to.user, to.password);
+  }
 
   /// Reads "1, 2, ..." to its end or to a failure, which must not look like the end. @return how many rows came.
   int readOn(int already, int all) {
@@ -146,14 +144,14 @@ TEST_P(DyingServer, AServerThatIsStoppedHardIsReplacedByAnother) {
   constexpr int kMany = 100000;
   TestServer other("postgres");
   client_->close();
-  ASSERT_TRUE(client_->connect(other, other.port));
+  ASSERT_TRUE(connect(other, other.port));
   ASSERT_TRUE(client_->query(series(kMany)));
   for (int row = 0; row < 200; ++row) ASSERT_TRUE(client_->next());
   other.stop();
   EXPECT_LT(readOn(200, kMany), 2000);
   EXPECT_FALSE(client_->update("create table t (id int)"));
   client_->close();
-  EXPECT_FALSE(client_->connect(other, other.port));
+  EXPECT_FALSE(connect(other, other.port));
   expectWorks();
 }
 

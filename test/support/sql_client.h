@@ -1,18 +1,17 @@
 #pragma once
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "JavaConnectionUtils.h"
 #include "JdbcUtils.h"
 #include "jdbcWrapper.h"
 #include "stderr_capture.h"
-#include "test_server.h"
 
 namespace kivo::test {
 
-/// What a host does on PostgreSQL with either class that speaks SQL, and what it is told.
+/// What a host does with each of the three classes, and what it is told. The bridge only reads.
 class SqlClient {
  public:
   SqlClient() = default;
@@ -20,33 +19,29 @@ class SqlClient {
   SqlClient(const SqlClient&) = delete;
   SqlClient& operator=(const SqlClient&) = delete;
 
-  virtual bool connect(const TestServer& server, const std::string& port) = 0;
-  /// Its rows are read by portions.
+  virtual bool connect(std::string url, std::string user, std::string password) = 0;
+  /// Its rows come by portions.
   virtual bool query(std::string sql) = 0;
   virtual bool next() = 0;
-  /// After next() said no: whether that was a failure and not the end.
-  virtual bool failed() = 0;
+  /// After next() said no: whether that was a failure and not the end. Of the bridge only standard error tells.
+  virtual bool failed() { return false; }
+  /// @return text that the caller frees, or null.
   virtual char* column(int number) = 0;
   /// Whether one row was reported as changed.
-  virtual bool update(std::string sql) = 0;
+  virtual bool update(std::string) { return false; }
   /// Whether all of it was reported as done.
-  virtual bool batch(std::vector<std::string> statements) = 0;
-  virtual void close() = 0;
+  virtual bool batch(std::vector<std::string>) { return false; }
+  /// What the object says of the last failure.
+  virtual std::string error() { return {}; }
+  virtual void close() {}
 };
 
 class JdbcClient : public SqlClient {
  public:
-  bool connect(const TestServer& server, const std::string& port) override {
-    std::string type = "postgresql";
-    std::string host = server.host;
-    std::string portText = port;
-    std::string database = server.database;
-    std::string user = server.user;
-    std::string password = server.password;
+  bool connect(std::string url, std::string user, std::string password) override {
     std::string none;
-    std::string url;
-    return utils.javaInit() && utils.setUrl(type, host, portText, database, none, url, none, none) &&
-           utils.getConnection(user, password, none);
+    return utils.javaInit() && utils.setUrl(none, none, none, none, none, url, none, text) &&
+           utils.getConnection(user, password, text);
   }
   bool query(std::string sql) override { return utils.setAutoCommit(false) && utils.executeQuery(sql, 0); }
   bool next() override { return utils.next(); }
@@ -67,18 +62,18 @@ class JdbcClient : public SqlClient {
     const int written = utils.executeBatch(counts.data());
     return written == static_cast<int>(statements.size()) && printed.text().empty();
   }
+  std::string error() override { return text; }
   void close() override { utils.closeConnection(); }
 
  private:
   JdbcUtils utils;
+  std::string text;
 };
 
 class WrapperClient : public SqlClient {
  public:
-  bool connect(const TestServer& server, const std::string& port) override {
-    std::string url = "jdbc:postgresql://" + server.host + ':' + port + '/' + server.database;
-    return wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(server.user, server.password) &&
-           wrapper.getStatement();
+  bool connect(std::string url, std::string user, std::string password) override {
+    return wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(user, password) && wrapper.getStatement();
   }
   bool query(std::string sql) override { return wrapper.executeQuery(sql, 0); }
   bool next() override { return wrapper.next(); }
@@ -94,16 +89,43 @@ class WrapperClient : public SqlClient {
     int count = 0;
     return wrapper.executeBatch(count) && count == static_cast<int>(statements.size());
   }
+  std::string error() override { return wrapper.errorMessage; }
   void close() override { wrapper.closeConnection(); }
 
  private:
   jdbcWrapper wrapper;
 };
 
+/// The bridge over the companion's own connection class.
+class BridgeClient : public SqlClient {
+ public:
+  bool connect(std::string url, std::string user, std::string password) override {
+    std::vector<std::string> names = {"url", "user", "password"};
+    std::vector<std::string> values = {url, user, password};
+    return bridge.javaInit() && bridge.setParams(names, values) && bridge.makeConnection();
+  }
+  bool query(std::string sql) override {
+    std::vector<std::string> name = {"query"};
+    std::vector<std::string> value = {sql};
+    return bridge.setParams(name, value) && bridge.query();
+  }
+  bool next() override { return bridge.next(); }
+  char* column(int number) override {
+    char* value = nullptr;
+    bridge.getColumn(number, value);
+    return value;
+  }
+
+ private:
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge{className};
+};
+
 /// @param name of the class
 inline std::unique_ptr<SqlClient> newClient(const std::string& name) {
   if (name == "JdbcUtils") return std::make_unique<JdbcClient>();
-  return std::make_unique<WrapperClient>();
+  if (name == "jdbcWrapper") return std::make_unique<WrapperClient>();
+  return std::make_unique<BridgeClient>();
 }
 
 }  // namespace kivo::test

@@ -17,7 +17,7 @@ import java.util.Vector;
  * <p>Values, streaming and table names are those of {@link jdbcUtilities}. An object serves one thread at a time.
  * Native code has no way to say that it is done with one: the connection closes after it was collected as garbage.
  */
-public class JdbcConnection {
+public final class JdbcConnection {
   private static final List<String> KNOWN = Arrays.asList("url", "user", "password", "query");
 
   private final Map<String, String> parameters = new HashMap<>();
