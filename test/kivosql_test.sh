@@ -149,7 +149,8 @@ check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/envir
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
 
-# Runs a shell command on a terminal, and types once the terminal shows what is awaited.
+# Runs a shell command on a terminal, and types once the terminal shows what is awaited. Ctrl-C reaches the shell too,
+# and some shells would end with it.
 on_terminal() { # AWAITED TYPED COMMAND
   rm -f keys
   mkfifo keys
@@ -162,7 +163,7 @@ on_terminal() { # AWAITED TYPED COMMAND
     printf '%b' "$2"
     sleep 1
   } >keys &
-  script -qefc "$3" screen <keys >/dev/null || true
+  script -qefc "trap : INT; $3" screen <keys >/dev/null || true
   wait $!
 }
 on_terminal 'Password of' "$secret\n" "'$kivosql' $place query 'select 6 * 7 as answer'"
