@@ -14,7 +14,7 @@ class jdbcWrapper;
 
 /// How rows are to come by the block.
 struct RowBlocksOptions {
-  int rows = 512;             ///< the most rows a block, 1 to 65536; a block also ends once it holds a megabyte of text
+  int rows = 1024;            ///< the most rows a block, 1 to 65536; a block also ends once it holds a megabyte of text
   bool standardUtf8 = false;  ///< standard UTF-8 instead of JNI's modified form; half a surrogate pair becomes U+FFFD
   int mostRowBytes = 1 << 28;  ///< the most bytes of text that a row may have, 1 to 2^29; a larger one is a failure
 };
@@ -27,6 +27,8 @@ struct RowBlocksOptions {
 ///       for (int row = 0; row < blocks.rows(); ++row)
 ///         for (int column = 1; column <= blocks.columns(); ++column) use(blocks.text(row, column));
 ///     if (blocks.errorState != 0) report(blocks.errorMessage);
+///
+/// A driver that fetches fewer rows at a time than a block takes is asked to fetch as many, while a megabyte holds them.
 ///
 /// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
 /// closed, or run another query, before this object ends; next() then fails.
