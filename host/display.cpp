@@ -53,7 +53,7 @@ bool isPlain(char byte) { return static_cast<unsigned char>(byte) >= 0x20 && sta
 
 }  // namespace
 
-std::string visible(const std::string& text) {
+std::string visible(std::string_view text) {
   std::string shown;
   shown.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {

@@ -8,7 +8,7 @@ namespace kivosql {
 
 /// Text for one line of a terminal: control characters, which could move the cursor or worse, become pictures of
 /// themselves. @param text valid UTF-8.
-std::string visible(const std::string& text);
+std::string visible(std::string_view text);
 
 /// Cells that the text takes on a terminal; a cluster such as an emoji with its modifiers takes two.
 std::size_t cellsOf(std::string_view text);

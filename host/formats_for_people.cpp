@@ -52,7 +52,7 @@ class TableWriter : public StyledWriter {
   }
 
   void row(const Row& row) override {
-    if (begun_) return writeRow(row, "");
+    if (begun_) return writeRow(shownRow(row), "");
     keep(row);
     if (kept_.size() > kRowsForWidths) writeKept();
   }
@@ -64,11 +64,25 @@ class TableWriter : public StyledWriter {
   }
 
  private:
+  /// A cell as it is written.
+  struct Shown {
+    std::string text;
+    bool isNull;
+  };
+  using ShownRow = std::vector<Shown>;
+
+  ShownRow shownRow(const Row& row) const {
+    ShownRow cells;
+    cells.reserve(row.size());
+    for (const Cell& cell : row) cells.push_back({shown(cell), cell.isNull});
+    return cells;
+  }
+
   void keep(const Row& row) {
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      widths_[column] = std::max(widths_[column], cellsOf(shown(row[column])));
+    const ShownRow& kept = kept_.emplace_back(shownRow(row));
+    for (std::size_t column = 0; column < kept.size(); ++column) {
+      widths_[column] = std::max(widths_[column], cellsOf(kept[column].text));
     }
-    kept_.push_back(row);
   }
 
   void writeKept() {
@@ -89,9 +103,9 @@ class TableWriter : public StyledWriter {
     out_.write(right).write("\n");
   }
 
-  void writeRow(const Row& row, const char* colour) {
+  void writeRow(const ShownRow& row, const char* colour) {
     for (std::size_t column = 0; column < row.size(); ++column) {
-      const std::string text = shown(row[column]);
+      const std::string& text = row[column].text;
       const std::size_t cells = cellsOf(text);
       const std::size_t blanks = widths_[column] - std::min(cells, widths_[column]);
       out_.write("│ ").fill(" ", right_[column] ? blanks : 0);
@@ -102,7 +116,7 @@ class TableWriter : public StyledWriter {
   }
 
   bool begun_ = false;
-  std::vector<Row> kept_;
+  std::vector<ShownRow> kept_;
   std::vector<std::size_t> widths_;
   std::vector<bool> right_;
 };

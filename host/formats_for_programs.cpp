@@ -31,7 +31,7 @@ class CsvWriter : public Writer {
 
  private:
   /// Quoted when it must be, and when it would pass for NULL.
-  void writeText(const std::string& text) {
+  void writeText(std::string_view text) {
     if (text.find_first_of(",\"\r\n") == std::string::npos && text != null_ && !text.empty()) {
       out_.write(text);
       return;
@@ -92,7 +92,7 @@ class JsonWriter : public Writer {
     Kind kind;
   };
 
-  static rapidjson::SizeType size(const std::string& text) { return static_cast<rapidjson::SizeType>(text.size()); }
+  static rapidjson::SizeType size(std::string_view text) { return static_cast<rapidjson::SizeType>(text.size()); }
 
   void writeValue(const Cell& cell, Kind kind) {
     if (cell.isNull) {
@@ -132,7 +132,7 @@ class MarkdownWriter : public Writer {
   void end(unsigned long long /*rows*/) override {}
 
  private:
-  static std::string escaped(const std::string& text) {
+  static std::string escaped(std::string_view text) {
     std::string result;
     for (char byte : text) {
       switch (byte) {

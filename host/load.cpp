@@ -25,7 +25,7 @@ bool askDialect(Session& session, const std::string& table, Dialect& dialect) {
   const std::string probe = R"(select 'a''b\\c' from (select count(*) as n from )" + table + " where 1 = 0) x";
   Row row;
   if (!session.query(probe, 0) || session.next(row) != Step::row || row.size() != 1) return false;
-  const std::string answer = row[0].text;
+  const std::string answer(row[0].text);
   if (session.next(row) != Step::end) return false;
   dialect = answer == R"(a'b\c)" ? Dialect::backslash : Dialect::standard;
   return dialect == Dialect::backslash || answer == R"(a'b\\c)";

@@ -1,8 +1,5 @@
 #include "session.h"
 
-#include <cstdlib>
-#include <cstring>
-
 #include "JavaVmHost.h"
 #include "KivoUtf8.h"
 
@@ -27,17 +24,19 @@ Target toJava(const Target& target) {
 
 std::string fromJava(const std::string& text) { return kivo::utf8::toStandard(text).text; }
 
-void takeCell(char* value, Cell& cell) {
-  cell.isNull = value == nullptr;
-  // Only these two lead bytes differ between Java's form and the standard one; most cells have neither.
-  if (cell.isNull) {
-    cell.text.clear();
-  } else if (std::strpbrk(value, "\xC0\xED") == nullptr) {
-    cell.text.assign(value);
-  } else {
-    cell.text = fromJava(value);
+Step BlockRows::next(Row& row) {
+  if (!blocks_) return Step::end;
+  if (++row_ >= blocks_->rows()) {
+    row_ = 0;
+    if (!blocks_->next()) return blocks_->errorState == 0 ? Step::end : Step::failed;
   }
-  std::free(value);
+  row.resize(static_cast<std::size_t>(blocks_->columns()));
+  int column = 0;
+  for (Cell& cell : row) {
+    ++column;
+    cell = {blocks_->text(row_, column), blocks_->isNull(row_, column)};
+  }
+  return Step::row;
 }
 
 bool cancelInJava(void* object) {

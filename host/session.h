@@ -1,9 +1,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "RowBlocks.h"
 #include "sql_types.h"
 
 namespace kivosql {
@@ -27,8 +30,9 @@ struct Column {
   std::string typeName;
 };
 
+/// A value. Its text belongs to whoever made the row.
 struct Cell {
-  std::string text;
+  std::string_view text;
   bool isNull = false;
 };
 using Row = std::vector<Cell>;
@@ -40,10 +44,29 @@ Target toJava(const Target& target);
 /// Text on the way back.
 std::string fromJava(const std::string& text);
 
-/// Takes over a value that the library handed out, and frees it.
-void takeCell(char* value, Cell& cell);
-
 enum class Step { row, end, failed };
+
+/// The rows of an open result, read by the block.
+class BlockRows {
+ public:
+  /// @param source a JdbcUtils or a jdbcWrapper
+  template <typename Source>
+  void open(Source& source) {
+    RowBlocksOptions options;
+    options.standardUtf8 = true;
+    blocks_.emplace(source, options);
+    row_ = 0;
+  }
+
+  /// Fills @p row, whose texts are good until the next call. Without open() the rows have ended.
+  Step next(Row& row);
+
+  const std::string& error() const { return blocks_->errorMessage; }
+
+ private:
+  std::optional<RowBlocks> blocks_;
+  int row_ = 0;
+};
 
 /// What the commands need of a database, whichever of the library's classes carries it. After a failure error() says
 /// why. One thread, save for cancel().
@@ -60,7 +83,7 @@ class Session {
   /// Starts a query; columns() then describes its rows. @param maxRows 0 is no limit.
   virtual bool query(const std::string& sql, int maxRows) = 0;
 
-  /// Fills @p row with the next row of the query.
+  /// Fills @p row with the next row of the query; its texts are good until the next call.
   virtual Step next(Row& row) = 0;
 
   /// @return the number of rows changed, negative on failure.
@@ -98,20 +121,6 @@ class Session {
       column.typeName = typeName(column.type);
     }
     return count >= 0;
-  }
-
-  /// Fills the row with what @p read(column, value) hands out, columns counted from 0; false when one fails.
-  template <typename Read>
-  bool setRow(Row& row, Read read) {
-    row.resize(columns_.size());
-    int number = 0;
-    for (Cell& cell : row) {
-      char* value = nullptr;
-      const bool done = read(number++, value);
-      takeCell(value, cell);
-      if (!done) return false;
-    }
-    return true;
   }
 
   std::vector<Column> columns_;

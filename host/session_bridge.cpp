@@ -37,12 +37,13 @@ class BridgeSession : public Session {
     if (rowsLeft_ == 0) return Step::end;
     --rowsLeft_;
     if (const Step first = std::exchange(first_, Step::failed); first != Step::failed) {
-      row = firstRow_;
+      show(row);
       return first;
     }
     if (const Step step = advance(); step != Step::row) return step;
-    const auto read = [this](int column, char*& value) { return java_->getColumn(column + 1, value); };
-    return done(setRow(row, read)) ? Step::row : Step::failed;
+    if (!done(readRow())) return Step::failed;
+    show(row);
+    return Step::row;
   }
 
   int update(const std::string& /*sql*/) override {
@@ -79,6 +80,19 @@ class BridgeSession : public Session {
  private:
   static constexpr int kMostColumns = 10000;
 
+  using Value = std::optional<std::string>;
+
+  /// Takes over a value that the library handed out, and frees it.
+  static void take(char* text, Value& value) {
+    value = text == nullptr ? Value() : fromJava(text);
+    std::free(text);
+  }
+
+  void show(Row& row) const {
+    row.clear();
+    for (const Value& value : values_) row.push_back({value ? std::string_view(*value) : std::string_view(), !value});
+  }
+
   bool done(bool result) {
     details_ = printed_.take();
     if (!result) error_ = readable({}, details_);
@@ -98,12 +112,22 @@ class BridgeSession : public Session {
     return Step::failed;
   }
 
+  bool readRow() {
+    int column = 0;
+    for (Value& value : values_) {
+      char* text = nullptr;
+      if (!java_->getColumn(++column, text)) return false;
+      take(text, value);
+    }
+    return true;
+  }
+
   bool readFirst() {
-    firstRow_.clear();
+    values_.clear();
     for (int column = 1; column <= kMostColumns; ++column) {
       char* value = nullptr;
       if (!java_->getColumn(column, value)) return isBehindLast(column);
-      takeCell(value, firstRow_.emplace_back());
+      take(value, values_.emplace_back());
       columns_.push_back({"column " + std::to_string(column), 0, ""});
     }
     error_ = "the Java connection class does not say where its columns end";
@@ -124,7 +148,7 @@ class BridgeSession : public Session {
   Target target_;
   std::optional<JavaConnectionUtils> java_;
   Step first_ = Step::failed;  ///< of the row read ahead; failed when there is none
-  Row firstRow_;
+  std::vector<Value> values_;  ///< of the current row
   int rowsLeft_ = -1;
 };
 

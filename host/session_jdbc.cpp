@@ -28,18 +28,22 @@ class JdbcSession : public Session {
     };
     std::string text = toJava(sql);
     if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
-    if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) return true;
+    if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
+      rows_.open(database_);
+      return true;
+    }
     keepError([this] { endTransaction(); });
     return false;
   }
 
   Step next(Row& row) override {
-    if (!database_.next()) return done(true) && endTransaction() ? Step::end : Step::failed;
-    const auto read = [this](int column, char*& value) {
-      // A null may also be a value that the driver could not give.
-      return database_.getColumn(static_cast<unsigned long>(column) + 1, value) && (value != nullptr || !threw());
-    };
-    return setRow(row, read) || done(false) ? Step::row : Step::failed;
+    const Step step = rows_.next(row);
+    if (step == Step::end) return endTransaction() ? Step::end : Step::failed;
+    if (step == Step::failed) {
+      details_ = fromJava(rows_.error());
+      error_ = readable(details_, {});
+    }
+    return step;
   }
 
   int update(const std::string& sql) override {
@@ -114,6 +118,7 @@ class JdbcSession : public Session {
 
   JavaErrors printed_;
   JdbcUtils database_;
+  BlockRows rows_;  ///< of the last query; goes before the database
 };
 
 }  // namespace

@@ -22,13 +22,17 @@ class WrapperSession : public Session {
     const auto describe = [this](int column, std::string& name, int& type) {
       return database_.getColumnInfo(column + 1, name, type);
     };
-    return done(database_.executeQuery(toJava(sql), maxRows) && setColumns(database_.getNumColumns(), describe));
+    if (!done(database_.executeQuery(toJava(sql), maxRows) && setColumns(database_.getNumColumns(), describe))) {
+      return false;
+    }
+    rows_.open(database_);
+    return true;
   }
 
   Step next(Row& row) override {
-    if (!database_.next()) return done(database_.errorState == 0) ? Step::end : Step::failed;
-    const auto read = [this](int column, char*& value) { return database_.getColumn(column + 1, value); };
-    return done(setRow(row, read)) ? Step::row : Step::failed;
+    const Step step = rows_.next(row);
+    if (step == Step::failed) setError(rows_.error());
+    return step;
   }
 
   int update(const std::string& sql) override {
@@ -58,12 +62,17 @@ class WrapperSession : public Session {
  private:
   bool done(bool result) {
     if (result) return true;
-    details_ = fromJava(database_.errorMessage);
-    error_ = readable(details_, {});
+    setError(database_.errorMessage);
     return false;
   }
 
+  void setError(const std::string& message) {
+    details_ = fromJava(message);
+    error_ = readable(details_, {});
+  }
+
   jdbcWrapper database_;
+  BlockRows rows_;  ///< of the last query; goes before the database
 };
 
 }  // namespace

@@ -16,7 +16,7 @@ constexpr Literals kLiterals[] = {
 };
 constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, Dialect::standard};
 
-std::string doubled(const std::string& text, std::string_view characters) {
+std::string doubled(std::string_view text, std::string_view characters) {
   std::string result;
   for (char byte : text) {
     if (characters.find(byte) != std::string_view::npos) result += byte;
@@ -25,11 +25,11 @@ std::string doubled(const std::string& text, std::string_view characters) {
   return result;
 }
 
-std::string quotedText(const std::string& text, const Literals& literals, Dialect dialect) {
+std::string quotedText(std::string_view text, const Literals& literals, Dialect dialect) {
   return literals.textOpen + doubled(text, dialect == Dialect::backslash ? "'\\" : "'") + '\'';
 }
 
-bool isHexadecimal(const std::string& text) {
+bool isHexadecimal(std::string_view text) {
   for (char digit : text) {
     if (std::isxdigit(static_cast<unsigned char>(digit)) == 0) return false;
   }
@@ -68,14 +68,15 @@ std::string quotedName(const std::string& name, const Literals& literals) {
 std::string literal(const Cell& value, int type, const Literals& literals, Dialect dialect) {
   if (value.isNull) return "null";
   const Kind kind = kindOf(type);
-  const bool isWhole = value.text.find_first_of(".eE") == std::string::npos;
-  if ((kind == Kind::decimal || (kind == Kind::integer && isWhole)) && isNumber(value.text)) return value.text;
-  if (kind == Kind::truth && literals.truthWords && truthOf(value.text) >= 0) {
-    return truthOf(value.text) == 1 ? "true" : "false";
+  const std::string text(value.text);
+  const bool isWhole = text.find_first_of(".eE") == std::string::npos;
+  if ((kind == Kind::decimal || (kind == Kind::integer && isWhole)) && isNumber(text)) return text;
+  if (kind == Kind::truth && literals.truthWords && truthOf(text) >= 0) {
+    return truthOf(text) == 1 ? "true" : "false";
   }
-  if (kind == Kind::binary && isHexadecimal(value.text)) return literals.binaryOpen + value.text + literals.binaryClose;
+  if (kind == Kind::binary && isHexadecimal(text)) return literals.binaryOpen + text + literals.binaryClose;
   const char* word = literals.temporalWords ? temporalWord(kind) : "";
-  return word + quotedText(value.text, literals, dialect);
+  return word + quotedText(text, literals, dialect);
 }
 
 }  // namespace kivosql

@@ -99,11 +99,12 @@ bool isNumber(std::string_view text) {
   return at == text.size();
 }
 
-int truthOf(const std::string& text) {
+int truthOf(std::string_view text) {
   constexpr const char* kWords[][2] = {{"f", "t"}, {"false", "true"}, {"0", "1"}};
   for (const auto& pair : kWords) {
     for (int truth : {0, 1}) {
-      if (strcasecmp(text.c_str(), pair[truth]) == 0) return truth;
+      const std::string_view word = pair[truth];
+      if (text.size() == word.size() && strncasecmp(text.data(), word.data(), word.size()) == 0) return truth;
     }
   }
   return -1;

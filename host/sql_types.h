@@ -18,6 +18,6 @@ std::string typeName(int type);
 bool isNumber(std::string_view text);
 
 /// What a database may write for true or false. @return 1, 0, or -1 for anything else.
-int truthOf(const std::string& text);
+int truthOf(std::string_view text);
 
 }  // namespace kivosql
