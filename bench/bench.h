@@ -92,6 +92,9 @@ std::string note(int row);
 /// Starts the process's Java VM once. @return the seconds that it took, now or then.
 double startVm(const Target& target);
 
+/// Before a thread ends that has used Java.
+void detachThread();
+
 /// Runs a statement on a JDBC connection of the harness's own.
 void execute(const Target& target, const std::string& sql);
 

@@ -19,6 +19,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "aims.h"
 #include "bench.h"
 #include "child.h"
 #include "measure.h"
@@ -112,7 +113,7 @@ void measureReadings(const Options& options, const std::string& part, Report& re
   for (const Workload& workload : workloads(part, options.target)) {
     if (options.wants("tables", workload.table)) measureReading(options, workload, report);
   }
-  if (part != "sizes") return;
+  if (part != "sizes" || report.comparisons.size() < 2) return;
   for (const Comparison& comparison : report.comparisons) sizes.push_back(&comparison);
   std::printf("\n");
   for (const Series& series : sizes.front()->series) {
@@ -126,12 +127,15 @@ void measureThreads(const Options& options, const std::string&, Report& report) 
   fill(options.target, workload);
   std::printf("\n");
   for (const ReaderWay& way : readers(options)) {
-    if (way.mostRows != 0) continue;
+    if (way.ownProcess) continue;
     std::vector<double> seconds(3);
     for (const int threads : {1, 2}) {
       std::vector<double> rounds;
       for (int round = 0; round <= options.rounds() / 2 + 1; ++round) {
-        const auto work = [&] { way.connect(options.target)->read(workload.query()); };
+        const auto work = [&] {
+          way.connect(options.target)->read(workload.query());
+          detachThread();
+        };
         const Stopwatch watch;
         std::vector<std::thread> running;
         for (int number = 0; number < threads; ++number) running.emplace_back(work);
@@ -152,9 +156,8 @@ void measureWriting(const Options& options, const std::string&, Report& report) 
       if (!way.onH2 && options.target.name == "h2") continue;
       connected.push_back(way.connect(options.target));
       const std::string table = std::string("written_") + std::to_string(connected.size());
-      const auto run = [&options, table, writer = connected.back().get()] {
-        execute(options.target, "drop table if exists " + table);
-        execute(options.target, "create table " + table + " (id int, note varchar(40), half double precision)");
+      execute(options.target, "create table " + table + " (id int, note varchar(40), half double precision)");
+      const auto run = [table, writer = connected.back().get()] {
         writer->write(table, kWritten);
         return Reading{};
       };
@@ -195,7 +198,7 @@ void measureMemory(const Options& options, const std::string&, Report& report) {
   std::printf("\n");
   for (const ReaderWay& way : readers(options)) {
     for (const Workload& workload : workloads("sizes", options.target)) {
-      if (way.mostRows != 0 || std::string(way.name).find("-auto") != std::string::npos) continue;
+      if (way.ownProcess || std::string(way.name).find("-auto") != std::string::npos) continue;
       fill(options.target, workload);
       const double megabytes =
           inChild(options, {{"parts", "memory-child"}, {"readers", way.name}, {"table", workload.table}});
@@ -271,6 +274,7 @@ void run(const Options& options) {
   for (const Part& part : kAllParts) {
     if (options.wants("parts", part.name, kParts)) part.run(options, part.name, report);
   }
+  if (!isChild) printAims(report);
   save(options.get("json"), json(report));
   for (const Comparison& comparison : report.comparisons) {
     if (comparison.rows == 500000) return save(options.get("svg"), svg(comparison, report.machine));
