@@ -28,7 +28,8 @@ struct RowBlocksOptions {
 ///         for (int column = 1; column <= blocks.columns(); ++column) use(blocks.text(row, column));
 ///     if (blocks.errorState != 0) report(blocks.errorMessage);
 ///
-/// A driver that fetches fewer rows at a time than a block takes is asked to fetch as many, while a megabyte holds them.
+/// A driver that fetches fewer rows at a time than a block takes is asked to fetch as many, while a megabyte holds
+/// them.
 ///
 /// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
 /// closed, or run another query, before this object ends; next() then fails.
