@@ -16,6 +16,7 @@ struct Aim {
 
 constexpr const char* kReading = "500 thousand rows";
 constexpr const char* kWriting = "a batch of inserts";
+constexpr const char* kLoading = "loading a CSV file";
 
 constexpr Aim kAims[] = {
     {"postgresql", kReading, "utils", "jni-same", 1.05},
@@ -36,6 +37,7 @@ constexpr Aim kAims[] = {
     {"postgresql", kWriting, "wrapper", "java", 1.10},
     {"h2", kWriting, "utils", "java", 1.10},
     {"h2", kWriting, "wrapper", "java", 1.10},
+    {"postgresql", kLoading, "kivosql-load", "java-load", 1.00},
 };
 
 const char* verdict(const Spread& ratio, double limit) {

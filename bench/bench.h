@@ -86,6 +86,9 @@ std::vector<ReaderWay> processReaders(const Target& target);
 std::vector<WriterWay> nativeWriters();
 std::vector<WriterWay> javaWriters();
 
+/// Ways to load a CSV file, each a program of its own.
+std::vector<WriterWay> processLoaders(const Target& target, const std::string& csv);
+
 /// The text of the nth written row's note.
 std::string note(int row);
 

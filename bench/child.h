@@ -30,10 +30,18 @@ class Child {
   ~Child() {
     std::fclose(toChild);
     std::fclose(fromChild);
-    waitpid(id_, nullptr, 0);
+    if (id_ > 0) waitpid(id_, nullptr, 0);
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
+
+  /// Waits for its end. @return whether it was a success.
+  bool succeeds() {
+    int status = 0;
+    waitpid(id_, &status, 0);
+    id_ = -1;
+    return status == 0;
+  }
 
   std::FILE* toChild = nullptr;
   std::FILE* fromChild = nullptr;

@@ -4,14 +4,18 @@
 //
 //   jvm= classpath= host= port= database= user=   where; PGPASSWORD is the password
 //   kivosql=    the command-line program, to measure it too
-//   parts=      of: sizes dates wide large threads write start memory; all by default
+//   parts=      of: sizes dates wide large threads write load start memory; all by default
 //   readers= tables=   names to measure; all by default
 //   rounds=     5 by default
 //   json= svg=  files for the result and for a picture of the 500 thousand rows
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -36,8 +40,9 @@ std::string note(int row) { return "note number " + std::to_string(row); }
 
 namespace {
 
-constexpr const char* kParts = "sizes,dates,wide,large,threads,write,start,memory";
+constexpr const char* kParts = "sizes,dates,wide,large,threads,write,load,start,memory";
 constexpr int kWritten = 100000;
+constexpr int kLoaded = 500000;
 constexpr int kStarts = 9;
 constexpr int kMemoryHeapMb = 64;
 
@@ -148,27 +153,50 @@ void measureThreads(const Options& options, const std::string&, Report& report) 
   }
 }
 
-void measureWriting(const Options& options, const std::string&, Report& report) {
+/// Compares ways to store rows, each in a table of its own whose name begins with @p prefix.
+Comparison compareWriters(const Options& options, const std::vector<WriterWay>& ways, const std::string& prefix,
+                          int rows) {
   std::vector<std::unique_ptr<Writer>> connected;
   std::vector<Contestant> contestants;
-  for (const auto& group : {nativeWriters(), javaWriters()}) {
-    for (const WriterWay& way : group) {
-      if (!way.onH2 && options.target.name == "h2") continue;
-      connected.push_back(way.connect(options.target));
-      const std::string table = std::string("written_") + std::to_string(connected.size());
-      execute(options.target, "create table " + table + " (id int, note varchar(40), half double precision)");
-      const auto run = [table, writer = connected.back().get()] {
-        writer->write(table, kWritten);
-        return Reading{};
-      };
-      contestants.push_back({way.name, way.about, false, run});
-    }
+  for (const WriterWay& way : ways) {
+    if (!way.onH2 && options.target.name == "h2") continue;
+    connected.push_back(way.connect(options.target));
+    const std::string table = prefix + std::to_string(connected.size());
+    execute(options.target, "drop table if exists " + table + ";\ncreate table " + table +
+                                " (id int, note varchar(40), half double precision)");
+    const auto run = [table, rows, writer = connected.back().get()] {
+      writer->write(table, rows);
+      return Reading{};
+    };
+    contestants.push_back({way.name, way.about, way.ownProcess, run});
   }
   Comparison comparison = compare(std::move(contestants), options.rounds());
   comparison.database = options.target.name;
+  comparison.rows = rows;
+  return comparison;
+}
+
+void measureWriting(const Options& options, const std::string&, Report& report) {
+  std::vector<WriterWay> ways = nativeWriters();
+  for (const WriterWay& way : javaWriters()) ways.push_back(way);
+  Comparison comparison = compareWriters(options, ways, "written_", kWritten);
   comparison.title = "a batch of inserts";
-  comparison.rows = kWritten;
   print(comparison, {"java", "java-prepared"});
+  report.comparisons.push_back(std::move(comparison));
+}
+
+/// Whole programs, of which kivosql cannot reach a database inside this process.
+void measureLoading(const Options& options, const std::string&, Report& report) {
+  if (options.target.name == "h2" || options.target.kivosql.empty()) return;
+  const std::string csv = std::filesystem::temp_directory_path() / ("kivo_bench_" + std::to_string(getpid()) + ".csv");
+  std::ofstream file(csv);
+  file << "id,note,half\n";
+  for (int row = 0; row < kLoaded; ++row) file << row << ',' << note(row) << ',' << row * 0.5 << '\n';
+  file.close();
+  Comparison comparison = compareWriters(options, processLoaders(options.target, csv), "loaded_", kLoaded);
+  std::remove(csv.c_str());
+  comparison.title = "loading a CSV file";
+  print(comparison, {"java-load"});
   report.comparisons.push_back(std::move(comparison));
 }
 
@@ -228,9 +256,9 @@ struct Part {
   void (*run)(const Options& options, const std::string& part, Report& report);
 };
 constexpr Part kAllParts[] = {
-    {"sizes", measureReadings},  {"dates", measureReadings},    {"wide", measureReadings}, {"large", measureReadings},
-    {"threads", measureThreads}, {"write", measureWriting},     {"start", measureStart},   {"memory", measureMemory},
-    {"start-child", startChild}, {"memory-child", memoryChild},
+    {"sizes", measureReadings},  {"dates", measureReadings},  {"wide", measureReadings},     {"large", measureReadings},
+    {"threads", measureThreads}, {"write", measureWriting},   {"load", measureLoading},      {"start", measureStart},
+    {"memory", measureMemory},   {"start-child", startChild}, {"memory-child", memoryChild},
 };
 
 Options parse(int count, char** arguments) {

@@ -1,6 +1,8 @@
-// Readers that are programs of their own.
+// Readers and loaders that are programs of their own.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include "bench.h"
 #include "child.h"
@@ -57,7 +59,42 @@ class KivosqlReader : public Reader {
   Target target_;
 };
 
+/// Runs a program that loads a CSV file, from its start to its end.
+class ProcessLoader : public Writer {
+ public:
+  /// @param command in which the word TABLE stands for the table.
+  ProcessLoader(const Target& target, std::vector<std::string> command) : command_(std::move(command)) {
+    setenv("KIVO_PASSWORD", target.password.c_str(), 1);
+  }
+
+  void write(const std::string& table, int /*rows*/) override {
+    std::vector<std::string> command = command_;
+    std::replace(command.begin(), command.end(), std::string("TABLE"), table);
+    require(Child(command).succeeds(), command[0] + " failed");
+  }
+
+ private:
+  std::vector<std::string> command_;
+};
+
 }  // namespace
+
+std::vector<WriterWay> processLoaders(const Target& target, const std::string& csv) {
+  const auto home = std::filesystem::path(target.libjvm).parent_path().parent_path().parent_path();
+  const std::string java = home / "bin" / "java";
+  const auto way = [](const char* name, const char* about, std::vector<std::string> command) {
+    const auto connect = [command](const Target& to) { return std::make_unique<ProcessLoader>(to, command); };
+    return WriterWay{name, about, false, 0, connect, true};
+  };
+  return {
+      way("java-load", "a Java program, prepared, the driver's best setting",
+          {java, "-cp", target.classPath, "bench.LoadCsv", target.url + "?reWriteBatchedInserts=true", target.user, csv,
+           "TABLE"}),
+      way("kivosql-load", "kivosql load",
+          {target.kivosql, "--jvm", target.libjvm, "--class-path", target.classPath, "--url", target.url, "--user",
+           target.user, "load", csv, "TABLE"}),
+  };
+}
 
 std::vector<ReaderWay> processReaders(const Target& target) {
   std::vector<ReaderWay> ways = {

@@ -121,7 +121,7 @@ void addCommands(CLI::App& app, Options& options) {
   app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Run the rest after a statement that failed");
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  load->add_option("--batch", options.batchRows, "Rows a transaction")
+  load->add_option("--batch", options.batchRows, "Most rows a transaction")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
   app.require_subcommand(1);

@@ -31,7 +31,7 @@ struct Options {
 
   bool keepGoing = false;
   bool noHeader = false;
-  std::size_t batchRows = 1000;
+  std::size_t batchRows = 10000;
 
   const Command* command = nullptr;
   std::vector<std::string> arguments;  ///< the command's own, as many as it has

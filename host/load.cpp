@@ -1,5 +1,6 @@
 #include <strings.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -17,6 +18,13 @@ namespace kivosql {
 namespace {
 
 using Record = std::vector<CsvField>;
+
+/// A batch lies in the Java heap when it is stored, in some databases' drivers several times over.
+constexpr unsigned long long kMostBatchBytes = 4ULL << 20U;
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
 
 /// Asks the database itself how it reads a backslash in quotes: that may hang on a setting, and a wrong guess would let
 /// a value of the file end its literal. @return false when the answer is neither of the known ones.
@@ -67,7 +75,8 @@ class Loader {
     }
     std::string names;
     for (const Column& column : columns_) names += (names.empty() ? "" : ", ") + quotedName(column.name, literals_);
-    insert_ = "insert into " + table_ + " (" + names + ") values (";
+    insert_ = "insert into " + table_ + " (" + names + ") values ";
+    prepared_ = context_.session.prepareRows(insert_, static_cast<int>(columns_.size()));
     return stopped(loadAll());
   }
 
@@ -90,41 +99,69 @@ class Loader {
     while (reader_.next(record)) {
       // A line with nothing on it is a value only where there is one column.
       if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
-      if (!add(record)) return refused();
-      if (batch_.size() < context_.options.batchRows) continue;
+      if (!accepts(record)) return refused();
+      if (batch_.empty()) firstLine_ = reader_.line();
+      batch_.push_back(std::move(record));
+      if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMostBatchBytes) continue;
       if (const ExitCode code = store(); code != kDone) return code;
     }
     if (!reader_.error().empty()) return fail(reader_.error()), refused();
     return store();
   }
 
-  bool add(const Record& record) {
+  bool accepts(const Record& record) {
     const std::string place = "line " + std::to_string(reader_.line());
     if (record.size() != columns_.size()) {
       return fail(place + " has " + counted(record.size(), "value") + " for " + counted(columns_.size(), "column"));
     }
-    std::string sql = insert_;
-    for (std::size_t column = 0; column < record.size(); ++column) {
-      const CsvField& field = record[column];
-      if (kivo::utf8::toModified(field.text).replacements > 0) return fail(place + " is not UTF-8");
-      const Cell value{field.text, !field.quoted && field.text == null_};
-      sql += (column == 0 ? "" : ", ") + literal(value, columns_[column].type, literals_, dialect_);
+    for (const CsvField& field : record) {
+      if (!isAscii(field.text) && kivo::utf8::toModified(field.text).replacements > 0)
+        return fail(place + " is not UTF-8");
     }
-    if (batch_.empty()) firstLine_ = reader_.line();
-    batch_.push_back(sql + ')');
     return true;
+  }
+
+  Cell valueOf(const CsvField& field) const { return {field.text, !field.quoted && field.text == null_}; }
+
+  /// The fast way, where there is one.
+  bool storeRows() {
+    if (!prepared_) return false;
+    packed_.clear();
+    for (const Record& record : batch_) {
+      for (std::size_t column = 0; column < record.size(); ++column) {
+        const Cell value = valueOf(record[column]);
+        packed_.add({parameter(value, columns_[column].type), value.isNull});
+      }
+    }
+    return context_.session.storeRows(packed_);
+  }
+
+  /// The way that every database knows, and that tells which row failed.
+  bool storeByStatements() {
+    std::vector<std::string> statements;
+    statements.reserve(batch_.size());
+    for (const Record& record : batch_) {
+      std::string sql = insert_;
+      for (std::size_t column = 0; column < record.size(); ++column) {
+        sql += column == 0 ? "(" : ", ";
+        sql += literal(valueOf(record[column]), columns_[column].type, literals_, dialect_);
+      }
+      statements.push_back(sql + ')');
+    }
+    return context_.session.updateAll(statements);
   }
 
   /// Stores the batch, or nothing of it.
   ExitCode store() {
     if (Interrupt::happened()) return failed(context_, "");
-    if (!batch_.empty() && !context_.session.updateAll(batch_)) {
+    if (!batch_.empty() && !storeRows() && (Interrupt::happened() || !storeByStatements())) {
       progress_.stop();
       return failed(context_, path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
                                   std::to_string(firstLine_) + ": ");
     }
     stored_ += batch_.size();
     batch_.clear();
+    storedBytes_ = reader_.bytes();
     progress_.advance(stored_, reader_.bytes());
     return kDone;
   }
@@ -163,9 +200,12 @@ class Loader {
   Dialect dialect_ = Dialect::standard;
   std::vector<Column> columns_;
   std::string insert_;
-  std::vector<std::string> batch_;
+  bool prepared_ = false;  ///< rows can be stored without statements of their own
+  std::vector<Record> batch_;
+  PackedRows packed_;
   std::size_t firstLine_ = 0;
   unsigned long long stored_ = 0;
+  unsigned long long storedBytes_ = 0;  ///< of the file
   std::string fault_;
   Stopwatch watch_;
   Progress progress_;

@@ -24,6 +24,17 @@ Target toJava(const Target& target) {
 
 std::string fromJava(const std::string& text) { return kivo::utf8::toStandard(text).text; }
 
+void PackedRows::add(const Cell& cell) {
+  text += cell.text;
+  const auto end = static_cast<std::int32_t>(text.size());
+  ends.push_back(cell.isNull ? ~end : end);
+}
+
+void PackedRows::clear() {
+  ends.clear();
+  text.clear();
+}
+
 Step BlockRows::next(Row& row) {
   if (!blocks_) return Step::end;
   if (++row_ >= blocks_->rows()) {

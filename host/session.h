@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +69,16 @@ class BlockRows {
   int row_ = 0;
 };
 
+/// Rows of text on their way to a table.
+class PackedRows {
+ public:
+  void add(const Cell& cell);
+  void clear();
+
+  std::vector<std::int32_t> ends;  ///< where each value's text ends; the complement for NULL
+  std::string text;                ///< the values one behind the other
+};
+
 /// What the commands need of a database, whichever of the library's classes carries it. After a failure error() says
 /// why. One thread, save for cancel().
 class Session {
@@ -91,6 +102,14 @@ class Session {
 
   /// Runs the statements as one transaction: all of them, or none.
   virtual bool updateAll(const std::vector<std::string>& statements) = 0;
+
+  /// Gets ready for storeRows(). @param insert the statement up to and with its word "values"
+  /// @return false when rows must be stored by statements that have the values as literals.
+  virtual bool prepareRows(const std::string& /*insert*/, int /*columns*/) { return false; }
+
+  /// Stores rows as one transaction, each value as the database would read it in quotes.
+  /// @return whether all are stored; otherwise none is, and updateAll() will tell why.
+  virtual bool storeRows(PackedRows& /*rows*/) { return false; }
 
   virtual bool tables(std::vector<std::string>& names) = 0;
 

@@ -1,4 +1,5 @@
 #include "java_errors.h"
+#include "java_row_loader.h"
 #include "jdbcWrapper.h"
 #include "session.h"
 
@@ -49,6 +50,12 @@ class WrapperSession : public Session {
     return done(database_.executeBatch(executed));
   }
 
+  bool prepareRows(const std::string& insert, int columns) override {
+    return loader_.open(database_.env, database_.utilitiesObject, toJava(insert), columns);
+  }
+
+  bool storeRows(PackedRows& rows) override { return loader_.store(rows); }
+
   bool tables(std::vector<std::string>& names) override {
     if (!done(database_.getTables(names))) return false;
     for (std::string& name : names) name = fromJava(name);
@@ -72,7 +79,8 @@ class WrapperSession : public Session {
   }
 
   jdbcWrapper database_;
-  BlockRows rows_;  ///< of the last query; goes before the database
+  BlockRows rows_;        ///< of the last query; goes before the database
+  JavaRowLoader loader_;  ///< so does this
 };
 
 }  // namespace

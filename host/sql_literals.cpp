@@ -63,12 +63,17 @@ std::string quotedName(const std::string& name, const Literals& literals) {
   return literals.quote + doubled(name, literals.quote) + literals.quote;
 }
 
+std::string parameter(const Cell& value, int type) {
+  const bool isBytes = kindOf(type) == Kind::binary && isHexadecimal(value.text);
+  return (isBytes ? "\\x" : "") + std::string(value.text);
+}
+
 /// A number goes bare, as some databases take no text for one, but only where it can be stored as it stands; everything
 /// else is quoted, and what the type cannot hold is the database's to refuse.
 std::string literal(const Cell& value, int type, const Literals& literals, Dialect dialect) {
   if (value.isNull) return "null";
   const Kind kind = kindOf(type);
-  const std::string text(value.text);
+  std::string text(value.text);
   const bool isWhole = text.find_first_of(".eE") == std::string::npos;
   if ((kind == Kind::decimal || (kind == Kind::integer && isWhole)) && isNumber(text)) return text;
   if (kind == Kind::truth && literals.truthWords && truthOf(text) >= 0) {

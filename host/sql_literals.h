@@ -25,6 +25,10 @@ const Literals& literalsFor(const std::string& url);
 /// A name exactly as the database has it.
 std::string quotedName(const std::string& name, const Literals& literals);
 
+/// The text that a value's literal has between its quotes, for a database that takes it as a parameter.
+/// @param type a code of java.sql.Types
+std::string parameter(const Cell& value, int type);
+
 /// A value for a column of the given type. Whatever it holds, it is one literal to a database that reads quotes by
 /// @p dialect. @param type a code of java.sql.Types
 std::string literal(const Cell& value, int type, const Literals& literals, Dialect dialect);

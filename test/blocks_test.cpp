@@ -277,7 +277,7 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
        "postgresql",
        "select 1 / (5000 - g), repeat('x', 5000) from generate_series(1, 9000) g",
        {300, false, 9000},
-       {19 * 256 * 2, 1, "division by zero [22012"}},
+       {std::size_t{2} * 19 * 256, 1, "division by zero [22012"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);

@@ -120,12 +120,28 @@ done
 { echo ID && seq 100001 102499 && echo 1 && seq 102500 104000; } >clash.csv
 for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
   code=0
-  "$kivosql" $server load clash.csv big 2>err || code=$?
+  "$kivosql" $server load clash.csv big --batch 1000 2>err || code=$?
   check "a load that fails" "1 1 1" "$code $(grep -c 'clash.csv, rows 2,001 to 3,000, from line 2002: .*1' err) $(
     grep -c 'rows 1 to 2,000 of clash.csv are stored, none behind' err)"
   check "what it stored" 2000 "$(csv $server query 'select count(*) from big where id > 100000')"
   "$kivosql" $server update 'delete from big where id > 100000' >out
 done
+
+# Prepared statements and statements with literals must come to the same.
+"$kivosql" $postgres update 'create table typed (id int, truth boolean, day date, at timestamptz, ratio float8,
+  amount numeric(9,2), list int[], doc jsonb, fixed char(5), raw bytea, span interval, loose text)' >out
+cat >typed.csv <<'END'
+1,t,1999-12-31,2024-02-29 12:00:00+02,1e-300,12345.675,"{1,2}","{""a"": ""ж""}",ab,00ff,1 day,' or 1=1
+2,,,,,,,,,,,
+3,0,infinity,2024-02-29T12:00:00Z,-0.1,-1,{},[],"",,2 mons,""
+4,FALSE,0001-01-01,1970-01-01 00:00,NaN,1E2,"{NULL}",1,long,\x41,P1D,\
+END
+for carrier in wrapper jdbc; do
+  "$kivosql" $postgres --through $carrier update 'delete from typed' >out
+  "$kivosql" $postgres --through $carrier load typed.csv typed --no-header >out
+  csv $postgres query 'select * from typed order by id' >typed.$carrier
+done
+check "values of all kinds" "4 $(md5sum <typed.jdbc)" "$(wc -l <typed.wrapper) $(md5sum <typed.wrapper)"
 
 echo "== values that would like to be SQL"
 cat >evil.csv <<'END'

@@ -29,18 +29,11 @@ final class Batch {
   }
 
   /** Runs what waits, and forgets it whether it worked or not. @return how many statements ran */
-  int run(Connection connection, Transactions transactions) throws SQLException {
+  int run(Transactions transactions) throws SQLException {
     List<String> statements = waiting;
     clear();
     if (statements.isEmpty()) return 0;
-    transactions.beginBatch();
-    try {
-      execute(connection, statements);
-    } catch (Throwable failure) {
-      undo(transactions, failure);
-      throw failure;
-    }
-    transactions.endBatch(true);
+    transactions.runAsOne(connection -> execute(connection, statements));
     return statements.size();
   }
 
@@ -52,14 +45,6 @@ final class Batch {
       String text = "nothing of the batch is kept: statement " + failedStatement(failure, statements.size()) + " of "
           + statements.size() + " failed";
       throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
-    }
-  }
-
-  private static void undo(Transactions transactions, Throwable failure) {
-    try {
-      transactions.endBatch(false);
-    } catch (SQLException | RuntimeException alsoFailed) {
-      failure.addSuppressed(alsoFailed);
     }
   }
 

@@ -17,6 +17,12 @@ enum DriverTraits {
       return true;
     }
 
+    /** What has the type OTHER goes without one, and the server infers it as it does a literal's. */
+    @Override
+    boolean readsParametersAsLiterals() {
+      return true;
+    }
+
     /** The driver knows from the server's last answer. Asking the server would cost each query a round trip. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
@@ -119,6 +125,11 @@ enum DriverTraits {
   }
 
   boolean readsRowsInTransaction() {
+    return false;
+  }
+
+  /** Whether a text parameter of the type OTHER comes to what the text in quotes does, and is worth the trouble. */
+  boolean readsParametersAsLiterals() {
     return false;
   }
 

@@ -1,6 +1,7 @@
 package com.ulvanejdbc;
 
 import com.ulvanejdbc.Transactions.Ending;
+import com.ulvanejdbc.Transactions.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.Statement;
@@ -93,8 +94,23 @@ final class Session {
     statement();
     endRows();
     try (Ending ending = transactions::giveBack) {
-      return batch.run(connection, transactions);
+      return batch.run(transactions);
     }
+  }
+
+  /** Runs statements of the caller's own: all of them or none. */
+  @SuppressWarnings("try") // the ending is there to be closed
+  void runAsOne(Work work) throws SQLException {
+    statement();
+    endRows();
+    try (Ending ending = transactions::giveBack) {
+      transactions.runAsOne(work);
+    }
+  }
+
+  DriverTraits traits() {
+    connection();
+    return traits;
   }
 
   /** What the database holds. Asking leaves the rows being read where they are. */

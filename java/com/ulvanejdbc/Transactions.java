@@ -48,7 +48,23 @@ final class Transactions {
     giveBack();
   }
 
-  void beginBatch() throws SQLException {
+  /** What stands as a whole or not at all. */
+  interface Work {
+    void run(Connection connection) throws SQLException;
+  }
+
+  void runAsOne(Work work) throws SQLException {
+    beginBatch();
+    try {
+      work.run(connection);
+    } catch (Throwable failure) {
+      undoBatch(failure);
+      throw failure;
+    }
+    endBatch(true);
+  }
+
+  private void beginBatch() throws SQLException {
     nested = !connection.getAutoCommit() || traits.hasOpenTransaction(connection);
     if (nested) {
       run("savepoint " + SAVEPOINT);
@@ -58,7 +74,15 @@ final class Transactions {
     }
   }
 
-  void endBatch(boolean keep) throws SQLException {
+  private void undoBatch(Throwable failure) {
+    try {
+      endBatch(false);
+    } catch (SQLException | RuntimeException alsoFailed) {
+      failure.addSuppressed(alsoFailed);
+    }
+  }
+
+  private void endBatch(boolean keep) throws SQLException {
     if (nested) {
       if (!keep) run("rollback to savepoint " + SAVEPOINT);
       run("release savepoint " + SAVEPOINT);

@@ -1,0 +1,60 @@
+#include "java_row_loader.h"
+
+namespace kivosql {
+
+namespace {
+
+/// Local references of a native thread live until they are released; these go with the object. An exception, too.
+class LocalFrame {
+ public:
+  explicit LocalFrame(JNIEnv* env) : env_(env) { env->PushLocalFrame(16); }
+  ~LocalFrame() {
+    env_->ExceptionClear();
+    env_->PopLocalFrame(nullptr);
+  }
+  LocalFrame(const LocalFrame&) = delete;
+  LocalFrame& operator=(const LocalFrame&) = delete;
+
+ private:
+  JNIEnv* env_;
+};
+
+}  // namespace
+
+JavaRowLoader::~JavaRowLoader() {
+  if (loader_ != nullptr) env_->DeleteGlobalRef(loader_);
+}
+
+bool JavaRowLoader::open(JNIEnv* env, jobject utilities, const std::string& insert, int columns) {
+  env_ = env;
+  const LocalFrame frame(env);
+  const jclass type = env->FindClass("com/ulvanejdbc/RowLoader");
+  if (type == nullptr) return false;
+  const jmethodID of = env->GetStaticMethodID(
+      type, "of", "(Lcom/ulvanejdbc/jdbcUtilities;Ljava/lang/String;I)Lcom/ulvanejdbc/RowLoader;");
+  if (of == nullptr) return false;
+  const jstring statement = env->NewStringUTF(insert.c_str());
+  if (statement == nullptr) return false;
+  const jobject made = env->CallStaticObjectMethod(type, of, utilities, statement, static_cast<jint>(columns));
+  if (env->ExceptionCheck() == JNI_TRUE || made == nullptr) return false;
+  loader_ = env->NewGlobalRef(made);
+  return loader_ != nullptr;
+}
+
+bool JavaRowLoader::store(PackedRows& rows) {
+  // Java counts the bytes of a text in an int.
+  if (loader_ == nullptr || rows.text.size() > INT32_MAX) return false;
+  const LocalFrame frame(env_);
+  const jmethodID store =
+      env_->GetMethodID(env_->GetObjectClass(loader_), "store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z");
+  if (store == nullptr) return false;
+  const jobject ends =
+      env_->NewDirectByteBuffer(rows.ends.data(), static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0])));
+  if (ends == nullptr) return false;
+  const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
+  if (text == nullptr) return false;
+  const bool stored = env_->CallBooleanMethod(loader_, store, ends, text) == JNI_TRUE;
+  return env_->ExceptionCheck() == JNI_FALSE && stored;
+}
+
+}  // namespace kivosql
