@@ -137,8 +137,8 @@ class KIVO_EXPORT JdbcUtils {
   /// @param updateCounts the caller's array with room for one entry per added statement; receives JDBC's counts and
   ///                     status codes in order. Null when they are not wanted.
   /// @return the number of counts, -1 when the batch failed. A commit that fails behind a batch that ran shows on
-  /// standard
-  ///         error only: a host that must know calls setAutoCommit(false) and commits by a statement of its own.
+  ///         standard error only: a host that must know calls setAutoCommit(false) and commits by a statement of its
+  ///         own.
   int executeBatch(int* updateCounts);
 
   /// Appends the names of the database's tables to @p tables: Oracle and Teradata through a catalogue query, all others
