@@ -32,7 +32,7 @@ class LocalRef {
   explicit operator bool() const { return reference != nullptr; }
 
  private:
-  JNIEnv* env;
+  JNIEnv* const env;
   jobject reference;
 };
 

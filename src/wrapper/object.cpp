@@ -116,6 +116,7 @@ void jdbcWrapper::checkThreadState() {
   javaInit();
 }
 
+// cppcheck-suppress passedByValue  // as the binary interface has it
 bool jdbcWrapper::checkMethodPointer(std::string name, jmethodID method) {
   if (method != nullptr) return true;
   fail(*this, "method pointer to " + name + " is NULL");
