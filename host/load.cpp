@@ -136,8 +136,10 @@ class Loader {
     return context_.session.storeRows(packed_);
   }
 
-  /// The way that every database knows, and that tells which row failed.
+  /// The way that every database knows, and that tells which row failed. One that works where the fast one did not is
+  /// kept to.
   bool storeByStatements() {
+    prepared_ = false;
     std::vector<std::string> statements;
     statements.reserve(batch_.size());
     for (const Record& record : batch_) {

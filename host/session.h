@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "RowBlocks.h"
+#include "messages.h"
 #include "sql_types.h"
 
 namespace kivosql {
@@ -55,6 +56,8 @@ class BlockRows {
   void open(Source& source) {
     RowBlocksOptions options;
     options.standardUtf8 = true;
+    // A person sees each row as it comes.
+    if (outputOnTerminal()) options.rows = 1;
     blocks_.emplace(source, options);
     row_ = 0;
   }

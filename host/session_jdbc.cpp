@@ -42,6 +42,7 @@ class JdbcSession : public Session {
     if (step == Step::failed) {
       details_ = fromJava(rows_.error());
       error_ = readable(details_, {});
+      keepError([this] { endTransaction(); });
     }
     return step;
   }

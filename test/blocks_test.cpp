@@ -278,6 +278,11 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
        "select 1 / (5000 - g), repeat('x', 5000) from generate_series(1, 9000) g",
        {300, false, 9000},
        {std::size_t{2} * 19 * 256, 1, "division by zero [22012"}},
+      {"a failing fetch of rows that grow wide: three times 1024 rows, then 256 again",
+       "postgresql",
+       "select 1 / (6000 - g), repeat('x', case when g > 2000 then 8000 else 1 end) from generate_series(1, 9000) g",
+       {1024, false, 9000},
+       {std::size_t{2} * (3 * 1024 + 11 * 256), 1, "division by zero [22012"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);

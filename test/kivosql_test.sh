@@ -2,7 +2,7 @@
 # kivosql as its users run it, on H2, PostgreSQL and MariaDB.
 #
 #   kivosql_test.sh KIVOSQL TOOLS      the program, and the folder with the scripts of the throw-away servers
-# shellcheck disable=SC1091,SC2086,SC2317  # connections are lists of words; the rest it cannot see
+# shellcheck disable=SC1091,SC2016,SC2086,SC2317  # connections are lists of words; the rest it cannot see
 set -eu
 kivosql=$1
 tools=$2
@@ -142,6 +142,9 @@ for carrier in wrapper jdbc; do
   csv $postgres query 'select * from typed order by id' >typed.$carrier
 done
 check "values of all kinds" "4 $(md5sum <typed.jdbc)" "$(wc -l <typed.wrapper) $(md5sum <typed.wrapper)"
+"$kivosql" $postgres update 'create table spans (span interval day, price money)' >out
+echo 5,12.5 | "$kivosql" $postgres load - spans --no-header >out
+check "values that parameters would change" '5 days,$12.50' "$(csv $postgres query 'select * from spans')"
 
 echo "== values that would like to be SQL"
 cat >evil.csv <<'END'
@@ -202,11 +205,18 @@ code=0
 check "a full disk" "1 1" "$code $(grep -c 'No space left' err)"
 
 echo "== interrupts"
+"$kivosql" $postgres update 'create table slow (id int)' >out
+"$kivosql" $postgres update 'create function sleeps() returns trigger language plpgsql as
+  $$ begin perform pg_sleep(99); return new; end $$' >out
+"$kivosql" $postgres update 'create trigger sleeps before insert on slow for each row execute function sleeps()' >out
+echo 1 >slow.csv
 for carrier in wrapper jdbc; do
-  on_terminal 'rows/s' '\003' "'$kivosql' $postgres --through $carrier query 'select pg_sleep(99)' >out; echo code=\$?"
-  check "Ctrl-C through $carrier" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'kivosql: interrupted.$' screen)"
-  check "the database knows" 0 "$(csv $postgres query \
-    "select count(*) from pg_stat_activity where state = 'active' and query like '%pg_sleep(99%' and pid <> pg_backend_pid()")"
+  for command in "query 'select pg_sleep(99)'" "load slow.csv slow --no-header"; do
+    on_terminal 'rows/s' '\003' "'$kivosql' $postgres --through $carrier $command >out; echo code=\$?"
+    check "Ctrl-C through $carrier: $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
+    check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
+      where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
+  done
 done
 
 echo "== memory"

@@ -6,6 +6,7 @@ import java.sql.SQLException;
 import java.sql.Statement;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.function.Consumer;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 
@@ -28,23 +29,32 @@ final class Batch {
     waiting = new ArrayList<>();
   }
 
-  /** Runs what waits, and forgets it whether it worked or not. @return how many statements ran */
-  int run(Transactions transactions) throws SQLException {
+  /**
+   * Runs what waits, and forgets it whether it worked or not.
+   *
+   * @param running is told what runs, and null afterwards
+   * @return how many statements ran
+   */
+  int run(Transactions transactions, Consumer<Statement> running) throws SQLException {
     List<String> statements = waiting;
     clear();
     if (statements.isEmpty()) return 0;
-    transactions.runAsOne(connection -> execute(connection, statements));
+    transactions.runAsOne(connection -> execute(connection, statements, running));
     return statements.size();
   }
 
-  private static void execute(Connection connection, List<String> statements) throws SQLException {
+  private static void execute(Connection connection, List<String> statements, Consumer<Statement> running)
+      throws SQLException {
     try (Statement statement = connection.createStatement()) {
+      running.accept(statement);
       for (String sql : statements) statement.addBatch(sql);
       statement.executeBatch();
     } catch (BatchUpdateException failure) {
       String text = "nothing of the batch is kept: statement " + failedStatement(failure, statements.size()) + " of "
           + statements.size() + " failed";
       throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
+    } finally {
+      running.accept(null);
     }
   }
 

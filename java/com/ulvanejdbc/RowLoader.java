@@ -4,9 +4,13 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 import java.sql.Connection;
+import java.sql.ParameterMetaData;
 import java.sql.PreparedStatement;
 import java.sql.SQLException;
+import java.sql.Statement;
 import java.sql.Types;
+import java.util.Arrays;
+import java.util.Collection;
 
 /**
  * Stores rows of text by prepared statements of many rows each, which costs a server far less than a statement for each
@@ -16,8 +20,17 @@ public final class RowLoader {
   /** More bring nothing. */
   private static final int ROWS_A_STATEMENT = 128;
 
+  /**
+   * The driver sends many statements before it looks at what the server has to say. Were that a remark for each row, by a
+   * trigger, both would come to wait for the other to read.
+   */
+  private static final String WITHOUT_REMARKS = "set local client_min_messages = error";
+
   /** PostgreSQL's protocol counts them in 16 bits, and its driver took them for signed. */
   private static final int MOST_PARAMETERS = 32767;
+
+  /** Types of which a parameter is read otherwise than a literal: the fields of the one, the decimal point of the other. */
+  private static final Collection<String> READ_OTHERWISE = Arrays.asList("interval", "money");
 
   private final Session session;
   private final String insert;
@@ -34,11 +47,29 @@ public final class RowLoader {
   /**
    * @param insert the statement up to and with its word "values"
    * @param columns of each row, at least one
-   * @return null where a parameter might be read otherwise than the text in quotes
+   * @return null where a parameter might be read otherwise than the text in quotes, or the statement cannot be prepared
    */
   public static RowLoader of(jdbcUtilities utilities, String insert, int columns) {
-    Session session = utilities.session();
-    return session.traits().readsParametersAsLiterals() ? new RowLoader(session, insert, columns) : null;
+    try {
+      RowLoader loader = new RowLoader(utilities.session(), insert, columns);
+      return loader.readsLiterals() ? loader : null;
+    } catch (SQLException | RuntimeException refused) {
+      return null;
+    }
+  }
+
+  private boolean readsLiterals() throws SQLException {
+    if (!session.traits().readsParametersAsLiterals()) return false;
+    boolean[] reads = {true};
+    session.runAsOne(connection -> {
+      try (PreparedStatement statement = connection.prepareStatement(insert + places(1))) {
+        ParameterMetaData parameters = statement.getParameterMetaData();
+        for (int place = 1; place <= columns; ++place) {
+          reads[0] &= !READ_OTHERWISE.contains(parameters.getParameterTypeName(place));
+        }
+      }
+    });
+    return reads[0];
   }
 
   /**
@@ -47,7 +78,7 @@ public final class RowLoader {
    * @param ends where each value's text ends, row by row, in ints of the machine's byte order; the complement of that
    *     where the value is null
    * @param text the values one behind the other, in standard UTF-8
-   * @return whether they are stored; otherwise none of them is
+   * @return whether they are stored; otherwise none is, unless the connection broke before the answer to the commit came
    */
   public boolean store(ByteBuffer ends, ByteBuffer text) {
     try {
@@ -87,14 +118,17 @@ public final class RowLoader {
   }
 
   private void store(Connection connection, Rows rows) throws SQLException {
+    try (Statement statement = connection.createStatement()) {
+      statement.execute(WITHOUT_REMARKS);
+    }
     int rest = rows.count % mostRows;
     if (rows.count > rest) store(connection, mostRows, rows.count / mostRows, rows);
     if (rest > 0) store(connection, rest, 1, rows);
   }
 
-  /** Runs a number of statements, which go to the server together. */
   private void store(Connection connection, int rowsEach, int statements, Rows rows) throws SQLException {
     try (PreparedStatement statement = connection.prepareStatement(insert + places(rowsEach))) {
+      session.setRunning(statement);
       for (int count = 0; count < statements; ++count) {
         for (int place = 1; place <= rowsEach * columns; ++place) {
           // A null of this type is one, too.
@@ -103,6 +137,8 @@ public final class RowLoader {
         statement.addBatch();
       }
       statement.executeBatch();
+    } finally {
+      session.setRunning(null);
     }
   }
 

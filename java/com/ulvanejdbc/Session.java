@@ -14,6 +14,10 @@ final class Session {
   private DriverTraits traits;
   private Transactions transactions;
   private volatile Statement statement;
+
+  /** What runs instead of the statement, if anything. */
+  private volatile Statement running;
+
   private Rows rows;
 
   /** Connects, unless a live connection is held. */
@@ -28,8 +32,13 @@ final class Session {
   }
 
   void cancel() throws SQLException {
-    Statement running = statement;
-    if (running != null) running.cancel();
+    Statement toCancel = running == null ? statement : running;
+    if (toCancel != null) toCancel.cancel();
+  }
+
+  /** Has {@link #cancel} reach a statement other than this object's own, or that one again after null. */
+  void setRunning(Statement other) {
+    running = other;
   }
 
   /** Makes the statement, unless there is one. */
@@ -94,7 +103,7 @@ final class Session {
     statement();
     endRows();
     try (Ending ending = transactions::giveBack) {
-      return batch.run(transactions);
+      return batch.run(transactions, this::setRunning);
     }
   }
 
