@@ -65,7 +65,8 @@ void startJavaVm(int maxHeapMb) {
   std::string error;
   if (javaInit(jvm, classPath, maxHeapMb, error)) {
     // For the widths of printTable(): this thread's own locale, since the Java VM sets the process's.
-    uselocale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
+    static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    uselocale(utf8);
     return;
   }
   std::cerr << error << std::endl;
