@@ -35,6 +35,15 @@ class PureJava {
     object = env->NewGlobalRef(made);
   }
 
+  ~PureJava() {
+    if (object == nullptr) return;
+    env->CallVoidMethod(object, method("close", "()V"));
+    env->ExceptionClear();
+    env->DeleteGlobalRef(object);
+  }
+  PureJava(const PureJava&) = delete;
+  PureJava& operator=(const PureJava&) = delete;
+
   jmethodID method(const char* name, const char* signature) const { return env->GetMethodID(class_, name, signature); }
   jstring text(const std::string& value) const { return env->NewStringUTF(value.c_str()); }
 

@@ -124,6 +124,11 @@ public final class PureJava {
     seen[1] = bytes;
   }
 
+  public void close() throws SQLException {
+    connection.close();
+    if (utilities != null) utilities.closeConnection();
+  }
+
   /** Runs a statement, or a piece of work that several make, and commits. */
   public void execute(String sql) throws SQLException {
     if (rows != null) rows.close();
