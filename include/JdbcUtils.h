@@ -77,8 +77,8 @@ class KIVO_EXPORT JdbcUtils {
 
   /// Opens the connection through the vendor's DataSource class and switches auto-commit on.
   /// True at once, with nothing called, when a connection is held.
-  /// @param errorText emptied on success; on failure one of the texts of the guide, or unchanged when the driver's
-  ///                  class could not be found or created (standard error then shows why).
+  /// @param errorText emptied on success; on failure it says which step failed, or is unchanged when the driver's class
+  ///                  could not be found or created. Standard error shows what Java threw.
   bool getConnection(std::string& user, std::string& password, std::string& errorText);
 
   /// Makes the statement if none is held, with a fetch size of 128 rows (none for the "velmar" database).
@@ -102,7 +102,9 @@ class KIVO_EXPORT JdbcUtils {
   int getNumColumns();
 
   /// Runs a query, closing the previous result first; makes the statement when none is held.
-  /// @param maxRows the most rows to return; 0 is no limit.
+  /// @param maxRows the most rows to return; 0 is no limit. A statement without "setMaxRows" goes on unlimited.
+  /// @return whether a result is open. False also, though the query has run, without the companion jar on the class
+  ///         path, whose date helper every result needs.
   /// PostgreSQL's driver holds the whole result in the Java heap unless auto-commit is off.
   bool executeQuery(std::string& sql, int maxRows);
 
@@ -116,6 +118,7 @@ class KIVO_EXPORT JdbcUtils {
   /// Describes a column of the open result.
   /// @param columnNumber counted from 0.
   /// @param name receives the column's name, @p type its code of java.sql.Types; untouched on failure.
+  /// @return true also when Java threw on asking for the type (0 then, the exception left pending).
   bool getColumnInfo(int columnNumber, std::string& name, int& type);
 
   /// Switches auto-commit; true when that mode was recorded already or Java was called. The mode is recorded even when
@@ -130,15 +133,16 @@ class KIVO_EXPORT JdbcUtils {
   int executeUpdate(std::string& sql);
 
   /// Adds a statement to the batch; the first one switches auto-commit off. It needs a held statement.
-  /// @return 0, also when Java refused (printed on standard error); -1 without a statement.
+  /// @return 0, also when Java refused either, which only standard error tells: the statement is then missing from the
+  ///         batch. -1 without a held statement.
   int addToBatch(std::string& sql);
 
   /// Executes the batch, commits and switches auto-commit on, also when the batch failed.
   /// @param updateCounts the caller's array with room for one entry per added statement; receives JDBC's counts and
   ///                     status codes in order. Null when they are not wanted.
   /// @return the number of counts, -1 when the batch failed. A commit that fails behind a batch that ran shows on
-  ///         standard error only: a host that must know calls setAutoCommit(false) and commits by a statement of its
-  ///         own.
+  ///         standard error only: a host that must know runs its statements by executeUpdate() with auto-commit off,
+  ///         a "commit" at the end included.
   int executeBatch(int* updateCounts);
 
   /// Appends the names of the database's tables to @p tables: Oracle and Teradata through a catalogue query, all others

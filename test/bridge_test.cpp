@@ -121,6 +121,20 @@ TEST_F(Bridge, AFailureIsPrintedOnceAndLeavesNothingPending) {
   }
 }
 
+TEST_F(Bridge, DiscoveryThatCannotMakeOrReadItsListsFails) {
+  answer("Bridge.discoverTables", "a,b");
+  answer("Bridge.discoverTable", "a,b;x");
+  for (const char* text : {"hide java/util/Vector", "hide size", "hide get", "hide java/lang/String"}) {
+    const Trouble trouble(*this, text);
+    for (const auto& operation : kOperations) {
+      if (operation.method.rfind("discover", 0) != 0) continue;
+      Given given;
+      EXPECT_EQ(printed([&] { EXPECT_FALSE(operation.run(bridge, given)) << operation.method; }), trouble.complaint);
+      EXPECT_TRUE(given.listsUntouched()) << text;
+    }
+  }
+}
+
 TEST_F(Bridge, CallsPassThroughAndAFalseAnswerIsNoComplaint) {
   Names names = {"host", "smile"};
   Names values = {"h\xC3\xA9\xE2\x82\xAC", "\xF0\x9F\x98\x80!", "third"};

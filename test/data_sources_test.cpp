@@ -128,6 +128,14 @@ TEST_F(DataSources, EachMemberCutsItsUrlAndCallsItsSettersInOrder) {
   }
 }
 
+TEST_F(DataSources, NothingIsTouchedBeforeJavaInit) {
+  JdbcUtils unborn;
+  for (const auto& row : kMembers) {
+    std::string url = row.url;
+    EXPECT_FALSE((unborn.*row.member)(nullptr, nullptr, url)) << url;
+  }
+}
+
 TEST_F(DataSources, AFailedLookUpLeavesItsErrorPendingAndNothingCalled) {
   for (const auto& row : kMembers) {
     for (const std::string& name : words(row.lookups)) {

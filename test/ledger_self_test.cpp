@@ -52,6 +52,8 @@ const Planted kPlanted[] = {
     {"1 local references left\n", [](const Site& at) { at.object(); }},
     {"1 global references left\n", [](const Site& at) { at.env->NewGlobalRef(at.text); }},
     {"1 characters left\n", [](const Site& at) { at.env->GetStringUTFChars(at.text, nullptr); }},
+    {"1 frames left\n", [](const Site& at) { at.env->PushLocalFrame(2); }},
+    {"no frame: PopLocalFrame\n", [](const Site& at) { at.env->PopLocalFrame(nullptr); }},
     {"exception pending: FindClass java/lang/Object\n",
      [](const Site& at) {
        at.env->FindClass("no/such/Class");

@@ -6,6 +6,8 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
@@ -49,11 +51,12 @@ bool bring(JdbcUtils& utils, State state, const char* word) {
 }
 
 template <class Object, class Column>
-std::function<void(Object&)> readColumn(Column column) {
+std::function<bool(Object&)> readColumn(Column column) {
   return [column](Object& object) {
     char* value = nullptr;
-    object.getColumn(column, value);
+    const bool isValue = object.getColumn(column, value) && value != nullptr;
     std::free(value);
+    return isValue;
   };
 }
 
@@ -64,30 +67,30 @@ std::vector<std::string> texts = {"one", "two"};
 struct BridgeRow {
   const char* name;
   bool ready;
-  std::function<void(JavaConnectionUtils&)> call;
+  std::function<bool(JavaConnectionUtils&)> call;
 };
 
 const BridgeRow kBridgeRows[] = {
-    {"javaInit", false, [](auto& b) { b.javaInit(); }},
-    {"setParams", true, [](auto& b) { b.setParams(texts, texts); }},
-    {"makeConnection", true, [](auto& b) { b.makeConnection(); }},
-    {"canDiscover", true, [](auto& b) { b.canDiscover(); }},
-    {"query", true, [](auto& b) { b.query(); }},
-    {"next", true, [](auto& b) { b.next(); }},
+    {"javaInit", false, [](auto& b) { return b.javaInit(); }},
+    {"setParams", true, [](auto& b) { return b.setParams(texts, texts); }},
+    {"makeConnection", true, [](auto& b) { return b.makeConnection(); }},
+    {"canDiscover", true, [](auto& b) { return b.canDiscover(); }},
+    {"query", true, [](auto& b) { return b.query(); }},
+    {"next", true, [](auto& b) { return b.next(); }},
     {"getColumn", true, readColumn<JavaConnectionUtils>(1)},
     {"discoverTables", true,
      [](auto& b) {
        std::vector<std::string> tables;
-       b.discoverTables(tables);
+       return b.discoverTables(tables);
      }},
     {"discoverTable", true,
      [](auto& b) {
        std::vector<std::string> lists[2];
-       b.discoverTable(wide, lists[0], lists[1]);
+       return b.discoverTable(wide, lists[0], lists[1]);
      }},
 };
 
-/// A member that fails once must work the next time.
+/// A member says so when any of its calls failed, and works the next time.
 std::vector<Member> bridgeMembers() {
   std::vector<Member> members;
   for (const BridgeRow& row : kBridgeRows) {
@@ -95,7 +98,9 @@ std::vector<Member> bridgeMembers() {
                          std::string className = "doubles/Bridge";
                          JavaConnectionUtils connection(className);
                          EXPECT_TRUE(!row.ready || connection.javaInit());
-                         armed([&] { row.call(connection); });
+                         bool done = false;
+                         armed([&] { done = row.call(connection); });
+                         EXPECT_NE(done, JniLedger::faultFired());
                          EXPECT_FALSE(ledger.exceptionPending());
                          EXPECT_TRUE(connection.javaInit() && connection.makeConnection());
                        }});
@@ -135,11 +140,13 @@ void executeBatch(JdbcUtils& utils) {
 
 void listTables(JdbcUtils& utils) {
   std::vector<std::string> tables;
-  const jobject statement = utils.statement;
-  const jobject resultSet = utils.resultSet;
+  const auto openQuery = [&utils] {
+    return std::tuple(utils.statement, utils.resultSet, utils.nextMethod, utils.getStringMethod, utils.getObjectMethod,
+                      utils.getAsUtcStringMethod, utils.columnTypes);
+  };
+  const auto before = openQuery();
   utils.getTables(tables);
-  EXPECT_EQ(utils.statement, statement);
-  EXPECT_EQ(utils.resultSet, resultSet);
+  EXPECT_TRUE(openQuery() == before);
 }
 
 /// Rows by the block, one at a time: all of them, or an error that says why not.
@@ -290,6 +297,35 @@ class LedgerSweep : public DoublesTest {
 TEST_F(LedgerSweep, BridgeReleasesEverythingWhicheverCallFails) { sweep(bridgeMembers(), "JavaConnectionUtils"); }
 
 TEST_F(LedgerSweep, JdbcReleasesEverythingWhicheverCallFails) { sweep(jdbcMembers(), "JdbcUtils"); }
+
+/// Fails the reading of a value, by the buffer and by the characters, which are the last call that can come to nothing.
+template <class Object>
+void readWithoutMemory(Object& object, int charactersCall) {
+  for (const auto& [fault, nth] : {std::pair(Fault::kAllocation, 1), {Fault::kNull, charactersCall}}) {
+    char mark = 'm';
+    char* value = &mark;
+    bool read = true;
+    JniLedger::plan(fault, nth);
+    Armed{fault}([&object, &read, &value] { read = object.getColumn(2, value); });
+    EXPECT_TRUE(JniLedger::faultFired());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(value, nullptr);
+  }
+}
+
+TEST_F(LedgerSweep, AValueThatMemoryRanOutForIsNoSqlNull) {
+  const JniLedger ledger;
+  std::string className = "doubles/Bridge";
+  JavaConnectionUtils bridge(className);
+  ASSERT_TRUE(bridge.javaInit());
+  readWithoutMemory(bridge, 4);
+  JdbcUtils utils;
+  ASSERT_TRUE(bring(utils, State::row, "postgresql"));
+  readWithoutMemory(utils, 2);
+  utils.closeConnection();
+  utils.destroy();
+  EXPECT_EQ(ledger.violations(), std::vector<std::string>());
+}
 
 TEST_F(LedgerSweep, WrapperReleasesEverythingWhicheverCallFails) {
   std::vector<Member> members = wrapperMembers();

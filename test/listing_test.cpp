@@ -91,6 +91,8 @@ TEST_F(Listing, AFailureIsPrintedAndKeepsTheNamesBeforeItButForARowWithoutNameOr
       {"kx", "throw", "false before T", "java.sql.SQLException: Row refused\n"},
       {"kx", "x,throw,U,TABLE", "false before T", "java.sql.SQLException: Cell refused\n"},
       {"kx", "x,APP,null,TABLE", "false", ""},
+      {"kx", "x,APP,throw,TABLE", "false", "java.sql.SQLException: Cell refused\n"},
+      {"kx", "x,APP,U,throw", "false", "java.sql.SQLException: Cell refused\n"},
       {"kx", "x,APP,U,null", "false", ""},
       {"teradata", "throw", "false before T", "java.sql.SQLException: Row refused\n"},
   };

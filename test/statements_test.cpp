@@ -251,6 +251,13 @@ TEST_F(Statements, ABatchSwitchesAutoCommitOffAndBackOnWhateverBecomesOfIt) {
     EXPECT_TRUE(utils.autoCommit);
     utils.closeST();
   }
+
+  // A statement is not added on top of a refusal.
+  ASSERT_TRUE(utils.getStatement());
+  calls();
+  const Trouble trouble(*this, "throw Connection.setAutoCommit");
+  EXPECT_EQ(printed([&] { EXPECT_EQ(utils.addToBatch(sql), 0); }), trouble.complaint);
+  EXPECT_EQ(calls(), "Connection.setAutoCommit(false)\n");
 }
 
 std::string text = "select 1";
@@ -300,8 +307,10 @@ TEST_F(Statements, EveryMemberFailsBeforeJavaInitAndPrintsAnExceptionThatWasLeft
   utils.closeConnection();
   calls();
   JdbcUtils unborn;
-  unborn.vendor = "oracle";
-  for (const auto& [name, run] : kMembers) EXPECT_FALSE(run(unborn)) << name;
+  for (const char* vendor : {"oracle", "kx"}) {
+    unborn.vendor = vendor;
+    for (const auto& [name, run] : kMembers) EXPECT_FALSE(run(unborn)) << name;
+  }
   EXPECT_EQ(calls(), "");
 
   for (const auto& [name, run] : kMembers) {
@@ -310,6 +319,12 @@ TEST_F(Statements, EveryMemberFailsBeforeJavaInitAndPrintsAnExceptionThatWasLeft
     EXPECT_EQ(printed([&, &called = run] { EXPECT_TRUE(called(utils)); }), kLeftOver) << name;
     EXPECT_FALSE(env->ExceptionCheck()) << name;
   }
+
+  // The listings of other vendors begin with a look of their own.
+  EXPECT_EQ(connect(), "true, ");
+  utils.vendor = "kx";
+  leavePending();
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(utils.getTables(tables)); }), kLeftOver);
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ int JdbcUtils::addToBatch(std::string& sql) {
 
   LocalRef<jclass> statementClass(env);
   PendingCheck check(env);
-  // A driver that refuses to leave auto-commit would run the batch half: nothing is added then.
+  // A driver that refuses to leave auto-commit is no driver to go on with: its exception ends this call.
   if (isPending(env)) return 0;
   const jmethodID addBatch = findOnStatement(*this, statementClass, kAddBatch);
   if (addBatch == nullptr) return 0;

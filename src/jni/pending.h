@@ -9,7 +9,8 @@ namespace kivo {
 /// A look that leaves the exception where it is.
 inline bool isPending(JNIEnv* env) { return env->ExceptionCheck() == JNI_TRUE; }
 
-/// Clears the pending exception, if any, and hands it out. Nobody else asks for it: each asking makes a reference.
+/// Clears the pending exception, if any, and hands it out. Each asking makes a reference, so only this file's functions
+/// ask.
 LocalRef<jthrowable> takePending(JNIEnv* env);
 
 /// If a Java exception is pending, prints it to standard error and clears it. @return whether there was one.

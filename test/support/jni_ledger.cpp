@@ -59,12 +59,20 @@ JniLedger::~JniLedger() {
 std::string JniLedger::complaint() const {
   std::string text;
   for (const std::string& violation : violations_) text += violation + '\n';
-  const std::pair<const char*, int> kinds[] = {
-      {"local references", liveLocals()}, {"global references", liveGlobals()}, {"characters", liveCharacters()}};
+  const std::pair<const char*, int> kinds[] = {{"local references", liveLocals()},
+                                               {"global references", liveGlobals()},
+                                               {"characters", liveCharacters()},
+                                               {"frames", openFrames()}};
   for (const auto& [kind, live] : kinds) {
     if (live != 0) text += std::to_string(live) + ' ' + kind + " left\n";
   }
   return text;
+}
+
+int JniLedger::openFrames() const {
+  std::size_t frames = 0;
+  for (const auto& [number, thread] : threads_) frames += thread.frames.size();
+  return static_cast<int>(frames);
 }
 
 long JniLedger::callCount(std::string_view function) const {
@@ -125,6 +133,7 @@ jint JniLedger::detach() {
       local = local->second == &thread ? locals_.erase(local) : std::next(local);
     }
     thread.locals = 0;
+    thread.frames.clear();
     thread.real = nullptr;
   }
   return real_->DetachCurrentThread();

@@ -35,7 +35,7 @@ enum class Fault : char {
 /// A call that breaks JNI's rules becomes a violation, is not made, and answers null or 0. A violation reads
 /// "<what>: <function> <its text or method>", with <what> one of: exception pending, wrong thread, unused function,
 /// null reference, dead reference, reference of another thread, global reference deleted as local, local reference
-/// deleted as global, null method, unknown method, wrong call, null text, bad text, wrong characters.
+/// deleted as global, null method, unknown method, wrong call, null text, bad text, wrong characters, no frame.
 ///
 /// The VM must exist before; objects of the library live within the ledger's life. References that the real
 /// environment made are unknown here: a test works through env(). Results are read while no other thread is in a call.
@@ -54,6 +54,8 @@ class JniLedger {
   int liveGlobals() const { return static_cast<int>(globals_.size()); }
   /// Texts and arrays' elements that were not given back.
   int liveCharacters() const { return static_cast<int>(characters_.size()); }
+  /// Frames of local references that were not ended.
+  int openFrames() const;
   /// All of the above in one text, empty when there is nothing: an operation's end in one assertion.
   std::string complaint() const;
   /// The most local references that one thread held at a time.
@@ -205,6 +207,7 @@ int sweepFaults(JniLedger& ledger, Fault fault, Operation operation, bool lastin
     EXPECT_EQ(ledger.violations(), std::vector<std::string>());
     EXPECT_EQ(ledger.liveLocals(), localsBefore);
     EXPECT_EQ(ledger.liveCharacters(), 0);
+    EXPECT_EQ(ledger.openFrames(), 0);
     if (!JniLedger::faultFired()) return nth - 1;
     if (testing::Test::HasFailure()) return -1;
   }

@@ -17,7 +17,9 @@ enum TemporalSource {
     String read(ResultSet rows, int jdbcType, int column) throws SQLException {
       String text = rows.getString(column);
       if (text == null) return null;
-      String utc = UtcText.of(text.getBytes(StandardCharsets.ISO_8859_1));
+      byte[] digits = text.getBytes(StandardCharsets.ISO_8859_1);
+      if (UtcText.lengthInForm(digits) == digits.length) return text;
+      String utc = UtcText.of(digits);
       return utc != null ? utc : pointInTime(rows, jdbcType, column, text);
     }
   },
