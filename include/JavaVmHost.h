@@ -27,8 +27,8 @@ KIVO_EXPORT extern std::string _jvmPath;
 /// @param errorOut   replaced by an error text on failure, untouched on success.
 /// @return true when the VM was created. A second call after a success fails and leaves the first VM in place.
 ///
-/// Throws nothing of its own; std::bad_alloc can escape. Prints nothing, though the VM may, for instance about a maximum
-/// heap of 0.
+/// Throws nothing of its own; std::bad_alloc can escape. Prints nothing, though the VM may, for instance about a
+/// maximum heap of 0.
 KIVO_EXPORT bool javaInit(std::string& jvmLibPath, std::string& classPath, int maxHeapMb, std::string& errorOut);
 
 /// The counterpart of javaInit() in the interface. It has no effect: a Java VM cannot be started twice in one process.
