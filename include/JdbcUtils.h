@@ -50,7 +50,7 @@ class KIVO_EXPORT JdbcUtils {
   jobjectArray NewStringArray(char** strings, int count);
 
   /// Takes a ready JDBC URL, or builds the vendor's URL from its parts, and selects the vendor. Calls no Java and works
-  /// before javaInit(). An open connection is not affected.
+  /// before javaInit(). An open connection is not affected. docs/urls.md has the URLs of each word.
   /// @param dbType     "oracle", "mssql", "velmar", "netezza", "teradata", "db2", "kdb" or "postgresql"; read only when
   ///                   @p url is empty, as are the next four.
   /// @param host       server name or address, copied unchanged.
