@@ -80,7 +80,8 @@ double startVm(const Target& target) {
 }
 
 void execute(const Target& target, const std::string& sql) {
-  static const PureJava java(target, kFetchSize, false);
+  // Never destroyed: at an exit by a signal, its destructor would wait for ever for a Java VM that is ending.
+  static const PureJava& java = *new PureJava(target, kFetchSize, false);
   const Frame frame(java.env);
   java.run("execute", "(Ljava/lang/String;)V", java.text(sql));
 }
