@@ -300,10 +300,12 @@ void run(const Options& options) {
     startVm(options.target);
   }
   for (const Part& part : kAllParts) {
-    if (options.wants("parts", part.name, kParts)) part.run(options, part.name, report);
+    if (!options.wants("parts", part.name, kParts)) continue;
+    part.run(options, part.name, report);
+    // At once, since a later part may fail after half an hour.
+    if (!isChild) save(options.get("json"), json(report));
   }
   if (!isChild) printAims(report);
-  save(options.get("json"), json(report));
   for (const Comparison& comparison : report.comparisons) {
     if (comparison.rows == 500000) return save(options.get("svg"), svg(comparison, report.machine));
   }
