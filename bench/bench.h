@@ -66,6 +66,7 @@ struct Way {
   long mostRows;  ///< where it is too slow for more; 0 is no limit
   std::function<std::unique_ptr<Connected>(const Target&)> connect;
   bool ownProcess = false;
+  bool shortValues = false;  ///< it reads no more of a value than the driver tells of the column
 };
 using ReaderWay = Way<Reader>;
 
@@ -89,8 +90,9 @@ std::vector<WriterWay> javaWriters();
 /// Ways to load a CSV file, each a program of its own.
 std::vector<WriterWay> processLoaders(const Target& target, const std::string& csv);
 
-/// The text of the nth written row's note.
+/// The second and the third value of the nth written row, as Java writes them too.
 std::string note(int row);
+std::string half(int row);
 
 /// Starts the process's Java VM once. @return the seconds that it took, now or then.
 double startVm(const Target& target);
@@ -100,6 +102,7 @@ void detachThread();
 
 /// Runs a statement on a JDBC connection of the harness's own.
 void execute(const Target& target, const std::string& sql);
+long countRows(const Target& target, const std::string& table);
 
 /// Throws std::runtime_error with the text unless @p done.
 void require(bool done, const std::string& what);

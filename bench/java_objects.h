@@ -14,7 +14,7 @@ namespace kivo::bench {
 /// Rows of a round trip, as JdbcUtils sets it.
 constexpr int kFetchSize = 128;
 
-inline void requireJava(JNIEnv* env, const std::string& what) {
+inline void requireJava(JNIEnv* env, const char* what) {
   if (env->ExceptionCheck() == JNI_FALSE) return;
   env->ExceptionDescribe();
   env->ExceptionClear();

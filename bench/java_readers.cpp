@@ -1,6 +1,7 @@
 // The readers over JDBC: pure Java, hand-written JNI, and this library's own.
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 #include "RowBlocks.h"
 #include "java_objects.h"
@@ -72,9 +73,6 @@ class HandReader : public Reader {
   HandReader(const Target& target, Looking looking, bool autoCommit)
       : java_(target, kFetchSize, autoCommit), looksBefore_(looking == Looking::beforeAndAfterCalls) {
     JNIEnv* env = java_.env;
-    const jclass rows = env->FindClass("java/sql/ResultSet");
-    next_ = env->GetMethodID(rows, "next", "()Z");
-    getString_ = env->GetMethodID(rows, "getString", "(I)Ljava/lang/String;");
     dates_ = static_cast<jclass>(env->NewGlobalRef(env->FindClass("com/ulvanejdbc/datetime")));
     getUtc_ = env->GetStaticMethodID(dates_, "getAsUtcString", "(Ljava/sql/ResultSet;II)Ljava/lang/String;");
   }
@@ -85,18 +83,21 @@ class HandReader : public Reader {
     const Frame frame(env);
     const jmethodID query = java_.method("query", "(Ljava/lang/String;)Ljava/sql/ResultSet;");
     const jobject rows = env->CallObjectMethod(java_.object, query, java_.text(sql));
-    requireJava(env, sql);
+    requireJava(env, "the query");
     const std::vector<jint> types = columnTypes(rows);
+    const jclass rowsClass = env->GetObjectClass(rows);
+    const jmethodID nextMethod = env->GetMethodID(rowsClass, "next", "()Z");
+    const jmethodID getString = env->GetMethodID(rowsClass, "getString", "(I)Ljava/lang/String;");
     const auto next = [&] {
       lookBefore();
-      const bool isRow = env->CallBooleanMethod(rows, next_) == JNI_TRUE;
-      return env->ExceptionCheck() == JNI_FALSE && isRow;
+      const bool isRow = env->CallBooleanMethod(rows, nextMethod) == JNI_TRUE;
+      return (looksBefore_ || env->ExceptionCheck() == JNI_FALSE) && isRow;
     };
     const auto get = [&](jint column) {
       lookBefore();
       const jint type = types[static_cast<std::size_t>(column) - 1];
       const jobject text = type >= 91 && type <= 93 ? env->CallStaticObjectMethod(dates_, getUtc_, rows, type, column)
-                                                    : env->CallObjectMethod(rows, getString_, column);
+                                                    : env->CallObjectMethod(rows, getString, column);
       return env->ExceptionCheck() == JNI_FALSE ? copyOut(env, static_cast<jstring>(text)) : nullptr;
     };
     return readCells(static_cast<int>(types.size()), watch, next, get);
@@ -124,8 +125,6 @@ class HandReader : public Reader {
 
   PureJava java_;
   bool looksBefore_;
-  jmethodID next_;
-  jmethodID getString_;
   jclass dates_;
   jmethodID getUtc_;
 };
@@ -142,7 +141,7 @@ class UtilsReader : public Reader {
         utils.getNumColumns(), watch, [&] { return utils.next(); },
         [&](int column) {
           char* value = nullptr;
-          require(utils.getColumn(static_cast<unsigned long>(column), value), "getColumn");
+          if (!utils.getColumn(static_cast<unsigned long>(column), value)) throw std::runtime_error("getColumn");
           return value;
         });
   }
@@ -163,7 +162,7 @@ class WrapperReader : public Reader {
         wrapper.getNumColumns(), watch, [&] { return wrapper.next(); },
         [&](int column) {
           char* value = nullptr;
-          open_.check(wrapper.getColumn(column, value));
+          if (!wrapper.getColumn(column, value)) throw std::runtime_error(wrapper.errorMessage);
           return value;
         });
   }
@@ -195,12 +194,13 @@ template <class Open>
 class BlockReader : public Reader {
  public:
   template <class... Arguments>
-  explicit BlockReader(Arguments... arguments) : open_(arguments...) {}
+  explicit BlockReader(const Target& target, RowBlocksOptions options, Arguments... arguments)
+      : open_(target, arguments...), options_(options) {}
 
   Reading read(const std::string& sql) override {
     const Stopwatch watch;
     open_.query(sql);
-    RowBlocks blocks(source(open_));
+    RowBlocks blocks(source(open_), options_);
     return readBlocks(blocks, watch);
   }
 
@@ -209,6 +209,7 @@ class BlockReader : public Reader {
   static jdbcWrapper& source(OpenWrapper& open) { return open.wrapper; }
 
   Open open_;
+  RowBlocksOptions options_;
 };
 
 /// The same calls on the wrapper's Java object as the wrapper makes, written by hand.
@@ -251,6 +252,7 @@ std::vector<ReaderWay> javaReaders() {
   return {
       way<PureReader>("java", "pure Java, getString", "read", kFetchSize, false),
       way<PureReader>("java-auto", "pure Java, getString, auto-commit", "read", kFetchSize, true),
+      way<PureReader>("java-512", "pure Java, getString, fetch size 512", "read", 512, false),
       way<PureReader>("java-256", "pure Java, getString, fetch size 256", "read", 256, false),
       way<PureReader>("java-bytes", "pure Java, getString and its UTF-8 bytes", "readBytes", kFetchSize, false),
       way<PureReader>("java-utc", "pure Java, dates by datetime", "readUtc", kFetchSize, false),
@@ -263,8 +265,9 @@ std::vector<ReaderWay> javaReaders() {
       way<UtilsReader>("utils", "JdbcUtils", false),
       way<UtilsReader>("utils-auto", "JdbcUtils, auto-commit", true),
       way<WrapperReader>("wrapper", "jdbcWrapper"),
-      way<BlockReader<OpenUtils>>("blocks", "rows by the block, JdbcUtils", false),
-      way<BlockReader<OpenWrapper>>("blocks-wrapper", "rows by the block, jdbcWrapper"),
+      way<BlockReader<OpenUtils>>("blocks-128", "rows by the block of 128, JdbcUtils", RowBlocksOptions{128}, false),
+      way<BlockReader<OpenUtils>>("blocks", "rows by the block, JdbcUtils", RowBlocksOptions{}, false),
+      way<BlockReader<OpenWrapper>>("blocks-wrapper", "rows by the block, jdbcWrapper", RowBlocksOptions{}),
   };
 }
 

@@ -26,8 +26,7 @@ class PureWriter : public Writer {
 };
 
 std::string insertion(const std::string& table, int row) {
-  return "insert into " + table + " values (" + std::to_string(row) + ", '" + note(row) + "', " +
-         std::to_string(row * 0.5) + ")";
+  return "insert into " + table + " values (" + std::to_string(row) + ", '" + note(row) + "', " + half(row) + ")";
 }
 
 class UtilsWriter : public Writer {
@@ -63,6 +62,12 @@ class WrapperWriter : public Writer {
   OpenWrapper open_;
 };
 
+const PureJava& ownConnection(const Target& target) {
+  // Never destroyed: at an exit by a signal, its destructor would wait for ever for a Java VM that is ending.
+  static const PureJava& java = *new PureJava(target, kFetchSize, false);
+  return java;
+}
+
 }  // namespace
 
 void detachThread() { _globaljvm->DetachCurrentThread(); }
@@ -80,10 +85,18 @@ double startVm(const Target& target) {
 }
 
 void execute(const Target& target, const std::string& sql) {
-  // Never destroyed: at an exit by a signal, its destructor would wait for ever for a Java VM that is ending.
-  static const PureJava& java = *new PureJava(target, kFetchSize, false);
+  const PureJava& java = ownConnection(target);
   const Frame frame(java.env);
   java.run("execute", "(Ljava/lang/String;)V", java.text(sql));
+}
+
+long countRows(const Target& target, const std::string& table) {
+  const PureJava& java = ownConnection(target);
+  const Frame frame(java.env);
+  const jmethodID count = java.method("count", "(Ljava/lang/String;)J");
+  const jlong rows = java.env->CallLongMethod(java.object, count, java.text(table));
+  requireJava(java.env, "counting rows");
+  return rows;
 }
 
 std::vector<WriterWay> javaWriters() {

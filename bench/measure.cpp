@@ -8,9 +8,6 @@
 namespace kivo::bench {
 namespace {
 
-/// A Java VM compiles what it has run often.
-constexpr int kWarmUps = 3;
-
 double processorSeconds() {
   timespec time{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);

@@ -49,6 +49,9 @@ struct Contestant {
   std::function<Reading()> run;
 };
 
+/// A Java VM compiles what it has run often.
+constexpr int kWarmUps = 3;
+
 /// Runs each a few times unmeasured, then rounds of all of them in turn, so that what the machine does meanwhile hits
 /// all.
 Comparison compare(std::vector<Contestant> contestants, int rounds);

@@ -180,7 +180,10 @@ class OdbcRowset : public OdbcReader {
     while (SQL_SUCCEEDED(SQLFetch(odbc_.statement))) {
       if (reading.firstRow == 0) reading.firstRow = watch.seconds();
       for (SQLULEN row = 0; row < fetched_; ++row) {
-        for (const Bound& bound : bound_) take(&bound.texts[row * bound.width], bound.lengths[row], reading);
+        for (const Bound& bound : bound_) {
+          if (bound.lengths[row] >= static_cast<SQLLEN>(bound.width)) throw std::runtime_error("a value was cut off");
+          take(&bound.texts[row * bound.width], bound.lengths[row], reading);
+        }
       }
     }
   }
@@ -259,8 +262,8 @@ class LibpqWriter : public Writer {
     for (int row = 0; row < rows;) {
       std::string sql = kInsert + table + " values ";
       for (const int end = row + kPerStatement; row < end && row < rows; ++row) {
-        sql += (row % kPerStatement == 0 ? "(" : ", (") + std::to_string(row) + ", '" + note(row) + "', " +
-               std::to_string(row * 0.5) + ")";
+        sql += (row % kPerStatement == 0 ? "(" : ", (") + std::to_string(row) + ", '" + note(row) + "', " + half(row) +
+               ")";
       }
       run(sql);
     }
@@ -333,7 +336,7 @@ std::vector<ReaderWay> nativeReaders() {
       {"odbc-getdata", "psqlODBC, SQLGetData", false, 0,
        [](const Target& target) { return std::make_unique<OdbcGetData>(target); }},
       {"odbc-rowset", "psqlODBC, bound rowset of 128", false, 0,
-       [](const Target& target) { return std::make_unique<OdbcRowset>(target); }},
+       [](const Target& target) { return std::make_unique<OdbcRowset>(target); }, false, true},
       {"soci", "SOCI, vectors of 128", false, 0,
        [](const Target& target) { return std::make_unique<SociReader>(target); }},
   };

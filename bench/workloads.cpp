@@ -41,7 +41,7 @@ std::vector<Workload> workloads(const std::string& part, const Target& target) {
   if (part == "large") {
     const std::string large =
         target.name == "h2" ? "cast(repeat('0123456789', 100000) as varchar(1000000))" : "repeat('0123456789', 100000)";
-    return {{"values of 1 MB", "large", "cast(n as int) as id, " + large + " as txt", 50}};
+    return {{"values of 1 MB", "large", "cast(n as int) as id, " + large + " as txt", 50, true}};
   }
   return {};
 }

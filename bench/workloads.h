@@ -13,6 +13,7 @@ struct Workload {
   std::string table;
   std::string columns;  ///< an expression each, over the row's number n
   long rows;
+  bool longValues = false;  ///< longer than drivers tell of such columns
 
   std::string query() const { return "select * from " + table; }
 };

@@ -136,6 +136,13 @@ public final class PureJava {
     if (!connection.getAutoCommit()) connection.commit();
   }
 
+  public long count(String table) throws SQLException {
+    try (ResultSet counted = statement.executeQuery("select count(*) from " + table)) {
+      counted.next();
+      return counted.getLong(1);
+    }
+  }
+
   /** A batch of statements as text, which is what the library takes. */
   public void writeText(String table, int count) throws SQLException {
     for (int row = 0; row < count; ++row) {
