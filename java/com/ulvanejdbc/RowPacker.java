@@ -189,7 +189,8 @@ public final class RowPacker {
     try {
       step.run();
     } catch (Throwable thrown) {
-      state = thrown instanceof SQLException ? DATABASE_FAILED : OTHER_FAILED;
+      boolean isOfDatabase = thrown instanceof SQLException && !ErrorText.isOutOfMemory(thrown);
+      state = isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
       failure = ErrorText.of(thrown);
     }
   }

@@ -5,6 +5,8 @@ import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Types;
+import java.time.LocalDate;
+import java.time.LocalDateTime;
 
 /**
  * How a column's values get into a block: without a string in between where the driver has something cheaper. The text is
@@ -17,12 +19,13 @@ final class RowPackerCell {
     WHOLE_NUMBER,
     HEX,
     TEMPORAL_STRING,
-    TEMPORAL_STRING_IN_FORM,
+    LOCAL_DATE,
+    LOCAL_DATE_TIME,
     TEMPORAL_SERVER_TEXT,
     AS_ITS_KIND
   }
 
-  private static final int YEAR_DIGITS = 4;
+  private static final int MOST_USUAL_YEAR = 9999;
 
   private final ResultSet rows;
   private final int column;
@@ -52,8 +55,10 @@ final class RowPackerCell {
         return hex(text);
       case TEMPORAL_STRING:
         return temporalString(text);
-      case TEMPORAL_STRING_IN_FORM:
-        return temporalStringInForm(text);
+      case LOCAL_DATE:
+        return localDate(text);
+      case LOCAL_DATE_TIME:
+        return localDateTime(text);
       case TEMPORAL_SERVER_TEXT:
         return temporal(rows.getBytes(column), text);
       default:
@@ -66,7 +71,8 @@ final class RowPackerCell {
     boolean isServerText = driver == Driver.POSTGRESQL && isTextOnTheWire(rows.getMetaData());
     if (kind == CellKind.BINARY) return Way.HEX;
     if (kind == CellKind.TEMPORAL) {
-      if (driver == Driver.H2 && (type == Types.DATE || type == Types.TIMESTAMP)) return Way.TEMPORAL_STRING_IN_FORM;
+      if (driver == Driver.H2 && type == Types.DATE) return Way.LOCAL_DATE;
+      if (driver == Driver.H2 && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
       if (isServerText) return Way.TEMPORAL_SERVER_TEXT;
       return TemporalSource.of(rows) == TemporalSource.TEXT ? Way.TEMPORAL_STRING : Way.AS_ITS_KIND;
     }
@@ -147,13 +153,25 @@ final class RowPackerCell {
     return value != null && temporal(value.getBytes(StandardCharsets.ISO_8859_1), text);
   }
 
-  /** H2's text is the library's wherever its year has four digits. */
-  private boolean temporalStringInForm(RowPackerText text) throws SQLException {
-    String value = rows.getString(column);
+  /** H2 makes these objects faster than texts, but clamps years that they do not know. */
+  private boolean localDate(RowPackerText text) throws SQLException {
+    LocalDate value = rows.getObject(column, LocalDate.class);
     if (value == null) return false;
-    if (value.charAt(YEAR_DIGITS) != '-') return put(datetime.getAsUtcString(rows, type, column), text);
-    text.putPlain(value, value.length());
+    if (!isUsual(value)) return put(datetime.getAsUtcString(rows, type, column), text);
+    text.putDate(value);
     return true;
+  }
+
+  private boolean localDateTime(RowPackerText text) throws SQLException {
+    LocalDateTime value = rows.getObject(column, LocalDateTime.class);
+    if (value == null) return false;
+    if (!isUsual(value.toLocalDate())) return put(datetime.getAsUtcString(rows, type, column), text);
+    text.putTimestamp(value);
+    return true;
+  }
+
+  private static boolean isUsual(LocalDate date) {
+    return date.getYear() >= 0 && date.getYear() <= MOST_USUAL_YEAR;
   }
 
   /** Most values are in the library's form as they come. */

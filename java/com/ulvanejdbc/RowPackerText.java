@@ -1,5 +1,7 @@
 package com.ulvanejdbc;
 
+import java.time.LocalDate;
+import java.time.LocalDateTime;
 import java.util.Arrays;
 
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
@@ -8,6 +10,8 @@ final class RowPackerText {
     '0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'
   };
   private static final int MOST_DIGITS = 20;
+  private static final int DATE_LENGTH = 10;
+  private static final int LONGEST_TIME = 19;
   private static final char REPLACEMENT = '\uFFFD';
 
   /** Near the longest array that a Java VM makes. */
@@ -90,6 +94,43 @@ final class RowPackerText {
     } while (small != 0);
     if (value < 0) digits[--at] = '-';
     put(digits, at, digits.length - at);
+  }
+
+  /** Puts a date whose year has at most four digits. */
+  void putDate(LocalDate date) {
+    reserve(DATE_LENGTH);
+    putTwoDigits(date.getYear() / 100);
+    putTwoDigits(date.getYear() % 100);
+    bytes[length++] = '-';
+    putTwoDigits(date.getMonthValue());
+    bytes[length++] = '-';
+    putTwoDigits(date.getDayOfMonth());
+  }
+
+  void putTimestamp(LocalDateTime timestamp) {
+    putDate(timestamp.toLocalDate());
+    reserve(LONGEST_TIME);
+    bytes[length++] = ' ';
+    putTwoDigits(timestamp.getHour());
+    bytes[length++] = ':';
+    putTwoDigits(timestamp.getMinute());
+    bytes[length++] = ':';
+    putTwoDigits(timestamp.getSecond());
+    if (timestamp.getNano() != 0) putFraction(timestamp.getNano());
+  }
+
+  private void putFraction(int nanos) {
+    bytes[length++] = '.';
+    int rest = nanos;
+    for (int unit = 100_000_000; rest != 0; unit /= 10) {
+      bytes[length++] = (byte) ('0' + rest / unit);
+      rest %= unit;
+    }
+  }
+
+  private void putTwoDigits(int number) {
+    bytes[length++] = (byte) ('0' + number / 10);
+    bytes[length++] = (byte) ('0' + number % 10);
   }
 
   void putHex(byte[] value) {
