@@ -269,6 +269,27 @@ TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
   }
 }
 
+TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
+  Database database = databases()[3];
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
+              wrapper.getStatement());
+  for (const char* first : {"'text'", "7", "1.5", "null", "x'0a'"}) {
+    SCOPED_TRACE(first);
+    EXPECT_TRUE(wrapper.executeQuery(
+        std::string("select ") + first + " union all select x'00ff41' union all select 'n' union all select 1e-9", 0));
+    std::string cells;
+    for (wrapper.next(); wrapper.next();) {
+      char* value = nullptr;
+      wrapper.getColumn(1, value);
+      cells += std::string(value) + ' ';
+      std::free(value);
+    }
+    EXPECT_EQ(cells, "00ff41 n 1.0e-09 ");
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
+}
+
 TEST(Drivers, AMissingOneIsNamedWithItsCure) {
   jdbcWrapper wrapper;
   std::string url = "jdbc:nosuch://somewhere/x?password=secret";
