@@ -1,0 +1,121 @@
+// The companion's own classes over a driver that answers as no packaged one does, found behind two that are unusable.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "JavaConnectionUtils.h"
+#include "doubles.h"
+#include "jdbcWrapper.h"
+
+namespace {
+
+class Drivers : public kivo::test::DoublesTest {
+ protected:
+  Drivers() { connect("jdbc:any:thing"); }
+
+  void connect(std::string url) {
+    wrapper.closeConnection();
+    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection("", "") && wrapper.getStatement())
+        << wrapper.errorMessage;
+    calls();
+  }
+
+  int batch(int statements) {
+    for (int count = 0; count < statements; ++count) EXPECT_TRUE(wrapper.addToBatch("insert"));
+    int executed = 0;
+    wrapper.executeBatch(executed);
+    return executed;
+  }
+
+  void query() {
+    EXPECT_TRUE(wrapper.executeQuery("select 1", 0)) << wrapper.errorMessage;
+    while (wrapper.next()) continue;
+  }
+
+  /// The calls since the last time that open or end a transaction.
+  std::string transactionCalls() {
+    std::istringstream lines(calls());
+    std::string kept;
+    for (std::string line; std::getline(lines, line);) {
+      const bool isOne = line.find("Connection.setAutoCommit") == 0 || line.find("Connection.commit") == 0 ||
+                         line.find("Connection.rollback") == 0 || line.find("Statement.execute(") == 0;
+      if (isOne) kept += line.substr(line.find('.') + 1) + ' ';
+    }
+    return kept;
+  }
+
+  jdbcWrapper wrapper;
+};
+
+TEST_F(Drivers, AUrlIsBuiltByTheWordOfItsDatabaseOrRefused) {
+  const struct {
+    const char* word;
+    const char* host;
+    const char* port;
+    const char* instance;
+    const char* database;
+    std::string url;
+    std::string vendor;
+    std::string complaint;
+  } rows[] = {
+      {"oracle", "h", "1", "i", "d", "jdbc:oracle:thin:@h:1:i", "oracle", ""},
+      {"oracle", "h", "1", "", "d", "", "", "for Oracle the instance name must not be empty"},
+      {"mssql", "h", "1", "i", "", "jdbc:microsoft:sqlserver://h\\i:1;responseBuffering=adaptive", "microsoft", ""},
+      {"velmar", "h", "1", "", "d", "jdbc:velmar:Tds:h:1", "velmar", ""},
+      {"netezza", "h", "1", "i", "", "jdbc:netezza://h:1/i", "netezza", ""},
+      {"teradata", "h", "1", "", "d", "jdbc:teradata://h/DBS_PORT=1,DATABASE=d", "teradata", ""},
+      {"teradata", "h", "1", "i", "", "jdbc:teradata://h/DBS_PORT=1", "teradata",
+       "teradata jdbc does not support a specified instance."},
+      {"db2", "h", "0", "i", "", "jdbc:db2://h:0/i", "db2", ""},
+      {"kdb", "h", "1", "", "", "jdbc:q:h:1", "kx", ""},
+      {"postgresql", "h", "1", "i", "d", "jdbc:postgresql://h:1/i", "postgresql", ""},
+      {"sqlserver", "h", "", "i", "d", "jdbc:sqlserver://h\\i;databaseName=d", "sqlserver", ""},
+      {"mariadb", "h", "0", "", "{host}[x]", "jdbc:mariadb://h/{host}[x]", "mariadb", ""},
+      {"h2", "h", "1", "", "d", "jdbc:h2:tcp://h:1/d", "h2", ""},
+      {"h2", "", "1", "", "mem:d", "jdbc:h2:mem:d", "h2", ""},
+      {"derby", "", "", "", "memory:d;create=true", "jdbc:derby:memory:d;create=true", "derby", ""},
+      {"hsqldb", "h", "", "", "d", "jdbc:hsqldb:hsql://h/d", "hsqldb", ""},
+      {"sqlite", "h", "", "", ":memory:", "jdbc:sqlite::memory:", "sqlite", ""},
+      {"Oracle", "h", "1", "i", "d", "", "", "unsupported database type"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.word) + ' ' + row.url);
+    jdbcWrapper fresh;
+    std::string url;
+    EXPECT_EQ(fresh.setUrl(row.word, row.host, row.port, row.instance, row.database, url), row.complaint.empty());
+    EXPECT_EQ(fresh.errorMessage, row.complaint);
+    std::string vendor;
+    EXPECT_EQ(fresh.getUrl(url), !row.url.empty());
+    fresh.getVendor(vendor);
+    EXPECT_EQ(url, row.url);
+    EXPECT_EQ(vendor, row.vendor);
+  }
+  for (std::string url : {"nonsense", "jdbc:word", "jdbc::x"}) {
+    EXPECT_FALSE(wrapper.setUrl("", "", "", "", "", url));
+    EXPECT_EQ(wrapper.errorMessage, "could not parse the url");
+  }
+}
+
+TEST_F(Drivers, TheBridgesClassSaysWhichParameterIsWrong) {
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge(className);
+  EXPECT_TRUE(bridge.javaInit());
+  const auto set = [&](std::vector<std::string> names, std::vector<std::string> values) {
+    return bridge.setParams(names, values);
+  };
+  const std::string misuse = "com.ulvanejdbc.MisuseException: ";
+  EXPECT_EQ(printed([&] {
+              set({"url", "usr"}, {"jdbc:any:x", "me"});
+            }),
+            misuse + "unknown parameter \"usr\": there are [url, user, password, query]\n");
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(bridge.makeConnection()); }), misuse + "missing parameter \"url\"\n");
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"url"}, {"jdbc:any:x"}) && bridge.makeConnection()); }), "");
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(bridge.query()); }), misuse + "missing parameter \"query\"\n");
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"query"}, {"select 1"}) && bridge.query() && bridge.next()); }), "");
+}
+
+}  // namespace
