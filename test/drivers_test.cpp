@@ -118,4 +118,33 @@ TEST_F(Drivers, TheBridgesClassSaysWhichParameterIsWrong) {
   EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"query"}, {"select 1"}) && bridge.query() && bridge.next()); }), "");
 }
 
+TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
+  const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
+  const struct {
+    const char* what;
+    const char* url;
+    const char* state;
+    std::string query;
+    std::string batch;
+    std::string afterTheCallers;
+  } rows[] = {
+      {"not told", "jdbc:postgresql:silent", "", "", own, ""},
+      {"none", "jdbc:postgresql:telling", "0", own, own, ""},
+      {"the caller's", "jdbc:postgresql:telling", "1", "setAutoCommit(false) ",
+       "execute(savepoint kivo_batch) execute(release savepoint kivo_batch) ", "setAutoCommit(true) "},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    connect(row.url);
+    answer("Connection.getTransactionState", row.state);
+    query();
+    EXPECT_EQ(transactionCalls(), row.query);
+    EXPECT_EQ(batch(2), 2);
+    EXPECT_EQ(transactionCalls(), row.batch);
+    answer("Connection.getTransactionState", "0");
+    wrapper.executeUpdate("commit");
+    EXPECT_EQ(transactionCalls(), row.afterTheCallers);
+  }
+}
+
 }  // namespace

@@ -6,15 +6,15 @@ import java.sql.SQLException;
 import java.sql.Statement;
 
 /**
- * What a driver needs so that a query's rows are not gathered in memory before the first is read and come in UTC, and how
- * it tells that a transaction was opened in SQL, which its auto-commit flag does not show.
+ * What a driver needs so that a query's rows are not gathered in memory before the first is read, and come in UTC, and
+ * how it tells that a transaction was opened in SQL, which its auto-commit flag does not show.
  */
 enum DriverTraits {
   POSTGRESQL("postgresql") {
-    /** It reads by cursor only with auto-commit off. */
+    /** It reads by cursor only with auto-commit off, which must not be touched in a transaction that cannot be seen. */
     @Override
-    boolean readsRowsInTransaction() {
-      return true;
+    boolean readsRowsInTransaction(Connection connection) {
+      return state(connection) != null;
     }
 
     /** What has the type OTHER goes without one, and the server infers it as it does a literal's. */
@@ -23,14 +23,18 @@ enum DriverTraits {
       return true;
     }
 
-    /** The driver knows from the server's last answer. Asking the server would cost each query a round trip. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
+      String state = state(connection);
+      return state != null && !state.equals("IDLE") && !state.equals(IDLE_IN_OLD_DRIVERS);
+    }
+
+    /** Known to the driver from the server's last answer: asking would cost each query a round trip. Null when not told. */
+    private String state(Connection connection) {
       try {
-        return !"IDLE".equals(connection.getClass().getMethod("getTransactionState").invoke(connection).toString());
+        return String.valueOf(connection.getClass().getMethod("getTransactionState").invoke(connection));
       } catch (ReflectiveOperationException unknown) {
-        // Then no transaction gets ended here that might be the caller's.
-        return true;
+        return null;
       }
     }
   },
@@ -85,6 +89,8 @@ enum DriverTraits {
 
   OTHER("");
 
+  private static final String IDLE_IN_OLD_DRIVERS = "0";
+
   /** A TIMESTAMP comes in the session's zone, with nothing to tell which that is. */
   private static final String IN_UTC = "set time_zone = '+00:00'";
 
@@ -127,7 +133,7 @@ enum DriverTraits {
     statement.setFetchSize(FETCH_SIZE);
   }
 
-  boolean readsRowsInTransaction() {
+  boolean readsRowsInTransaction(Connection connection) {
     return false;
   }
 

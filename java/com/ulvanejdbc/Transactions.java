@@ -35,7 +35,7 @@ final class Transactions {
   }
 
   void beginRows() throws SQLException {
-    if (!traits.readsRowsInTransaction() || !connection.getAutoCommit()) return;
+    if (!traits.readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
     boolean callers = traits.hasOpenTransaction(connection);
     connection.setAutoCommit(false);
     borrowed = callers;
