@@ -1,12 +1,8 @@
-#include "databases.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -14,67 +10,10 @@
 
 #include "KivoUtf8.h"
 #include "jdbcWrapper.h"
-#include "vm_fixture.h"
+#include "wrapper_on_databases.h"
 
 namespace kivo::test {
 namespace {
-
-[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
-
-using Text = std::optional<std::string>;
-
-class Databases : public testing::TestWithParam<int> {
- protected:
-  void SetUp() override {
-    database = databases()[static_cast<std::size_t>(GetParam())];
-    connect(wrapper);
-  }
-  void TearDown() override { EXPECT_TRUE(wrapper.closeConnection()) << wrapper.errorMessage; }
-
-  void connect(jdbcWrapper& object) const {
-    std::string url = database.url;
-    ASSERT_EQ(object.errorState, 0) << object.errorMessage;
-    ASSERT_TRUE(object.setUrl("", "", "", "", "", url) && object.getConnection(database.user, database.password) &&
-                object.getStatement())
-        << object.errorMessage;
-  }
-
-  int update(const std::string& sql) {
-    const int count = wrapper.executeUpdate(sql);
-    EXPECT_GE(count, 0) << sql.substr(0, 200) << ": " << wrapper.errorMessage;
-    return count;
-  }
-
-  void recreate(const std::string& table, const std::string& columns) {
-    wrapper.executeUpdate("drop table " + table);
-    update("create table " + table + " (" + columns + ")");
-  }
-
-  void query(const std::string& sql) {
-    ASSERT_TRUE(wrapper.executeQuery(sql, 0)) << sql << ": " << wrapper.errorMessage;
-  }
-
-  Text column(int number) {
-    char* value = nullptr;
-    EXPECT_TRUE(wrapper.getColumn(number, value)) << wrapper.errorMessage;
-    Text text;
-    if (value != nullptr) text = value;
-    std::free(value);
-    return text;
-  }
-
-  /// The first column of a query's only row.
-  Text only(const std::string& sql) {
-    if (!wrapper.executeQuery(sql, 0) || !wrapper.next()) return "failed: " + wrapper.errorMessage;
-    Text text = column(1);
-    EXPECT_FALSE(wrapper.next());
-    EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
-    return text;
-  }
-
-  Database database;
-  jdbcWrapper wrapper;
-};
 
 TEST_P(Databases, ValuesComeAsTheGoldenTablesSay) {
   int rows = 0;
@@ -133,30 +72,6 @@ TEST_P(Databases, RowsAreCountedNamedAndLimited) {
   int limited = 0;
   while (wrapper.next()) ++limited;
   EXPECT_EQ(limited, 7);
-}
-
-TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
-  recreate("batched", "id int primary key");
-  update("insert into batched values (1)");
-  for (const char* id : {"5", "1", "6"}) {
-    ASSERT_TRUE(wrapper.addToBatch(std::string("insert into batched values (") + id + ")"));
-  }
-  int executed = 0;
-  EXPECT_FALSE(wrapper.executeBatch(executed));
-  EXPECT_EQ(wrapper.errorState, 1);
-  EXPECT_NE(wrapper.errorMessage.find("["), std::string::npos) << "no SQLState: " << wrapper.errorMessage;
-  EXPECT_EQ(only("select count(*) from batched"), "1");
-
-  // The connection is back in auto-commit, and the failed batch is gone.
-  EXPECT_EQ(update("insert into batched values (7)"), 1);
-  jdbcWrapper other;
-  connect(other);
-  ASSERT_TRUE(other.executeQuery("select count(*) from batched", 0) && other.next());
-  char* value = nullptr;
-  ASSERT_TRUE(other.getColumn(1, value));
-  EXPECT_STREQ(value, "2");
-  std::free(value);
-  EXPECT_TRUE(other.closeConnection());
 }
 
 TEST_P(Databases, ErrorsCarryTheDriversTextAndTheStateOfTheObject) {
@@ -227,11 +142,6 @@ TEST_P(Databases, LargeTextComesWhole) {
   EXPECT_EQ(read.size(), row.size) << read.substr(0, 200);
   EXPECT_TRUE(read == std::string(row.size, 'x'));
   update("drop table large");
-}
-
-std::string nameOf(const testing::TestParamInfo<int>& tested) {
-  const char* const names[] = {"H2", "Hsqldb", "Derby", "Sqlite", "Mariadb", "Postgresql"};
-  return names[tested.param];
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);

@@ -147,4 +147,38 @@ TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   }
 }
 
+TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnce) {
+  const struct {
+    const char* countsAndText;
+    const char* number;
+  } rows[] = {
+      {"-3,-3,-3 Batch entry 1 insert was aborted.  Call getNextException to see more.", "2"},
+      {"-3,-3,-3 L'element du batch 2 insert a ete annule. Appeler getNextException pour plus.", "3"},
+      {"1,-3,1 [jcc][t4][102] Batch failure. Use getNextException().", "2"},
+      {"1,-3,1 Error 0. Use getNextException().", "2"},
+      {"1,-3,-3 [jcc][t4][2] Batch failure. Use getNextException().", "2"},
+      {"1,-3,-3 Batch entry 7 of another numbering", "2"},
+      {"1,1 duplicate key", "3"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.countsAndText);
+    const std::string answered = row.countsAndText;
+    answer("Statement.executeBatch", answered);
+    batch(3);
+    EXPECT_EQ(wrapper.errorState, 1);
+    EXPECT_EQ(wrapper.errorMessage, std::string("the batch was rolled back: statement ") + row.number +
+                                        " of 3 failed [23505/0]\n" + answered.substr(answered.find(' ') + 1) +
+                                        " [23505/0]");
+  }
+}
+
+TEST_F(Drivers, ABatchThatCouldNotBeginIsGone) {
+  EXPECT_TRUE(wrapper.executeQuery("select 1", 0));
+  answer("ResultSet.close", "throw");
+  EXPECT_EQ(batch(1), -1);
+  EXPECT_EQ(wrapper.errorMessage, "ResultSet.close refused [/0]");
+  answer("ResultSet.close", "usual");
+  EXPECT_EQ(batch(1), 1);
+}
+
 }  // namespace

@@ -5,6 +5,7 @@ import com.ulvanejdbc.Transactions.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.Statement;
+import java.util.List;
 
 /** One connection with its statement, the rows of its last query and its waiting batch. */
 final class Session {
@@ -92,19 +93,16 @@ final class Session {
     }
   }
 
-  void addToBatch(String sql) {
+  void addToBatch(String sql) throws SQLException {
     statement();
     batch.add(sql);
   }
 
   /** @return how many statements ran */
-  @SuppressWarnings("try") // the ending is there to be closed
   int runBatch() throws SQLException {
-    statement();
-    endRows();
-    try (Ending ending = transactions::giveBack) {
-      return batch.run(transactions, this::setRunning);
-    }
+    List<String> statements = batch.take();
+    runAsOne(onConnection -> Batch.execute(onConnection, statements, this::setRunning));
+    return statements.size();
   }
 
   /** Runs statements of the caller's own: all of them or none. */
@@ -131,7 +129,7 @@ final class Session {
   @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
   void close() throws SQLException {
     try (Connection third = connection; Statement second = statement; Ending first = this::endRows) {
-      batch.clear();
+      batch.take();
     } finally {
       forget();
     }

@@ -48,7 +48,7 @@ final class Transactions {
     giveBack();
   }
 
-  /** What stands as a whole or not at all. */
+  /** What stands as a whole or not at all, but for what the database commits by itself or cannot undo. */
   interface Work {
     void run(Connection connection) throws SQLException;
   }

@@ -130,7 +130,11 @@ public class jdbcUtilities {
 
   /**
    * Runs the statements of the batch in one transaction: all of them take effect, or none. Either way the batch is
-   * empty afterwards. In a transaction that the caller opened in SQL, the batch becomes part of that one.
+   * empty afterwards. What the database commits by itself (on H2, HSQLDB and MariaDB a "create table" with all before
+   * it) or keeps in tables without transactions is not undone.
+   *
+   * <p>In a transaction that the caller opened in SQL, the batch becomes part of that one where the driver tells of it,
+   * as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere, on HSQLDB for one, the batch commits it.
    *
    * @return how many statements ran
    */
