@@ -172,6 +172,12 @@ TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnce) {
   }
 }
 
+TEST_F(Drivers, ARefusedCommitIsToldAlsoWhenNothingCanBeUndone) {
+  for (const char* member : {"Connection.commit", "Connection.rollback"}) answer(member, "throw");
+  batch(1);
+  EXPECT_EQ(wrapper.errorMessage, "Connection.commit refused [/0]");
+}
+
 TEST_F(Drivers, ABatchThatCouldNotBeginIsGone) {
   EXPECT_TRUE(wrapper.executeQuery("select 1", 0));
   answer("ResultSet.close", "throw");
