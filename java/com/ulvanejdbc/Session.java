@@ -140,9 +140,10 @@ final class Session {
     return connection;
   }
 
-  private Statement statement() {
+  private Statement statement() throws SQLException {
     connection();
     if (statement == null) throw new MisuseException("no statement: getStatement must be called first");
+    prepare();
     return statement;
   }
 
@@ -156,12 +157,11 @@ final class Session {
   }
 
   /** Ends the rows after a failure, which stays the one to be reported whatever else fails. */
-  @SuppressWarnings("try") // the ending is there to be closed
+  @SuppressWarnings("try") // the resources are there to be closed
   private void abandonRows(Throwable failure) {
-    Rows spoilt = rows;
-    rows = null;
-    try (Ending ending = () -> transactions.endRows(false)) {
-      if (spoilt != null) spoilt.close();
+    // The rows close with the statement. SQLite's would refuse all that follows a query of nothing but a comment.
+    try (Ending ending = () -> transactions.endRows(false); Statement spoilt = statement) {
+      rows = null;
     } catch (SQLException | RuntimeException alsoFailed) {
       failure.addSuppressed(alsoFailed);
     }
