@@ -187,4 +187,13 @@ TEST_F(Drivers, ABatchThatCouldNotBeginIsGone) {
   EXPECT_EQ(batch(1), 1);
 }
 
+TEST_F(Drivers, ALongChainIsToldInPart) {
+  answer("Statement.executeUpdate", "throw 40000");
+  EXPECT_LT(wrapper.executeUpdate("any"), 0);
+  const std::string& told = wrapper.errorMessage;
+  EXPECT_EQ(told.find("Statement.executeUpdate refused, 40000 [/0]\n"), 0U) << told.substr(0, 2000);
+  EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 20);
+  EXPECT_EQ(told.substr(told.rfind('\n')), "\nand 39981 more");
+}
+
 }  // namespace

@@ -201,12 +201,8 @@ public class jdbcUtilities {
   }
 
   private void record(Throwable failure) {
-    errorCode = OTHER_ERROR;
-    try {
-      if (failure instanceof SQLException && !ErrorText.isOutOfMemory(failure)) errorCode = DATABASE_ERROR;
-      errorMessage = ErrorText.of(failure);
-    } catch (Throwable noMemoryLeft) {
-      errorMessage = "out of memory";
-    }
+    boolean isDatabases = failure instanceof SQLException && !ErrorText.isOutOfMemory(failure);
+    errorCode = isDatabases ? DATABASE_ERROR : OTHER_ERROR;
+    errorMessage = ErrorText.of(failure);
   }
 }
