@@ -62,7 +62,8 @@ class KIVO_EXPORT jdbcWrapper {
   /// @param vendor receives the vendor's name, nothing on failure.
   bool getVendor(std::string& vendor);
 
-  /// Connects. Empty credentials are left out.
+  /// Connects, unless a connection is open: that one stays, whatever URL was set meanwhile. Empty credentials are left
+  /// out. The connection begins in auto-commit mode, whatever the URL says of it; a transaction is opened in SQL.
   bool getConnection(std::string user, std::string password);
 
   /// Closes result, statement and connection.

@@ -87,5 +87,28 @@ TEST_P(Databases, WhatAQueryChangedIsCommittedHoweverItsRowsEnd) {
 
 INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);
 
+TEST(Connections, CommitWhateverTheirUrlSaysOfAutoCommit) {
+  const struct {
+    int index;
+    const char* setting;
+  } rows[] = {{0, ";AUTOCOMMIT=OFF"}, {4, "?autocommit=false"}};
+  for (const auto& row : rows) {
+    const Database& database = databases()[static_cast<std::size_t>(row.index)];
+    SCOPED_TRACE(database.word);
+    for (const char* sql :
+         {"create table committed (id int)", "insert into committed values (1)", "drop table committed"}) {
+      jdbcWrapper wrapper;
+      std::string url = database.url + row.setting;
+      EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(database.user, database.password) &&
+                  wrapper.getStatement());
+      if (*sql == 'd') {
+        EXPECT_EQ(wrapper.executeUpdate("delete from committed"), 1);
+      }
+      EXPECT_GE(wrapper.executeUpdate(sql), 0) << wrapper.errorMessage;
+      wrapper.closeConnection();
+    }
+  }
+}
+
 }  // namespace
 }  // namespace kivo::test

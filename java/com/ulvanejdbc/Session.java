@@ -25,7 +25,10 @@ final class Session {
   void connect(ConnectionUrl target, String user, String password) throws SQLException {
     if (connection != null && !connection.isClosed()) return;
     forget();
-    connection = Drivers.connect(target, user, password);
+    Connection made = Drivers.connect(target, user, password);
+    // A URL can switch it off, and nothing here would ever commit.
+    if (!made.getAutoCommit()) made.setAutoCommit(true);
+    connection = made;
     vendor = target.vendor;
     traits = DriverTraits.of(vendor);
     transactions = new Transactions(connection, traits);

@@ -45,7 +45,10 @@ public class jdbcUtilities {
     return attempt(null, () -> target().vendor);
   }
 
-  /** Connects unless a connection is open. An empty user or password is left out. */
+  /**
+   * Connects unless a connection is open. An empty user or password is left out. The connection begins in auto-commit
+   * mode, whatever the URL says of it; a transaction is opened in SQL.
+   */
   public boolean getConnection(String user, String password) {
     return attempt(() -> session.connect(target(), user, password));
   }
