@@ -161,7 +161,6 @@ TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
     SCOPED_TRACE(row.word);
     const auto& all = databases();
     Database database = *std::find_if(all.begin(), all.end(), [&row](const auto& one) { return one.word == row.word; });
-    if (database.word == "h2") database.url += ";LAZY_QUERY_EXECUTION=1";
     jdbcWrapper wrapper;
     ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
                 wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
