@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "JavaConnectionUtils.h"
 #include "KivoUtf8.h"
 #include "jdbcWrapper.h"
 #include "wrapper_on_databases.h"
@@ -117,6 +118,34 @@ TEST_P(Databases, UserTablesAreListedAndNothingElse) {
     EXPECT_FALSE(has(other)) << other;
   }
   update("drop view seen");
+}
+
+TEST_P(Databases, TheBridgesClassDiscoversATableByItsVeryName) {
+  const struct {
+    const char* word;
+    std::vector<std::string> types;
+  } rows[] = {
+      {"h2", {"INTEGER", "CHARACTER VARYING"}}, {"hsqldb", {"INTEGER", "VARCHAR"}}, {"derby", {"INTEGER", "VARCHAR"}},
+      {"sqlite", {"INT", "VARCHAR(9)"}},        {"mariadb", {"INT", "VARCHAR"}},    {"postgresql", {"int4", "varchar"}},
+  };
+  const auto& row = rows[GetParam()];
+  ASSERT_EQ(database.word, row.word);
+  const std::string quote = database.word == "mariadb" ? "`" : "\"";
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge(className);
+  std::vector<std::string> names = {"url", "user", "password"};
+  std::vector<std::string> values = {database.url, database.user, database.password};
+  ASSERT_TRUE(bridge.javaInit() && bridge.setParams(names, values) && bridge.makeConnection());
+  for (std::string table : {"plain", "under_score", "back\\slash", "per%cent", "a\\_%b"}) {
+    SCOPED_TRACE(table);
+    recreate(quote + table + quote, quote + "id" + quote + " int, " + quote + "Text" + quote + " varchar(9)");
+    std::vector<std::string> columns;
+    std::vector<std::string> types;
+    EXPECT_TRUE(bridge.discoverTable(table, columns, types));
+    EXPECT_EQ(columns, (std::vector<std::string>{"id", "Text"}));
+    EXPECT_EQ(types, row.types);
+    update("drop table " + quote + table + quote);
+  }
 }
 
 TEST_P(Databases, LargeTextComesWhole) {
