@@ -110,7 +110,7 @@ class KIVO_EXPORT jdbcWrapper {
   bool executeBatch(int& result);
 
   /// @param tables replaced by the names of the database's tables; untouched when Java could not list them, emptied
-  ///               when a name was null.
+  ///               when a name was null or memory ran out.
   bool getTables(std::vector<std::string>& tables);
 
   JNIEnv* env = nullptr;              ///< Environment of the thread that last attached through this object.

@@ -41,7 +41,7 @@ enum DriverTraits {
 
   H2("h2", "set lazy_query_execution true"),
 
-  /** It gathers all rows, but on disk beyond so many; below that many it is several times faster. */
+  /** It gathers all rows, a database in files on disk beyond so many; below that many it is several times faster. */
   HSQLDB("hsqldb", "set session result memory rows 20000"),
 
   MARIADB("mariadb", DriverTraits.IN_UTC) {

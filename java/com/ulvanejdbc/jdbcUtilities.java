@@ -4,7 +4,8 @@ import java.sql.SQLException;
 
 /**
  * One database connection through any JDBC driver on the class path, in a form that native code can drive: text and
- * numbers in and out, never an exception, nothing printed. Native code finds this class and its methods by name.
+ * numbers in and out, no exception but from {@link #cancel}, nothing printed. Native code finds this class and its
+ * methods by name.
  *
  * <p>A call that fails answers false, null or -1 ({@link #getColumnType}: 0); {@link #getErrorCode} and {@link
  * #getErrorMessage} then tell why, until the next call. The order of use is setUrl, getConnection, getStatement, then
@@ -121,7 +122,10 @@ public class jdbcUtilities {
     return attempt(-1, () -> session.update(sql));
   }
 
-  /** Asks the database to give up the statement that runs. Any thread; it may come too late. */
+  /**
+   * Asks the database to give up the statement that runs. Any thread; it may come too late. It alone throws, since the
+   * error of the call that it interrupts is that one's thread's to tell.
+   */
   public void cancel() throws java.sql.SQLException {
     session.cancel();
   }
