@@ -43,7 +43,7 @@ long peakMegabytes() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string url = argc > 1 ? argv[1] : "jdbc:h2:mem:example;LAZY_QUERY_EXECUTION=1";
+  std::string url = argc > 1 ? argv[1] : "jdbc:h2:mem:example";
   const std::string rows = argc > 2 ? argv[2] : "2000000";
   const std::string source = url.rfind("jdbc:postgresql:", 0) == 0 ? "generate_series(1, " + rows + ") as t(x)"
                                                                    : "system_range(1, " + rows + ")";

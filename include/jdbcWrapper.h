@@ -62,7 +62,8 @@ class KIVO_EXPORT jdbcWrapper {
   /// @param vendor receives the vendor's name, nothing on failure.
   bool getVendor(std::string& vendor);
 
-  /// Connects. Empty credentials are left out.
+  /// Connects, unless a connection is open: that one stays, whatever URL was set meanwhile. Empty credentials are left
+  /// out. The connection begins in auto-commit mode, whatever the URL says of it; a transaction is opened in SQL.
   bool getConnection(std::string user, std::string password);
 
   /// Closes result, statement and connection.
@@ -101,11 +102,15 @@ class KIVO_EXPORT jdbcWrapper {
   /// Adds a statement to the batch.
   bool addToBatch(std::string sql);
 
-  /// Executes the batch as one transaction. @param result receives the number of statements executed, always written.
+  /// Executes the batch as one transaction: all of it takes effect or, on failure, none, but for what the database
+  /// commits by itself (on H2, HSQLDB and MariaDB a "create table" with all before it) or keeps in tables without
+  /// transactions. The batch is empty afterwards. In a transaction opened in SQL it becomes part of that one where the
+  /// driver tells of it, as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere it commits that one.
+  /// @param result receives the number of statements executed, always written.
   bool executeBatch(int& result);
 
   /// @param tables replaced by the names of the database's tables; untouched when Java could not list them, emptied
-  ///               when a name was null.
+  ///               when a name was null or memory ran out.
   bool getTables(std::vector<std::string>& tables);
 
   JNIEnv* env = nullptr;              ///< Environment of the thread that last attached through this object.

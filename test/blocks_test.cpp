@@ -287,7 +287,6 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     WrapperSource reader(database(row.word));
-    reader.wrapper.executeUpdate("set lazy_query_execution true");
     ASSERT_TRUE(reader.query(row.sql)) << reader.wrapper.errorMessage;
     RowBlocks blocks(reader.wrapper, row.options);
     expectOutcome(blocks, row.outcome);

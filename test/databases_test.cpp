@@ -1,80 +1,20 @@
-#include "databases.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "JavaConnectionUtils.h"
 #include "KivoUtf8.h"
 #include "jdbcWrapper.h"
-#include "vm_fixture.h"
+#include "wrapper_on_databases.h"
 
 namespace kivo::test {
 namespace {
-
-[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
-
-using Text = std::optional<std::string>;
-
-class Databases : public testing::TestWithParam<int> {
- protected:
-  void SetUp() override {
-    database = databases()[static_cast<std::size_t>(GetParam())];
-    connect(wrapper);
-  }
-  void TearDown() override { EXPECT_TRUE(wrapper.closeConnection()) << wrapper.errorMessage; }
-
-  void connect(jdbcWrapper& object) const {
-    std::string url = database.url;
-    ASSERT_EQ(object.errorState, 0) << object.errorMessage;
-    ASSERT_TRUE(object.setUrl("", "", "", "", "", url) && object.getConnection(database.user, database.password) &&
-                object.getStatement())
-        << object.errorMessage;
-  }
-
-  int update(const std::string& sql) {
-    const int count = wrapper.executeUpdate(sql);
-    EXPECT_GE(count, 0) << sql.substr(0, 200) << ": " << wrapper.errorMessage;
-    return count;
-  }
-
-  void recreate(const std::string& table, const std::string& columns) {
-    wrapper.executeUpdate("drop table " + table);
-    update("create table " + table + " (" + columns + ")");
-  }
-
-  void query(const std::string& sql) {
-    ASSERT_TRUE(wrapper.executeQuery(sql, 0)) << sql << ": " << wrapper.errorMessage;
-  }
-
-  Text column(int number) {
-    char* value = nullptr;
-    EXPECT_TRUE(wrapper.getColumn(number, value)) << wrapper.errorMessage;
-    Text text;
-    if (value != nullptr) text = value;
-    std::free(value);
-    return text;
-  }
-
-  /// The first column of a query's only row.
-  Text only(const std::string& sql) {
-    if (!wrapper.executeQuery(sql, 0) || !wrapper.next()) return "failed: " + wrapper.errorMessage;
-    Text text = column(1);
-    EXPECT_FALSE(wrapper.next());
-    EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
-    return text;
-  }
-
-  Database database;
-  jdbcWrapper wrapper;
-};
 
 TEST_P(Databases, ValuesComeAsTheGoldenTablesSay) {
   int rows = 0;
@@ -135,30 +75,6 @@ TEST_P(Databases, RowsAreCountedNamedAndLimited) {
   EXPECT_EQ(limited, 7);
 }
 
-TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
-  recreate("batched", "id int primary key");
-  update("insert into batched values (1)");
-  for (const char* id : {"5", "1", "6"}) {
-    ASSERT_TRUE(wrapper.addToBatch(std::string("insert into batched values (") + id + ")"));
-  }
-  int executed = 0;
-  EXPECT_FALSE(wrapper.executeBatch(executed));
-  EXPECT_EQ(wrapper.errorState, 1);
-  EXPECT_NE(wrapper.errorMessage.find("["), std::string::npos) << "no SQLState: " << wrapper.errorMessage;
-  EXPECT_EQ(only("select count(*) from batched"), "1");
-
-  // The connection is back in auto-commit, and the failed batch is gone.
-  EXPECT_EQ(update("insert into batched values (7)"), 1);
-  jdbcWrapper other;
-  connect(other);
-  ASSERT_TRUE(other.executeQuery("select count(*) from batched", 0) && other.next());
-  char* value = nullptr;
-  ASSERT_TRUE(other.getColumn(1, value));
-  EXPECT_STREQ(value, "2");
-  std::free(value);
-  EXPECT_TRUE(other.closeConnection());
-}
-
 TEST_P(Databases, ErrorsCarryTheDriversTextAndTheStateOfTheObject) {
   const struct {
     const char* what;
@@ -181,6 +97,7 @@ TEST_P(Databases, ErrorsCarryTheDriversTextAndTheStateOfTheObject) {
     EXPECT_FALSE(wrapper.errorMessage.empty());
   }
   recreate("after_errors", "id int");
+  wrapper.executeQuery("-- nothing", 0);  // Not an error everywhere.
   EXPECT_EQ(only("select count(*) from after_errors"), "0");
 }
 
@@ -188,8 +105,13 @@ TEST_P(Databases, UserTablesAreListedAndNothingElse) {
   recreate("listed", "id int");
   wrapper.executeUpdate("drop view seen");
   update("create view seen as select id from listed");
+  for (const char* id : {"1", "2"}) update(std::string("insert into listed values (") + id + ")");
+  query("select id from listed order by id");
+  EXPECT_TRUE(wrapper.next());
   std::vector<std::string> tables = {"gone"};
   ASSERT_TRUE(wrapper.getTables(tables)) << wrapper.errorMessage;
+  EXPECT_TRUE(wrapper.next()) << "the listing ended the rows being read";
+  EXPECT_EQ(column(1), "2");
   const auto has = [&tables](std::string name) {
     return std::any_of(tables.begin(), tables.end(), [&name](const std::string& table) {
       return std::equal(table.begin(), table.end(), name.begin(), name.end(),
@@ -201,6 +123,34 @@ TEST_P(Databases, UserTablesAreListedAndNothingElse) {
     EXPECT_FALSE(has(other)) << other;
   }
   update("drop view seen");
+}
+
+TEST_P(Databases, TheBridgesClassDiscoversATableByItsVeryName) {
+  const struct {
+    const char* word;
+    std::vector<std::string> types;
+  } rows[] = {
+      {"h2", {"INTEGER", "CHARACTER VARYING"}}, {"hsqldb", {"INTEGER", "VARCHAR"}}, {"derby", {"INTEGER", "VARCHAR"}},
+      {"sqlite", {"INT", "VARCHAR(9)"}},        {"mariadb", {"INT", "VARCHAR"}},    {"postgresql", {"int4", "varchar"}},
+  };
+  const auto& row = rows[GetParam()];
+  ASSERT_EQ(database.word, row.word);
+  const std::string quote = database.word == "mariadb" ? "`" : "\"";
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge(className);
+  std::vector<std::string> names = {"url", "user", "password"};
+  std::vector<std::string> values = {database.url, database.user, database.password};
+  ASSERT_TRUE(bridge.javaInit() && bridge.setParams(names, values) && bridge.makeConnection());
+  for (std::string table : {"plain", "under_score", "back\\slash", "per%cent", "a\\_%b"}) {
+    SCOPED_TRACE(table);
+    recreate(quote + table + quote, quote + "id" + quote + " int, " + quote + "Text" + quote + " varchar(9)");
+    std::vector<std::string> columns;
+    std::vector<std::string> types;
+    EXPECT_TRUE(bridge.discoverTable(table, columns, types));
+    EXPECT_EQ(columns, (std::vector<std::string>{"id", "Text"}));
+    EXPECT_EQ(types, row.types);
+    update("drop table " + quote + table + quote);
+  }
 }
 
 TEST_P(Databases, LargeTextComesWhole) {
@@ -229,11 +179,6 @@ TEST_P(Databases, LargeTextComesWhole) {
   update("drop table large");
 }
 
-std::string nameOf(const testing::TestParamInfo<int>& tested) {
-  const char* const names[] = {"H2", "Hsqldb", "Derby", "Sqlite", "Mariadb", "Postgresql"};
-  return names[tested.param];
-}
-
 INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);
 
 TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
@@ -250,7 +195,6 @@ TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
     SCOPED_TRACE(row.word);
     const auto& all = databases();
     Database database = *std::find_if(all.begin(), all.end(), [&row](const auto& one) { return one.word == row.word; });
-    if (database.word == "h2") database.url += ";LAZY_QUERY_EXECUTION=1";
     jdbcWrapper wrapper;
     ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
                 wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
@@ -267,6 +211,27 @@ TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
     EXPECT_EQ(sum, 2000000L * 2000001 / 2);
     EXPECT_TRUE(wrapper.closeConnection());
   }
+}
+
+TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
+  Database database = databases()[3];
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
+              wrapper.getStatement());
+  for (const char* first : {"'text'", "7", "1.5", "null", "x'0a'"}) {
+    SCOPED_TRACE(first);
+    EXPECT_TRUE(wrapper.executeQuery(
+        std::string("select ") + first + " union all select x'00ff41' union all select 'n' union all select 1e-9", 0));
+    std::string cells;
+    for (wrapper.next(); wrapper.next();) {
+      char* value = nullptr;
+      wrapper.getColumn(1, value);
+      cells += std::string(value) + ' ';
+      std::free(value);
+    }
+    EXPECT_EQ(cells, "00ff41 n 1.0e-09 ");
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Drivers, AMissingOneIsNamedWithItsCure) {

@@ -9,14 +9,15 @@ import java.util.List;
 import java.util.function.Consumer;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
+import java.util.stream.IntStream;
 
 /**
- * Statements that run together: all of them or none. They wait here and not in the caller's statement, on which some
- * drivers refuse a query while a batch waits.
+ * Statements that run together: all of them or none, as far as the database can undo them. They wait here and not in
+ * the caller's statement, on which some drivers refuse a query while a batch waits.
  */
 final class Batch {
   /** Where the update counts do not tell: the first number, from 0, also in the translations of PostgreSQL's driver. */
-  private static final Pattern TOLD = Pattern.compile("(?:batch entry|(?=.*getNextException))\\D*(\\d+)",
+  private static final Pattern TOLD = Pattern.compile("(?:batch entry|(?=.*getNextException))[^\\d\\[]*(\\d{1,9})",
       Pattern.CASE_INSENSITIVE | Pattern.DOTALL);
 
   private List<String> waiting = new ArrayList<>();
@@ -25,32 +26,22 @@ final class Batch {
     waiting.add(sql);
   }
 
-  void clear() {
+  /** What waits, which is forgotten here. */
+  List<String> take() {
+    List<String> taken = waiting;
     waiting = new ArrayList<>();
+    return taken;
   }
 
-  /**
-   * Runs what waits, and forgets it whether it worked or not.
-   *
-   * @param running is told what runs, and null afterwards
-   * @return how many statements ran
-   */
-  int run(Transactions transactions, Consumer<Statement> running) throws SQLException {
-    List<String> statements = waiting;
-    clear();
-    if (statements.isEmpty()) return 0;
-    transactions.runAsOne(connection -> execute(connection, statements, running));
-    return statements.size();
-  }
-
-  private static void execute(Connection connection, List<String> statements, Consumer<Statement> running)
-      throws SQLException {
+  /** @param running is told what runs, and null afterwards */
+  static void execute(Connection connection, List<String> statements, Consumer<Statement> running) throws SQLException {
+    if (statements.isEmpty()) return;
     try (Statement statement = connection.createStatement()) {
       running.accept(statement);
       for (String sql : statements) statement.addBatch(sql);
       statement.executeBatch();
     } catch (BatchUpdateException failure) {
-      String text = "nothing of the batch is kept: statement " + failedStatement(failure, statements.size()) + " of "
+      String text = "the batch was rolled back: statement " + failedStatement(failure, statements.size()) + " of "
           + statements.size() + " failed";
       throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
     } finally {
@@ -58,13 +49,19 @@ final class Batch {
     }
   }
 
-  /** Counted from 1. Some drivers tell the statement in their text, some mark it, and some stop at it. */
+  /** Counted from 1. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
   private static int failedStatement(BatchUpdateException failure, int size) {
-    Matcher told = TOLD.matcher(String.valueOf(failure.getMessage()));
-    if (told.lookingAt()) return Integer.parseInt(told.group(1)) + 1;
     int[] counts = failure.getUpdateCounts();
     int index = 0;
     while (index < counts.length && counts[index] != Statement.EXECUTE_FAILED) ++index;
-    return Math.min(index + 1, size);
+    long marks = IntStream.of(counts).filter(count -> count == Statement.EXECUTE_FAILED).count();
+    int told = marks == 1 ? index : told(failure);
+    return told < size ? told + 1 : Math.min(index + 1, size);
+  }
+
+  /** The statement that the text tells, counted from 0; far beyond all when it tells none. */
+  private static int told(BatchUpdateException failure) {
+    Matcher told = TOLD.matcher(String.valueOf(failure.getMessage()));
+    return told.lookingAt() ? Integer.parseInt(told.group(1)) : Integer.MAX_VALUE;
   }
 }

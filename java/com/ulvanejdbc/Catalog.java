@@ -84,9 +84,9 @@ final class Catalog {
   private List<Column> columnsOf(String schema, String table) throws SQLException {
     DatabaseMetaData metaData = connection.getMetaData();
     Map<String, List<Column>> bySchema = new LinkedHashMap<>();
-    try (ResultSet found = metaData.getColumns(null, null, escape(table, metaData.getSearchStringEscape()), "%")) {
+    try (ResultSet found = metaData.getColumns(null, null, pattern(table, metaData.getSearchStringEscape()), "%")) {
       while (found.next()) {
-        // Without an escape an underscore in the name stands for any character.
+        // The pattern fits more: nothing is escaped, as not every driver reads its own escapes everywhere.
         if (!table.equals(found.getString("TABLE_NAME"))) continue;
         Column column = new Column(found.getString("COLUMN_NAME"), found.getString("TYPE_NAME"));
         bySchema.computeIfAbsent(schemaOf(found), any -> new ArrayList<>()).add(column);
@@ -119,8 +119,7 @@ final class Catalog {
     return spellings;
   }
 
-  private static String escape(String name, String escape) {
-    if (ConnectionUrl.isEmpty(escape)) return name;
-    return name.replace(escape, escape + escape).replace("_", escape + "_").replace("%", escape + "%");
+  private static String pattern(String name, String escape) {
+    return ConnectionUrl.isEmpty(escape) ? name : name.replace(escape, "_");
   }
 }

@@ -66,7 +66,7 @@ enum CellKind {
   static CellKind of(ResultSetMetaData columns, int column, boolean anyTypeInAnyCell) throws SQLException {
     CellKind kind = ofType(columns.getColumnType(column));
     // There a column is reported by its first value, as a number if that is NULL.
-    if (anyTypeInAnyCell && (kind == BINARY || kind == DECIMAL)) return ANY;
+    if (anyTypeInAnyCell && kind != TEMPORAL) return ANY;
     // Some drivers report this type as binary, but its hyphenated form is what people and the database know.
     if (kind == BINARY && "UUID".equalsIgnoreCase(columns.getColumnTypeName(column))) return TEXT;
     if (kind == DECIMAL && isNeverInExponents(columns.getScale(column))) return TEXT;

@@ -22,7 +22,7 @@ final class Drivers {
     putUnlessEmpty(properties, "user", user);
     putUnlessEmpty(properties, "password", password);
     for (Driver driver : all()) {
-      Connection connection = driver.acceptsURL(target.url) ? driver.connect(target.url, properties) : null;
+      Connection connection = accepts(driver, target.url) ? driver.connect(target.url, properties) : null;
       if (connection != null) return connection;
     }
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
@@ -44,17 +44,28 @@ final class Drivers {
   private static List<Driver> all() {
     List<Driver> drivers = new ArrayList<>();
     Iterator<Driver> offered = ServiceLoader.load(Driver.class, Drivers.class.getClassLoader()).iterator();
-    while (offered.hasNext()) addNext(offered, drivers);
+    while (addNext(offered, drivers)) continue;
     drivers.addAll(Collections.list(DriverManager.getDrivers()));
     return drivers;
   }
 
-  /** A jar whose driver cannot be loaded must not keep the other databases out of reach. */
-  private static void addNext(Iterator<Driver> offered, List<Driver> drivers) {
+  /** A driver that cannot be loaded, by either call, must not keep the other databases out of reach. */
+  private static boolean addNext(Iterator<Driver> offered, List<Driver> drivers) {
     try {
+      if (!offered.hasNext()) return false;
       drivers.add(offered.next());
     } catch (ServiceConfigurationError | LinkageError unusable) {
-      return;
+      return true;
+    }
+    return true;
+  }
+
+  /** Nor must one that is asked about another's URL and throws. */
+  private static boolean accepts(Driver driver, String url) {
+    try {
+      return driver.acceptsURL(url);
+    } catch (SQLException | RuntimeException | LinkageError unusable) {
+      return false;
     }
   }
 }

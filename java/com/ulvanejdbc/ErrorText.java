@@ -11,6 +11,8 @@ import java.util.stream.Collectors;
 
 /** What a person reads about a failure: one line for each exception of the chain, each told once. */
 final class ErrorText {
+  private static final int MOST_LINES = 20;
+
   private final String text;
   private final String codes;
 
@@ -21,14 +23,36 @@ final class ErrorText {
 
   /** The failure's own text first, then its next exceptions and causes, the nearest first. */
   static String of(Throwable failure) {
-    List<ErrorText> told = new ArrayList<>();
-    for (Throwable link : chain(failure)) addUnlessTold(told, link);
-    return told.stream().map(line -> line.text + line.codes).collect(Collectors.joining("\n"));
+    try {
+      return lines(failure);
+    } catch (OutOfMemoryError noMemoryLeft) {
+      return "out of memory";
+    } catch (Throwable ofADriversOwnMethod) {
+      return failure.getClass().getName();
+    }
   }
 
-  /** Also when the driver wrapped it in an exception of its own. */
+  /** Also when the driver wrapped it in an exception of its own, and when there is no memory left to look. */
   static boolean isOutOfMemory(Throwable failure) {
-    return chain(failure).stream().anyMatch(link -> link instanceof OutOfMemoryError);
+    try {
+      return chain(failure).stream().anyMatch(link -> link instanceof OutOfMemoryError);
+    } catch (Throwable cannotBeTold) {
+      return true;
+    }
+  }
+
+  private static String lines(Throwable failure) {
+    List<ErrorText> told = new ArrayList<>();
+    int more = 0;
+    for (Throwable link : chain(failure)) {
+      if (told.size() < MOST_LINES) {
+        addUnlessTold(told, link);
+      } else {
+        ++more;
+      }
+    }
+    String lines = told.stream().map(line -> line.text + line.codes).collect(Collectors.joining("\n"));
+    return more == 0 ? lines : lines + "\nand " + more + " more";
   }
 
   private static Set<Throwable> chain(Throwable failure) {

@@ -15,7 +15,8 @@ import java.util.Vector;
  * when empty; {@code query}, the SQL of the query, needed by {@link #query} alone.
  *
  * <p>Values, streaming and table names are those of {@link jdbcUtilities}. An object serves one thread at a time.
- * Native code has no way to say that it is done with one: the connection closes after it was collected as garbage.
+ * Native code has no way to say that it is done with one: the connection closes when another object of this class is
+ * made after it was collected as garbage.
  */
 public final class JdbcConnection {
   private static final List<String> KNOWN = Arrays.asList("url", "user", "password", "query");

@@ -2,6 +2,7 @@ package com.ulvanejdbc;
 
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
+import java.nio.charset.StandardCharsets;
 import java.sql.Types;
 
 /**
@@ -18,6 +19,7 @@ final class MariaDbBinary {
   /** The value as text in UTC, or null when it is not in binary form but is the server's text. */
   static String toText(byte[] value, int jdbcType) {
     boolean isTime = jdbcType == Types.TIME;
+    if (isYear(value, isTime)) return new String(value, StandardCharsets.ISO_8859_1) + "-01-01";
     if (!isBinary(value, isTime)) return null;
     TemporalFields fields = new TemporalFields();
     // The part that was cut off is made up for with zeros.
@@ -30,6 +32,11 @@ final class MariaDbBinary {
       if (jdbcType != Types.DATE) readTimeOfDay(fields, buffer);
     }
     return fields.toText();
+  }
+
+  /** The text of a YEAR, which is a DATE to the driver; it would have no year 0000. */
+  private static boolean isYear(byte[] value, boolean isTime) {
+    return !isTime && value.length == DATE_LENGTH && value[1] >= '0';
   }
 
   private static boolean isBinary(byte[] value, boolean isTime) {

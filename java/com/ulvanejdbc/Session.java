@@ -5,6 +5,7 @@ import com.ulvanejdbc.Transactions.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.Statement;
+import java.util.List;
 
 /** One connection with its statement, the rows of its last query and its waiting batch. */
 final class Session {
@@ -24,7 +25,10 @@ final class Session {
   void connect(ConnectionUrl target, String user, String password) throws SQLException {
     if (connection != null && !connection.isClosed()) return;
     forget();
-    connection = Drivers.connect(target, user, password);
+    Connection made = Drivers.connect(target, user, password);
+    // A URL can switch it off, and nothing here would ever commit.
+    if (!made.getAutoCommit()) made.setAutoCommit(true);
+    connection = made;
     vendor = target.vendor;
     traits = DriverTraits.of(vendor);
     transactions = new Transactions(connection, traits);
@@ -92,19 +96,16 @@ final class Session {
     }
   }
 
-  void addToBatch(String sql) {
+  void addToBatch(String sql) throws SQLException {
     statement();
     batch.add(sql);
   }
 
   /** @return how many statements ran */
-  @SuppressWarnings("try") // the ending is there to be closed
   int runBatch() throws SQLException {
-    statement();
-    endRows();
-    try (Ending ending = transactions::giveBack) {
-      return batch.run(transactions, this::setRunning);
-    }
+    List<String> statements = batch.take();
+    runAsOne(onConnection -> Batch.execute(onConnection, statements, this::setRunning));
+    return statements.size();
   }
 
   /** Runs statements of the caller's own: all of them or none. */
@@ -131,7 +132,7 @@ final class Session {
   @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
   void close() throws SQLException {
     try (Connection third = connection; Statement second = statement; Ending first = this::endRows) {
-      batch.clear();
+      batch.take();
     } finally {
       forget();
     }
@@ -142,9 +143,10 @@ final class Session {
     return connection;
   }
 
-  private Statement statement() {
+  private Statement statement() throws SQLException {
     connection();
     if (statement == null) throw new MisuseException("no statement: getStatement must be called first");
+    prepare();
     return statement;
   }
 
@@ -158,12 +160,11 @@ final class Session {
   }
 
   /** Ends the rows after a failure, which stays the one to be reported whatever else fails. */
-  @SuppressWarnings("try") // the ending is there to be closed
+  @SuppressWarnings("try") // the resources are there to be closed
   private void abandonRows(Throwable failure) {
-    Rows spoilt = rows;
-    rows = null;
-    try (Ending ending = () -> transactions.endRows(false)) {
-      if (spoilt != null) spoilt.close();
+    // The rows close with the statement. SQLite's would refuse all that follows a query of nothing but a comment.
+    try (Ending ending = () -> transactions.endRows(false); Statement spoilt = statement) {
+      rows = null;
     } catch (SQLException | RuntimeException alsoFailed) {
       failure.addSuppressed(alsoFailed);
     }

@@ -35,7 +35,7 @@ final class Transactions {
   }
 
   void beginRows() throws SQLException {
-    if (!traits.readsRowsInTransaction() || !connection.getAutoCommit()) return;
+    if (!traits.readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
     boolean callers = traits.hasOpenTransaction(connection);
     connection.setAutoCommit(false);
     borrowed = callers;
@@ -48,7 +48,7 @@ final class Transactions {
     giveBack();
   }
 
-  /** What stands as a whole or not at all. */
+  /** What stands as a whole or not at all, but for what the database commits by itself or cannot undo. */
   interface Work {
     void run(Connection connection) throws SQLException;
   }
@@ -58,7 +58,7 @@ final class Transactions {
     try {
       work.run(connection);
     } catch (Throwable failure) {
-      undoBatch(failure);
+      undo(failure, () -> endBatch(false));
       throw failure;
     }
     endBatch(true);
@@ -74,20 +74,21 @@ final class Transactions {
     }
   }
 
-  private void undoBatch(Throwable failure) {
-    try {
-      endBatch(false);
-    } catch (SQLException | RuntimeException alsoFailed) {
-      failure.addSuppressed(alsoFailed);
-    }
-  }
-
   private void endBatch(boolean keep) throws SQLException {
     if (nested) {
       if (!keep) run("rollback to savepoint " + SAVEPOINT);
-      run("release savepoint " + SAVEPOINT);
+      release();
     } else {
       endOurs(keep);
+    }
+  }
+
+  /** A statement that committed by itself, such as MariaDB's "create table", took the savepoint along. */
+  private void release() {
+    try {
+      run("release savepoint " + SAVEPOINT);
+    } catch (SQLException gone) {
+      return;
     }
   }
 
@@ -117,9 +118,18 @@ final class Transactions {
   private void commit() throws SQLException {
     try {
       connection.commit();
-    } catch (SQLException refused) {
-      connection.rollback();
+    } catch (Throwable refused) {
+      undo(refused, connection::rollback);
       throw refused;
+    }
+  }
+
+  /** The failure that is to be undone stays the one to be reported. */
+  private static void undo(Throwable failure, Ending step) {
+    try {
+      step.close();
+    } catch (SQLException | RuntimeException alsoFailed) {
+      failure.addSuppressed(alsoFailed);
     }
   }
 

@@ -4,7 +4,8 @@ import java.sql.SQLException;
 
 /**
  * One database connection through any JDBC driver on the class path, in a form that native code can drive: text and
- * numbers in and out, never an exception, nothing printed. Native code finds this class and its methods by name.
+ * numbers in and out, no exception but from {@link #cancel}, nothing printed. Native code finds this class and its
+ * methods by name.
  *
  * <p>A call that fails answers false, null or -1 ({@link #getColumnType}: 0); {@link #getErrorCode} and {@link
  * #getErrorMessage} then tell why, until the next call. The order of use is setUrl, getConnection, getStatement, then
@@ -45,7 +46,10 @@ public class jdbcUtilities {
     return attempt(null, () -> target().vendor);
   }
 
-  /** Connects unless a connection is open. An empty user or password is left out. */
+  /**
+   * Connects unless a connection is open. An empty user or password is left out. The connection begins in auto-commit
+   * mode, whatever the URL says of it; a transaction is opened in SQL.
+   */
   public boolean getConnection(String user, String password) {
     return attempt(() -> session.connect(target(), user, password));
   }
@@ -118,7 +122,10 @@ public class jdbcUtilities {
     return attempt(-1, () -> session.update(sql));
   }
 
-  /** Asks the database to give up the statement that runs. Any thread; it may come too late. */
+  /**
+   * Asks the database to give up the statement that runs. Any thread; it may come too late. It alone throws, since the
+   * error of the call that it interrupts is that one's thread's to tell.
+   */
   public void cancel() throws java.sql.SQLException {
     session.cancel();
   }
@@ -130,7 +137,11 @@ public class jdbcUtilities {
 
   /**
    * Runs the statements of the batch in one transaction: all of them take effect, or none. Either way the batch is
-   * empty afterwards. In a transaction that the caller opened in SQL, the batch becomes part of that one.
+   * empty afterwards. What the database commits by itself (on H2, HSQLDB and MariaDB a "create table" with all before
+   * it) or keeps in tables without transactions is not undone.
+   *
+   * <p>In a transaction that the caller opened in SQL, the batch becomes part of that one where the driver tells of it,
+   * as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere, on HSQLDB for one, the batch commits it.
    *
    * @return how many statements ran
    */
@@ -197,12 +208,8 @@ public class jdbcUtilities {
   }
 
   private void record(Throwable failure) {
-    errorCode = OTHER_ERROR;
-    try {
-      if (failure instanceof SQLException && !ErrorText.isOutOfMemory(failure)) errorCode = DATABASE_ERROR;
-      errorMessage = ErrorText.of(failure);
-    } catch (Throwable noMemoryLeft) {
-      errorMessage = "out of memory";
-    }
+    boolean isDatabases = failure instanceof SQLException && !ErrorText.isOutOfMemory(failure);
+    errorCode = isDatabases ? DATABASE_ERROR : OTHER_ERROR;
+    errorMessage = ErrorText.of(failure);
   }
 }

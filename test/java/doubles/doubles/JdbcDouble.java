@@ -3,6 +3,7 @@ package doubles;
 import java.lang.reflect.InvocationHandler;
 import java.lang.reflect.Method;
 import java.lang.reflect.Proxy;
+import java.sql.BatchUpdateException;
 import java.sql.DatabaseMetaData;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
@@ -16,6 +17,8 @@ final class JdbcDouble implements InvocationHandler {
   private final Class<?> type;
   private final Table table;
   private int batched;
+  private boolean autoCommit = true;
+  private boolean closed;
 
   private JdbcDouble(Class<?> type, Table table) {
     this.type = type;
@@ -37,8 +40,24 @@ final class JdbcDouble implements InvocationHandler {
     return answer == null ? null : answer(member, answer, arguments);
   }
 
-  private Object answer(String member, String answer, Object[] arguments) {
+  private Object answer(String member, String answer, Object[] arguments) throws BatchUpdateException {
     switch (member) {
+      case "Connection.getAutoCommit":
+        return autoCommit;
+      case "Connection.setAutoCommit":
+        autoCommit = (Boolean) arguments[0];
+        return null;
+      case "Connection.getTransactionState":
+        return Integer.parseInt(answer);
+      case "Connection.isClosed":
+      case "Statement.isClosed":
+        return closed;
+      case "Connection.close":
+      case "Statement.close":
+        closed = true;
+        return null;
+      case "Statement.execute":
+        return false;
       case "Connection.createStatement":
         return make(Statement.class, null);
       case "Connection.getMetaData":
@@ -62,6 +81,7 @@ final class JdbcDouble implements InvocationHandler {
         return table.cell((Integer) arguments[0]);
       case "ResultSetMetaData.getColumnCount":
         return table.columnCount();
+      case "ResultSetMetaData.getColumnLabel":
       case "ResultSetMetaData.getColumnName":
         return table.columnName((Integer) arguments[0]);
       case "ResultSetMetaData.getColumnType":
@@ -71,11 +91,15 @@ final class JdbcDouble implements InvocationHandler {
     }
   }
 
-  private int[] executeBatch(String counts) {
+  /** @param answer counts, with the text of a failure behind them if it is to fail; or nothing */
+  private int[] executeBatch(String answer) throws BatchUpdateException {
     int added = batched;
     batched = 0;
-    if (!counts.isEmpty()) {
-      return Arrays.stream(counts.split(",")).mapToInt(Integer::parseInt).toArray();
+    if (!answer.isEmpty()) {
+      String[] parts = answer.split(" ", 2);
+      int[] counts = Arrays.stream(parts[0].split(",")).mapToInt(Integer::parseInt).toArray();
+      if (parts.length == 2) throw new BatchUpdateException(parts[1], "23505", counts);
+      return counts;
     }
     int[] ones = new int[added];
     Arrays.fill(ones, 1);

@@ -13,7 +13,7 @@ public final class Recorder {
 
   private Recorder() {}
 
-  /** From now on the member answers so: "throw", "null", text that the member understands, or as "usual". */
+  /** From now on the member answers so: "throw", "throw 9" causes, "null", text that it understands, or as "usual". */
   public static void answer(String member, String text) {
     ANSWERS.put(member, text);
     ANSWERS.remove(member, "usual");
@@ -48,10 +48,17 @@ public final class Recorder {
 
   /** What a scripted text stands for. */
   static String value(String member, String text) {
-    if (text.equals("throw")) {
-      throw Recorder.<RuntimeException>unchecked(new SQLException(member + " refused"));
+    if (text.equals("throw") || text.startsWith("throw ")) {
+      throw Recorder.<RuntimeException>unchecked(refusal(member, text));
     }
     return text.equals("null") ? null : text;
+  }
+
+  private static SQLException refusal(String member, String text) {
+    SQLException refusal = new SQLException(member + " refused");
+    int causes = text.equals("throw") ? 0 : Integer.parseInt(text.substring("throw ".length()));
+    for (int cause = 1; cause <= causes; ++cause) refusal = new SQLException(member + " refused, " + cause, refusal);
+    return refusal;
   }
 
   /** Lets a checked exception out of members that do not declare it. */

@@ -1,0 +1,199 @@
+// The companion's own classes over a driver that answers as no packaged one does, found behind two that are unusable.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "JavaConnectionUtils.h"
+#include "doubles.h"
+#include "jdbcWrapper.h"
+
+namespace {
+
+class Drivers : public kivo::test::DoublesTest {
+ protected:
+  Drivers() { connect("jdbc:any:thing"); }
+
+  void connect(std::string url) {
+    wrapper.closeConnection();
+    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection("", "") && wrapper.getStatement())
+        << wrapper.errorMessage;
+    calls();
+  }
+
+  int batch(int statements) {
+    for (int count = 0; count < statements; ++count) EXPECT_TRUE(wrapper.addToBatch("insert"));
+    int executed = 0;
+    wrapper.executeBatch(executed);
+    return executed;
+  }
+
+  void query() {
+    EXPECT_TRUE(wrapper.executeQuery("select 1", 0)) << wrapper.errorMessage;
+    while (wrapper.next()) continue;
+  }
+
+  /// The calls since the last time that open or end a transaction.
+  std::string transactionCalls() {
+    std::istringstream lines(calls());
+    std::string kept;
+    for (std::string line; std::getline(lines, line);) {
+      const bool isOne = line.find("Connection.setAutoCommit") == 0 || line.find("Connection.commit") == 0 ||
+                         line.find("Connection.rollback") == 0 || line.find("Statement.execute(") == 0;
+      if (isOne) kept += line.substr(line.find('.') + 1) + ' ';
+    }
+    return kept;
+  }
+
+  jdbcWrapper wrapper;
+};
+
+TEST_F(Drivers, AUrlIsBuiltByTheWordOfItsDatabaseOrRefused) {
+  const struct {
+    const char* word;
+    const char* host;
+    const char* port;
+    const char* instance;
+    const char* database;
+    std::string url;
+    std::string vendor;
+    std::string complaint;
+  } rows[] = {
+      {"oracle", "h", "1", "i", "d", "jdbc:oracle:thin:@h:1:i", "oracle", ""},
+      {"oracle", "h", "1", "", "d", "", "", "for Oracle the instance name must not be empty"},
+      {"mssql", "h", "1", "i", "", "jdbc:microsoft:sqlserver://h\\i:1;responseBuffering=adaptive", "microsoft", ""},
+      {"velmar", "h", "1", "", "d", "jdbc:velmar:Tds:h:1", "velmar", ""},
+      {"netezza", "h", "1", "i", "", "jdbc:netezza://h:1/i", "netezza", ""},
+      {"teradata", "h", "1", "", "d", "jdbc:teradata://h/DBS_PORT=1,DATABASE=d", "teradata", ""},
+      {"teradata", "h", "1", "i", "", "jdbc:teradata://h/DBS_PORT=1", "teradata",
+       "teradata jdbc does not support a specified instance."},
+      {"db2", "h", "0", "i", "", "jdbc:db2://h:0/i", "db2", ""},
+      {"kdb", "h", "1", "", "", "jdbc:q:h:1", "kx", ""},
+      {"postgresql", "h", "1", "i", "d", "jdbc:postgresql://h:1/i", "postgresql", ""},
+      {"sqlserver", "h", "", "i", "d", "jdbc:sqlserver://h\\i;databaseName=d", "sqlserver", ""},
+      {"mariadb", "h", "0", "", "{host}[x]", "jdbc:mariadb://h/{host}[x]", "mariadb", ""},
+      {"h2", "h", "1", "", "d", "jdbc:h2:tcp://h:1/d", "h2", ""},
+      {"h2", "", "1", "", "mem:d", "jdbc:h2:mem:d", "h2", ""},
+      {"derby", "", "", "", "memory:d;create=true", "jdbc:derby:memory:d;create=true", "derby", ""},
+      {"hsqldb", "h", "", "", "d", "jdbc:hsqldb:hsql://h/d", "hsqldb", ""},
+      {"sqlite", "h", "", "", ":memory:", "jdbc:sqlite::memory:", "sqlite", ""},
+      {"Oracle", "h", "1", "i", "d", "", "", "unsupported database type"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.word) + ' ' + row.url);
+    jdbcWrapper fresh;
+    std::string url;
+    EXPECT_EQ(fresh.setUrl(row.word, row.host, row.port, row.instance, row.database, url), row.complaint.empty());
+    EXPECT_EQ(fresh.errorMessage, row.complaint);
+    std::string vendor;
+    EXPECT_EQ(fresh.getUrl(url), !row.url.empty());
+    fresh.getVendor(vendor);
+    EXPECT_EQ(url, row.url);
+    EXPECT_EQ(vendor, row.vendor);
+  }
+  for (std::string url : {"nonsense", "jdbc:word", "jdbc::x"}) {
+    EXPECT_FALSE(wrapper.setUrl("", "", "", "", "", url));
+    EXPECT_EQ(wrapper.errorMessage, "could not parse the url");
+  }
+}
+
+TEST_F(Drivers, TheBridgesClassSaysWhichParameterIsWrong) {
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge(className);
+  EXPECT_TRUE(bridge.javaInit());
+  const auto set = [&](std::vector<std::string> names, std::vector<std::string> values) {
+    return bridge.setParams(names, values);
+  };
+  const std::string misuse = "com.ulvanejdbc.MisuseException: ";
+  EXPECT_EQ(printed([&] {
+              set({"url", "usr"}, {"jdbc:any:x", "me"});
+            }),
+            misuse + "unknown parameter \"usr\": there are [url, user, password, query]\n");
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(bridge.makeConnection()); }), misuse + "missing parameter \"url\"\n");
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"url"}, {"jdbc:any:x"}) && bridge.makeConnection()); }), "");
+  EXPECT_EQ(printed([&] { EXPECT_FALSE(bridge.query()); }), misuse + "missing parameter \"query\"\n");
+  EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"query"}, {"select 1"}) && bridge.query() && bridge.next()); }), "");
+}
+
+TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
+  const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
+  const struct {
+    const char* what;
+    const char* url;
+    const char* state;
+    std::string query;
+    std::string batch;
+    std::string afterTheCallers;
+  } rows[] = {
+      {"not told", "jdbc:postgresql:silent", "", "", own, ""},
+      {"none", "jdbc:postgresql:telling", "0", own, own, ""},
+      {"the caller's", "jdbc:postgresql:telling", "1", "setAutoCommit(false) ",
+       "execute(savepoint kivo_batch) execute(release savepoint kivo_batch) ", "setAutoCommit(true) "},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    connect(row.url);
+    answer("Connection.getTransactionState", row.state);
+    query();
+    EXPECT_EQ(transactionCalls(), row.query);
+    EXPECT_EQ(batch(2), 2);
+    EXPECT_EQ(transactionCalls(), row.batch);
+    answer("Connection.getTransactionState", "0");
+    wrapper.executeUpdate("commit");
+    EXPECT_EQ(transactionCalls(), row.afterTheCallers);
+  }
+}
+
+TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnce) {
+  const struct {
+    const char* countsAndText;
+    const char* number;
+  } rows[] = {
+      {"-3,-3,-3 Batch entry 1 insert was aborted.  Call getNextException to see more.", "2"},
+      {"-3,-3,-3 L'element du batch 2 insert a ete annule. Appeler getNextException pour plus.", "3"},
+      {"1,-3,1 [jcc][t4][102] Batch failure. Use getNextException().", "2"},
+      {"1,-3,1 Error 0. Use getNextException().", "2"},
+      {"1,-3,-3 [jcc][t4][2] Batch failure. Use getNextException().", "2"},
+      {"1,-3,-3 Batch entry 7 of another numbering", "2"},
+      {"1,1 duplicate key", "3"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.countsAndText);
+    const std::string answered = row.countsAndText;
+    answer("Statement.executeBatch", answered);
+    batch(3);
+    EXPECT_EQ(wrapper.errorState, 1);
+    EXPECT_EQ(wrapper.errorMessage, std::string("the batch was rolled back: statement ") + row.number +
+                                        " of 3 failed [23505/0]\n" + answered.substr(answered.find(' ') + 1) +
+                                        " [23505/0]");
+  }
+}
+
+TEST_F(Drivers, ARefusedCommitIsToldAlsoWhenNothingCanBeUndone) {
+  for (const char* member : {"Connection.commit", "Connection.rollback"}) answer(member, "throw");
+  batch(1);
+  EXPECT_EQ(wrapper.errorMessage, "Connection.commit refused [/0]");
+}
+
+TEST_F(Drivers, ABatchThatCouldNotBeginIsGone) {
+  EXPECT_TRUE(wrapper.executeQuery("select 1", 0));
+  answer("ResultSet.close", "throw");
+  EXPECT_EQ(batch(1), -1);
+  EXPECT_EQ(wrapper.errorMessage, "ResultSet.close refused [/0]");
+  answer("ResultSet.close", "usual");
+  EXPECT_EQ(batch(1), 1);
+}
+
+TEST_F(Drivers, ALongChainIsToldInPart) {
+  answer("Statement.executeUpdate", "throw 40000");
+  EXPECT_LT(wrapper.executeUpdate("any"), 0);
+  const std::string& told = wrapper.errorMessage;
+  EXPECT_EQ(told.find("Statement.executeUpdate refused, 40000 [/0]\n"), 0U) << told.substr(0, 2000);
+  EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 20);
+  EXPECT_EQ(told.substr(told.rfind('\n')), "\nand 39981 more");
+}
+
+}  // namespace

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "wrapper_on_databases.h"
+
+namespace kivo::test {
+namespace {
+
+TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
+  recreate("batched", "id int primary key");
+  update("insert into batched values (1)");
+  EXPECT_LT(
+      batch({"insert into batched values (5)", "insert into batched values (1)", "insert into batched values (6)"}), 0);
+  EXPECT_EQ(wrapper.errorState, 1);
+  EXPECT_EQ(wrapper.errorMessage.find("the batch was rolled back: statement 2 of 3 failed ["), 0U)
+      << wrapper.errorMessage;
+  EXPECT_EQ(only("select count(*) from batched"), "1");
+
+  // The connection is back in auto-commit, and the failed batch is gone.
+  EXPECT_EQ(update("insert into batched values (7)"), 1);
+  EXPECT_EQ(othersOnly("select count(*) from batched"), "2");
+}
+
+TEST_P(Databases, ATransactionOpenedInSqlIsTheCallersToEnd) {
+  // Derby has no statement for it, and HSQLDB's driver does not tell.
+  if (database.word == "derby" || database.word == "hsqldb") return;
+  recreate("owned", "id int primary key");
+  const struct {
+    const char* end;
+    const char* kept;
+  } rows[] = {{"rollback", "0"}, {"commit", "1"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.end);
+    update("begin");
+    EXPECT_EQ(batch({"insert into owned values (1)"}), 1) << wrapper.errorMessage;
+    EXPECT_LT(batch({"insert into owned values (2)", "insert into owned values (1)"}), 0);
+    query("select id from owned");
+    EXPECT_TRUE(wrapper.next());
+    update(row.end);
+    EXPECT_EQ(only("select count(*) from owned"), row.kept);
+  }
+  EXPECT_EQ(update("insert into owned values (7)"), 1);
+  EXPECT_EQ(othersOnly("select count(*) from owned"), "2") << "auto-commit was not given back";
+
+  // Where the first statement commits by itself, the batch has run all the same.
+  wrapper.executeUpdate("drop table owned_more");
+  update("begin");
+  EXPECT_EQ(batch({"create table owned_more (id int)", "insert into owned values (8)"}), 2) << wrapper.errorMessage;
+  update("commit");
+  EXPECT_EQ(othersOnly("select count(*) from owned"), "3");
+}
+
+TEST_P(Databases, WhatAQueryChangedIsCommittedHoweverItsRowsEnd) {
+  const struct {
+    const char* word;
+    const char* before;
+    const char* after;
+  } shapes[] = {{"h2", "select id from final table (", ")"},
+                {"mariadb", "", " returning id"},
+                {"postgresql", "", " returning id"}};
+  const struct {
+    const char* what;
+    std::function<void(jdbcWrapper&)> end;
+  } rows[] = {
+      {"read to their end",
+       [](jdbcWrapper& w) {
+         while (w.next()) continue;
+       }},
+      {"another statement", [](jdbcWrapper& w) { w.executeUpdate("delete from changed where id < 0"); }},
+      {"closed", [](jdbcWrapper& w) { w.closeConnection(); }},
+  };
+  for (const auto& shape : shapes) {
+    if (database.word != shape.word) continue;
+    recreate("changed", "id int");
+    int count = 0;
+    for (const auto& row : rows) {
+      SCOPED_TRACE(row.what);
+      query(shape.before + std::string("insert into changed values (1)") + shape.after);
+      EXPECT_TRUE(wrapper.next());
+      row.end(wrapper);
+      EXPECT_EQ(othersOnly("select count(*) from changed"), std::to_string(++count));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);
+
+TEST(Connections, CommitWhateverTheirUrlSaysOfAutoCommit) {
+  const struct {
+    int index;
+    const char* setting;
+  } rows[] = {{0, ";AUTOCOMMIT=OFF"}, {4, "?autocommit=false"}};
+  for (const auto& row : rows) {
+    const Database& database = databases()[static_cast<std::size_t>(row.index)];
+    SCOPED_TRACE(database.word);
+    for (const char* sql :
+         {"create table committed (id int)", "insert into committed values (1)", "drop table committed"}) {
+      jdbcWrapper wrapper;
+      std::string url = database.url + row.setting;
+      EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(database.user, database.password) &&
+                  wrapper.getStatement());
+      if (*sql == 'd') {
+        EXPECT_EQ(wrapper.executeUpdate("delete from committed"), 1);
+      }
+      EXPECT_GE(wrapper.executeUpdate(sql), 0) << wrapper.errorMessage;
+      wrapper.closeConnection();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kivo::test
