@@ -1,13 +1,15 @@
 #include "JdbcUtils.h"
 #include "java_errors.h"
 #include "session.h"
+#include "statement_splitter.h"
 
 namespace kivosql {
 
 namespace {
 
 /// The vendors' own DataSource classes. Rows are read with auto-commit off, as some drivers, PostgreSQL's among them,
-/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap.
+/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap. In a transaction
+/// that the caller opened in SQL they are, since switching auto-commit on again would commit it.
 class JdbcSession : public Session {
  public:
   bool open(const Target& target) override {
@@ -27,7 +29,7 @@ class JdbcSession : public Session {
       return database_.getColumnInfo(column, name, type);
     };
     std::string text = toJava(sql);
-    if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
+    if (!endTransaction() || (!callersTransaction_ && !done(database_.setAutoCommit(false)))) return false;
     if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
       rows_.open(database_);
       return true;
@@ -51,7 +53,9 @@ class JdbcSession : public Session {
     std::string text = toJava(sql);
     if (!endTransaction()) return -1;
     const int count = database_.executeUpdate(text);
-    return done(count >= 0) ? count : -1;
+    if (!done(count >= 0)) return -1;
+    callersTransaction_ = leavesTransaction(sql, callersTransaction_);
+    return count;
   }
 
   /// Statement by statement: the library's batch commits also when one of its statements failed.
@@ -120,6 +124,7 @@ class JdbcSession : public Session {
   JavaErrors printed_;
   JdbcUtils database_;
   BlockRows rows_;  ///< of the last query; goes before the database
+  bool callersTransaction_ = false;
 };
 
 }  // namespace

@@ -104,6 +104,15 @@ rows=$(printf '1,a;b\n2,""\n3,\n4,日本 🎉')
 check "the rest runs" "$rows" "$(csv run script.sql --keep-going 2>err | tail -n 4)"
 check "the line of what failed" 1 "$(grep -c '^kivosql: script.sql:3: Unique' err)"
 check "nothing after a failure" "" "$(csv run script.sql 2>err)"
+cat >own.sql <<'END'
+create temp table own (id int);
+begin; insert into own values (1); select * from own; savepoint s; rollback to s; select * from own; rollback;
+begin; insert into own values (2); commit;
+select sum(id) from own;
+END
+for carrier in wrapper jdbc; do
+  check "a transaction of the script's own through $carrier" 2 "$(csv $postgres --through $carrier run own.sql | tail -n 1)"
+done
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 echo "== loading"
