@@ -41,20 +41,24 @@ bool JavaRowLoader::open(JNIEnv* env, jobject utilities, const std::string& inse
   return loader_ != nullptr;
 }
 
-bool JavaRowLoader::store(PackedRows& rows) {
+bool JavaRowLoader::store(PackedRows& rows, std::string& why) {
   // Java counts the bytes of a text in an int.
   if (loader_ == nullptr || rows.text.size() > INT32_MAX) return false;
   const LocalFrame frame(env_);
-  const jmethodID store =
-      env_->GetMethodID(env_->GetObjectClass(loader_), "store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z");
+  const jmethodID store = env_->GetMethodID(env_->GetObjectClass(loader_), "store",
+                                            "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Ljava/lang/String;");
   if (store == nullptr) return false;
   const jobject ends =
       env_->NewDirectByteBuffer(rows.ends.data(), static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0])));
   if (ends == nullptr) return false;
   const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
   if (text == nullptr) return false;
-  const bool stored = env_->CallBooleanMethod(loader_, store, ends, text) == JNI_TRUE;
-  return env_->ExceptionCheck() == JNI_FALSE && stored;
+  auto* const reason = static_cast<jstring>(env_->CallObjectMethod(loader_, store, ends, text));
+  if (env_->ExceptionCheck() == JNI_TRUE) return false;
+  const char* characters = reason == nullptr ? nullptr : env_->GetStringUTFChars(reason, nullptr);
+  if (characters != nullptr) why = characters;
+  if (characters != nullptr) env_->ReleaseStringUTFChars(reason, characters);
+  return reason == nullptr;
 }
 
 }  // namespace kivosql

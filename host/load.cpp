@@ -153,13 +153,21 @@ class Loader {
     return context_.session.updateAll(statements);
   }
 
-  /// Stores the batch, or nothing of it.
+  /// Stores the batch, or nothing of it, save where the connection broke.
+  bool storeBatch() {
+    if (storeRows()) return true;
+    broken_ = prepared_ && context_.session.isBroken();
+    if (broken_ || Interrupt::happened()) return false;
+    if (storeByStatements()) return true;
+    broken_ = context_.session.isBroken();
+    return false;
+  }
+
   ExitCode store() {
     if (Interrupt::happened()) return failed(context_, "");
-    if (!batch_.empty() && !storeRows() && (Interrupt::happened() || !storeByStatements())) {
+    if (!batch_.empty() && !storeBatch()) {
       progress_.stop();
-      return failed(context_, path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
-                                  std::to_string(firstLine_) + ": ");
+      return failed(context_, path_ + ", " + batchRows() + ", from line " + std::to_string(firstLine_) + ": ");
     }
     stored_ += batch_.size();
     batch_.clear();
@@ -179,16 +187,27 @@ class Loader {
     return kFailed;
   }
 
-  /// The last word: exactly which rows are in the table.
+  std::string batchRows() const { return range(stored_ + 1, stored_ + batch_.size()); }
+
+  /// Exactly which rows are in the table, where that can be known.
+  void tellStored() const {
+    const std::string stored = range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is stored, " : " are stored, ");
+    if (broken_) {
+      const std::string open = batchRows() + " of " + path_ + " may be stored: the connection broke";
+      complain(stored_ == 0 ? open : stored + open);
+    } else {
+      complain(stored_ == 0 ? "no row of " + path_ + " is stored" : stored + "none behind");
+    }
+  }
+
+  /// The last word.
   ExitCode stopped(ExitCode code) {
     progress_.stop();
     if (code == kDone) {
       remark(context_, counted(stored_, "row") + " stored in " + table_);
       tellTiming(context_, stored_, watch_.elapsed());
-    } else if (stored_ == 0) {
-      complain("no row of " + path_ + " is stored");
     } else {
-      complain(range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is" : " are") + " stored, none behind");
+      tellStored();
     }
     return code;
   }
@@ -206,6 +225,7 @@ class Loader {
   std::vector<Record> batch_;
   PackedRows packed_;
   std::size_t firstLine_ = 0;
+  bool broken_ = false;  ///< the connection, on storing the batch
   unsigned long long stored_ = 0;
   unsigned long long storedBytes_ = 0;  ///< of the file
   std::string fault_;

@@ -111,7 +111,7 @@ class Session {
   virtual bool prepareRows(const std::string& /*insert*/, int /*columns*/) { return false; }
 
   /// Stores rows as one transaction, each value as the database would read it in quotes.
-  /// @return whether all are stored; otherwise none is, and updateAll() will tell why.
+  /// @return whether all are stored; otherwise none is, save where isBroken().
   virtual bool storeRows(PackedRows& /*rows*/) { return false; }
 
   virtual bool tables(std::vector<std::string>& names) = 0;
@@ -122,6 +122,9 @@ class Session {
   /// Asks the database to give up the statement that runs. Any thread, between open() and close().
   /// @return false when it cannot be asked.
   virtual bool cancel() = 0;
+
+  /// Whether the connection has gone, and with it the answer to what ran last. error() stays.
+  virtual bool isBroken() { return false; }
 
   virtual void close() = 0;
 
@@ -171,5 +174,8 @@ constexpr Carrier kCarriers[] = {
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
 bool cancelInJava(void* object);
+
+/// Whether isValid() of a Java object, null for one that is closed, says no.
+bool isBrokenInJava(JNIEnv* env, void* object);
 
 }  // namespace kivosql

@@ -78,6 +78,8 @@ class JdbcSession : public Session {
 
   bool cancel() override { return cancelInJava(database_.statement); }
 
+  bool isBroken() override { return isBrokenInJava(database_.env, database_.connection); }
+
   void close() override {
     endTransaction();
     database_.closeConnection();

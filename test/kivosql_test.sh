@@ -136,6 +136,20 @@ for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
   "$kivosql" $server update 'delete from big where id > 100000' >out
 done
 
+# The server goes before it has answered to the commit.
+"$kivosql" $postgres update 'create table frail (id int)' >out
+"$kivosql" $postgres update 'create function breaks() returns trigger language plpgsql as
+  $$ begin perform pg_terminate_backend(pg_backend_pid()); return new; end $$' >out
+"$kivosql" $postgres update 'create constraint trigger breaks after insert on frail deferrable initially deferred
+  for each row when (new.id > 2) execute function breaks()' >out
+seq 5 >frail.csv
+for carrier in wrapper jdbc; do
+  code=0
+  "$kivosql" $postgres --through $carrier load frail.csv frail --no-header --batch 2 2>err || code=$?
+  check "a connection that breaks, through $carrier" "1 1 1 2" "$code $(grep -c 'line 3: .*terminating connection' err) $(
+    grep -c 'rows 1 to 2 .* are stored, rows 3 to 4 .* may be stored: the connection broke' err) $(said err | wc -l)"
+done
+
 # Prepared statements and statements with literals must come to the same.
 "$kivosql" $postgres update 'create table typed (id int, truth boolean, day date, at timestamptz, ratio float8,
   amount numeric(9,2), list int[], doc jsonb, fixed char(5), raw bytea, span interval, loose text)' >out
