@@ -1,8 +1,9 @@
 #include "commands.h"
 
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <iostream>
 #include <iterator>
 
@@ -82,14 +83,6 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
   return flushed(context.out);
 }
 
-bool readWhole(const std::string& path, std::string& text) {
-  std::ifstream file;
-  if (path != "-") file.open(path, std::ios::binary);
-  std::istream& input = path == "-" ? std::cin : file;
-  text.assign(std::istreambuf_iterator<char>(input.rdbuf()), {});
-  return path == "-" || file.is_open();
-}
-
 ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
   if (!statement.complete) {
     complain(place + "a quote or comment in this statement never ends");
@@ -125,6 +118,18 @@ bool isTableName(const std::string& text) {
   }
 }
 
+std::istream* openInput(const std::string& path, std::ifstream& file) {
+  if (path == "-") return &std::cin;
+  std::error_code unknown;
+  // A folder can be opened, but not read.
+  if (!std::filesystem::is_directory(path, unknown)) file.open(path, std::ios::binary);
+  if (file.is_open()) return &file;
+  complain("cannot read " + path);
+  return nullptr;
+}
+
+bool standardInputFailed() { return std::ferror(stdin) != 0; }
+
 ExitCode failed(const Context& context, const std::string& what) {
   if (Interrupt::happened()) {
     complain(what + "interrupted");
@@ -156,9 +161,12 @@ ExitCode runUpdate(Context& context) { return update(context, context.options.ar
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
-  std::string script;
-  if (!readWhole(path, script)) {
-    complain("cannot read " + path);
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  if (input == nullptr) return kWrongUse;
+  const std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  if (standardInputFailed()) {
+    complain("cannot read standard input");
     return kWrongUse;
   }
   const Dialect dialect = literalsFor(context.session.url()).dialect;

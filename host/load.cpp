@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 
 #include "KivoUtf8.h"
 #include "commands.h"
@@ -81,9 +79,20 @@ class Loader {
   }
 
  private:
+  /// @return false at the end, and on a fault.
+  bool nextRecord(Record& record) {
+    try {
+      const bool read = reader_.next(record);
+      if (standardInputFailed()) return fail("cannot read standard input");
+      return read || fail(reader_.error());
+    } catch (const std::ios_base::failure& failure) {
+      return fail(failure.what());
+    }
+  }
+
   bool readHeader() {
     Record header;
-    if (!reader_.next(header)) return fail(reader_.error().empty() ? "the file is empty" : reader_.error());
+    if (!nextRecord(header)) return fail(fault_.empty() ? "the file is empty" : fault_);
     std::vector<Column> chosen;
     for (const CsvField& field : header) {
       const Column* column = findColumn(columns_, field.text);
@@ -96,7 +105,7 @@ class Loader {
 
   ExitCode loadAll() {
     Record record;
-    while (reader_.next(record)) {
+    while (nextRecord(record)) {
       // A line with nothing on it is a value only where there is one column.
       if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
       if (!accepts(record)) return refused();
@@ -105,8 +114,7 @@ class Loader {
       if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMostBatchBytes) continue;
       if (const ExitCode code = store(); code != kDone) return code;
     }
-    if (!reader_.error().empty()) return fail(reader_.error()), refused();
-    return store();
+    return fault_.empty() ? store() : refused();
   }
 
   bool accepts(const Record& record) {
@@ -244,12 +252,10 @@ ExitCode runLoad(Context& context) {
   }
   std::error_code unknown;
   const auto size = std::filesystem::file_size(path, unknown);
-  std::ifstream file(path == "-" ? "" : path, std::ios::binary);
-  if (path != "-" && !file) {
-    complain("cannot read " + path);
-    return kWrongUse;
-  }
-  return Loader(context, path == "-" ? std::cin : file, unknown ? 0 : size).run();
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  if (input == nullptr) return kWrongUse;
+  return Loader(context, *input, unknown ? 0 : size).run();
 }
 
 }  // namespace kivosql

@@ -78,6 +78,9 @@ errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
 errors 2 'others have access' --user u --password-file readable tables
 errors 2 'not the name of a table' describe 't; drop table t'
 errors 2 'only reads' --through bridge update 'delete from t'
+errors 2 'cannot read /$' run /
+errors 2 'cannot read /$' load / t
+errors 1 'error reading' run /proc/self/mem
 errors 3 'no driver' --url jdbc:nosuch:x tables
 errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
 errors 3 'Unknown vendor' --through jdbc tables
@@ -92,6 +95,10 @@ check "stack traces only when asked for" yes \
 code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
 check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
+
+for command in 'run -' 'load - information_schema.users'; do
+  check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
+done
 
 echo "== scripts, and text through the database"
 cat >script.sql <<'END'
