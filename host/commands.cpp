@@ -175,7 +175,9 @@ ExitCode runScript(Context& context) {
   Statement statement;
   while (context.out.good() && splitter.next(statement)) {
     const std::string place = path + ':' + std::to_string(statement.line) + ": ";
-    const ExitCode code = runStatement(context, statement, dialect, place);
+    // It may have come between two statements, where there was nothing to cancel.
+    const ExitCode code =
+        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
     if (code != kDone) worst = code;
     if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) break;
   }

@@ -1,4 +1,5 @@
 #include "JdbcUtils.h"
+#include "interrupt.h"
 #include "java_errors.h"
 #include "session.h"
 #include "statement_splitter.h"
@@ -63,7 +64,7 @@ class JdbcSession : public Session {
     if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
     for (const std::string& sql : statements) {
       std::string text = toJava(sql);
-      if (done(database_.executeUpdate(text) >= 0)) continue;
+      if (!Interrupt::happened() && done(database_.executeUpdate(text) >= 0)) continue;
       keepError([this] { rollBack(); });
       return false;
     }

@@ -240,13 +240,15 @@ echo "== interrupts"
   $$ begin perform pg_sleep(99); return new; end $$' >out
 "$kivosql" $postgres update 'create trigger sleeps before insert on slow for each row execute function sleeps()' >out
 echo 1 >slow.csv
-for carrier in wrapper jdbc; do
-  for command in "query 'select pg_sleep(99)'" "load slow.csv slow --no-header"; do
-    on_terminal 'rows/s' '\003' "'$kivosql' $postgres --through $carrier $command >out; echo code=\$?"
-    check "Ctrl-C through $carrier: $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
-    check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
-      where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
-  done
+yes 'set enable_sort = on;' | head -n 300000 >short.sql
+query="query 'select pg_sleep(99)'"
+load="load slow.csv slow --no-header"
+run="run short.sql --format csv"
+for command in "wrapper $query" "jdbc $query" "wrapper $load" "jdbc $load" "wrapper $run" "jdbc $run"; do
+  on_terminal 'rows/s\|changed' '\003' "'$kivosql' $postgres --through $command >out; echo code=\$?"
+  check "Ctrl-C through $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
+  check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
+    where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
 done
 
 echo "== memory"
