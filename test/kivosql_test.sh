@@ -198,8 +198,8 @@ check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/envir
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
 
-# Runs a shell command on a terminal, and types once the terminal shows what is awaited. Ctrl-C reaches the shell too,
-# and some shells would end with it.
+# Runs a shell command on a terminal, and types, word by word, once the terminal shows what is awaited. Ctrl-C reaches
+# the shell too, and some shells would end with it.
 on_terminal() { # AWAITED TYPED COMMAND
   rm -f keys
   mkfifo keys
@@ -209,8 +209,10 @@ on_terminal() { # AWAITED TYPED COMMAND
       grep -q "$1" screen && break
       sleep 0.1
     done
-    printf '%b' "$2"
-    sleep 1
+    for word in $2; do
+      printf '%b' "$word"
+      sleep 1
+    done
   } >keys &
   script -qefc "trap : INT; $3" screen <keys >/dev/null || true
   wait $!
@@ -249,6 +251,14 @@ for command in "wrapper $query" "jdbc $query" "wrapper $load" "jdbc $load" "wrap
   check "Ctrl-C through $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
   check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
     where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
+done
+
+server=$(head -n 1 postgres/data/postmaster.pid)
+hang="update \"copy (select 1) to program 'kill -STOP $server; sleep 20'\""
+for keys in '\003' '\003 \003'; do
+  on_terminal 'rows/s' "$keys" "'$kivosql' $postgres $hang; echo code=\$?"
+  kill -CONT "$server"
+  check "$keys, and the server hangs" "1 $((${#keys} == 4))" "$(grep -c 'code=130' screen) $(grep -c 'had not ended' screen)"
 done
 
 echo "== memory"
