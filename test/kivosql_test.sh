@@ -246,7 +246,7 @@ yes 'set enable_sort = on;' | head -n 300000 >short.sql
 query="query 'select pg_sleep(99)'"
 load="load slow.csv slow --no-header"
 run="run short.sql --format csv"
-for command in "wrapper $query" "jdbc $query" "wrapper $load" "jdbc $load" "wrapper $run" "jdbc $run"; do
+for command in "wrapper $query" "jdbc $query" "bridge $query" "wrapper $load" "jdbc $load" "wrapper $run" "jdbc $run"; do
   on_terminal 'rows/s\|changed' '\003' "'$kivosql' $postgres --through $command >out; echo code=\$?"
   check "Ctrl-C through $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
   check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
