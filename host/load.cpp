@@ -64,7 +64,7 @@ class Loader {
         progress_(size) {}
 
   ExitCode run() {
-    if (!context_.session.describe(table_)) return stopped(failed(context_, ""));
+    if (!context_.session.describe(table_)) return stopped(failed(""));
     columns_ = context_.session.columns();
     if (!context_.options.noHeader && !readHeader()) return stopped(refused());
     if (!askDialect(context_.session, table_, dialect_)) {
@@ -172,10 +172,9 @@ class Loader {
   }
 
   ExitCode store() {
-    if (Interrupt::happened()) return failed(context_, "");
+    if (Interrupt::happened()) return failed("");
     if (!batch_.empty() && !storeBatch()) {
-      progress_.stop();
-      return failed(context_, path_ + ", " + batchRows() + ", from line " + std::to_string(firstLine_) + ": ");
+      return failed(path_ + ", " + batchRows() + ", from line " + std::to_string(firstLine_) + ": ");
     }
     stored_ += batch_.size();
     batch_.clear();
@@ -189,7 +188,13 @@ class Loader {
     return false;
   }
 
+  ExitCode failed(const std::string& what) {
+    progress_.stop();
+    return kivosql::failed(context_, what);
+  }
+
   ExitCode refused() {
+    if (Interrupt::happened()) return failed("");
     progress_.stop();
     complain(path_ + ": " + fault_);
     return kFailed;
