@@ -173,7 +173,9 @@ ExitCode runScript(Context& context) {
   StatementSplitter splitter(script, dialect);
   ExitCode worst = kDone;
   Statement statement;
-  while (context.out.good() && splitter.next(statement)) {
+  while (splitter.next(statement)) {
+    // A reader that had enough rows has not had the rest of the script run.
+    if (!context.out.good()) return kFailed;
     const std::string place = path + ':' + std::to_string(statement.line) + ": ";
     // It may have come between two statements, where there was nothing to cancel.
     const ExitCode code =

@@ -232,6 +232,11 @@ check "nothing moves without a terminal" "" "$(said err)"
 { "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |
   head -n 1 | tr -d '\r' >out
 check "a closed pipe" "x finished " "$(cat out) $(cat state) $(said err)"
+rows='select x from system_range(1, 999999)'
+for script in "$rows" "$rows; create table behind (id int)"; do
+  { echo "$script" | "$kivosql" run - --format csv 2>err || echo failed >>err; } | head -n 1 >out
+  check "a closed pipe: $script" "$([ "$script" = "$rows" ] || echo failed)" "$(said err)"
+done
 code=0
 "$kivosql" $h2 query 'select * from big' --format csv >/dev/full 2>err || code=$?
 check "a full disk" "1 1" "$code $(grep -c 'No space left' err)"
