@@ -107,11 +107,15 @@ class JdbcSession : public Session {
     return false;
   }
 
-  /// The library has no rollback of its own; as a statement, all of its vendors know it.
+  /// The library has no rollback of its own; as a statement, all of its vendors know it. What cannot be undone must not
+  /// be committed.
   void rollBack() {
     std::string rollback = "rollback";
-    database_.executeUpdate(rollback);
-    endTransaction();
+    if (done(database_.executeUpdate(rollback) >= 0)) {
+      endTransaction();
+    } else {
+      database_.closeConnection();
+    }
   }
 
   /// Runs clean-up whose own failure matters less than the one that led to it.
