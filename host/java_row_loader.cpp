@@ -7,16 +7,20 @@ namespace {
 /// Local references of a native thread live until they are released; these go with the object. An exception, too.
 class LocalFrame {
  public:
-  explicit LocalFrame(JNIEnv* env) : env_(env) { env->PushLocalFrame(16); }
+  explicit LocalFrame(JNIEnv* env) : env_(env), pushed_(env->PushLocalFrame(16) == 0) {}
   ~LocalFrame() {
     env_->ExceptionClear();
-    env_->PopLocalFrame(nullptr);
+    if (pushed_) env_->PopLocalFrame(nullptr);
   }
   LocalFrame(const LocalFrame&) = delete;
   LocalFrame& operator=(const LocalFrame&) = delete;
 
+  /// False when memory ran out.
+  bool pushed() const { return pushed_; }
+
  private:
   JNIEnv* env_;
+  bool pushed_;
 };
 
 }  // namespace
@@ -28,6 +32,7 @@ JavaRowLoader::~JavaRowLoader() {
 bool JavaRowLoader::open(JNIEnv* env, jobject utilities, const std::string& insert, int columns) {
   env_ = env;
   const LocalFrame frame(env);
+  if (!frame.pushed()) return false;
   const jclass type = env->FindClass("com/ulvanejdbc/RowLoader");
   if (type == nullptr) return false;
   const jmethodID of = env->GetStaticMethodID(
@@ -45,6 +50,7 @@ bool JavaRowLoader::store(PackedRows& rows, std::string& why) {
   // Java counts the bytes of a text in an int.
   if (loader_ == nullptr || rows.text.size() > INT32_MAX) return false;
   const LocalFrame frame(env_);
+  if (!frame.pushed()) return false;
   const jmethodID store = env_->GetMethodID(env_->GetObjectClass(loader_), "store",
                                             "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Ljava/lang/String;");
   if (store == nullptr) return false;
