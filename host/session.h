@@ -159,6 +159,7 @@ struct Carrier {
   const char* name;
   const char* about;
   bool writes;
+  bool takesParts;  ///< of a URL, instead of one
   std::unique_ptr<Session> (*make)();
 };
 
@@ -167,9 +168,9 @@ std::unique_ptr<Session> makeJdbcSession();
 std::unique_ptr<Session> makeBridgeSession();
 
 constexpr Carrier kCarriers[] = {
-    {"wrapper", "jdbcWrapper: any driver", true, makeWrapperSession},
-    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, makeJdbcSession},
-    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, makeBridgeSession},
+    {"wrapper", "jdbcWrapper: any driver", true, true, makeWrapperSession},
+    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, makeJdbcSession},
+    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, makeBridgeSession},
 };
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.

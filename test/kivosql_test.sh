@@ -77,6 +77,7 @@ errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
 errors 2 'others have access' --user u --password-file readable tables
 errors 2 'not the name of a table' describe 't; drop table t'
+errors 2 'needs --url' --through bridge --type postgresql --host h tables
 errors 2 'only reads' --through bridge update 'delete from t'
 errors 2 'cannot read /$' run /
 errors 2 'cannot read /$' load / t
