@@ -134,6 +134,9 @@ std::string faultOf(const CLI::App& app, const Options& options) {
     if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
     if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
   }
+  if (!options.target.type.empty() && !options.carrier->takesParts) {
+    return std::string("--through ") + options.carrier->name + " needs --url instead of --type";
+  }
   if (holdsPassword(options.target.url)) {
     return "a password in --url can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the "
            "prompt";

@@ -1,8 +1,9 @@
 #include "commands.h"
 
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <filesystem>
 #include <iostream>
 #include <iterator>
 
@@ -82,14 +83,6 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
   return flushed(context.out);
 }
 
-bool readWhole(const std::string& path, std::string& text) {
-  std::ifstream file;
-  if (path != "-") file.open(path, std::ios::binary);
-  std::istream& input = path == "-" ? std::cin : file;
-  text.assign(std::istreambuf_iterator<char>(input.rdbuf()), {});
-  return path == "-" || file.is_open();
-}
-
 ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
   if (!statement.complete) {
     complain(place + "a quote or comment in this statement never ends");
@@ -125,6 +118,18 @@ bool isTableName(const std::string& text) {
   }
 }
 
+std::istream* openInput(const std::string& path, std::ifstream& file) {
+  if (path == "-") return &std::cin;
+  std::error_code unknown;
+  // A folder can be opened, but not read.
+  if (!std::filesystem::is_directory(path, unknown)) file.open(path, std::ios::binary);
+  if (file.is_open()) return &file;
+  complain("cannot read " + path);
+  return nullptr;
+}
+
+bool standardInputFailed() { return std::ferror(stdin) != 0; }
+
 ExitCode failed(const Context& context, const std::string& what) {
   if (Interrupt::happened()) {
     complain(what + "interrupted");
@@ -156,18 +161,25 @@ ExitCode runUpdate(Context& context) { return update(context, context.options.ar
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
-  std::string script;
-  if (!readWhole(path, script)) {
-    complain("cannot read " + path);
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  if (input == nullptr) return kWrongUse;
+  const std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  if (standardInputFailed()) {
+    complain("cannot read standard input");
     return kWrongUse;
   }
   const Dialect dialect = literalsFor(context.session.url()).dialect;
   StatementSplitter splitter(script, dialect);
   ExitCode worst = kDone;
   Statement statement;
-  while (context.out.good() && splitter.next(statement)) {
+  while (splitter.next(statement)) {
+    // A reader that had enough rows has not had the rest of the script run.
+    if (!context.out.good()) return kFailed;
     const std::string place = path + ':' + std::to_string(statement.line) + ": ";
-    const ExitCode code = runStatement(context, statement, dialect, place);
+    // It may have come between two statements, where there was nothing to cancel.
+    const ExitCode code =
+        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
     if (code != kDone) worst = code;
     if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) break;
   }

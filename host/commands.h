@@ -1,5 +1,9 @@
 #pragma once
 
+#include <fstream>
+#include <istream>
+#include <string>
+
 #include "args.h"
 #include "output.h"
 #include "session.h"
@@ -37,6 +41,12 @@ constexpr Command kCommands[] = {
     {"load", "Add a CSV file's rows to a table", {"FILE", "TABLE"}, true, runLoad},
     {"doctor", "Say what works and what does not, with the cure", {nullptr, nullptr}, false, nullptr},
 };
+
+/// Opens a file, or standard input for "-". @return null with the fault reported.
+std::istream* openInput(const std::string& path, std::ifstream& file);
+
+/// Whether standard input ended by an error, which its stream does not tell from the end. A file's stream throws.
+bool standardInputFailed();
 
 /// Reports that a statement failed. @param what comes first; may be empty.
 ExitCode failed(const Context& context, const std::string& what);

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <string>
 
 #include "exit_codes.h"
 #include "messages.h"
@@ -15,7 +16,7 @@ namespace kivosql {
 
 namespace {
 
-constexpr int kPatienceMilliseconds = 5000;
+constexpr int kPatienceSeconds = 5;
 constexpr char kSignalled = 's';
 constexpr char kFinished = 'f';
 
@@ -24,9 +25,16 @@ std::atomic<int> writeEnd{-1};
 
 void onInterrupt(int /*signal*/) {
   const int error = errno;
-  signalled = true;
+  if (signalled.exchange(true)) _exit(kInterrupted);
   if (write(writeEnd, &kSignalled, 1) < 0) _exit(kInterrupted);
   errno = error;
+}
+
+[[noreturn]] void leave(const std::string& text) {
+  // Away from a line that moves.
+  if (errorsOnTerminal()) draw("\n");
+  complain(text);
+  _exit(kInterrupted);
 }
 
 }  // namespace
@@ -53,15 +61,19 @@ Interrupt::~Interrupt() {
 
 bool Interrupt::happened() { return signalled; }
 
-/// The first interrupt cancels; a second one, or a database that does not answer, ends the process.
+/// The first interrupt cancels, which a database that hangs lets hang too; a second one ends the process.
 void Interrupt::watch() {
   char what = kFinished;
   if (read(pipe_[0], &what, 1) != 1 || what == kFinished) return;
-  const int patience = session_.cancel() ? kPatienceMilliseconds : 0;
-  pollfd more{pipe_[0], POLLIN, 0};
-  if (poll(&more, 1, patience) == 1 && read(pipe_[0], &what, 1) == 1 && what == kFinished) return;
-  complain("interrupted; the database was not told, or did not answer");
-  _exit(kInterrupted);
+  std::thread canceller([this] {
+    if (!session_.cancel()) leave("interrupted; the statement may run on in the database, which could not be asked");
+  });
+  pollfd finished{pipe_[0], POLLIN, 0};
+  if (poll(&finished, 1, kPatienceSeconds * 1000) != 1) {
+    leave("interrupted; the statement may run on in the database: it had not ended after " +
+          counted(kPatienceSeconds, "second"));
+  }
+  canceller.join();
 }
 
 }  // namespace kivosql

@@ -19,8 +19,8 @@ class JavaRowLoader {
   /// @param utilities the connected jdbcUtilities. @param insert for Java. @return false where rows cannot go this way.
   bool open(JNIEnv* env, jobject utilities, const std::string& insert, int columns);
 
-  /// @return whether the rows are stored.
-  bool store(PackedRows& rows);
+  /// @return whether the rows are stored; @p why not is from Java.
+  bool store(PackedRows& rows, std::string& why);
 
  private:
   JNIEnv* env_ = nullptr;

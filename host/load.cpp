@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 
 #include "KivoUtf8.h"
 #include "commands.h"
@@ -66,7 +64,7 @@ class Loader {
         progress_(size) {}
 
   ExitCode run() {
-    if (!context_.session.describe(table_)) return stopped(failed(context_, ""));
+    if (!context_.session.describe(table_)) return stopped(failed(""));
     columns_ = context_.session.columns();
     if (!context_.options.noHeader && !readHeader()) return stopped(refused());
     if (!askDialect(context_.session, table_, dialect_)) {
@@ -81,9 +79,20 @@ class Loader {
   }
 
  private:
+  /// @return false at the end, and on a fault.
+  bool nextRecord(Record& record) {
+    try {
+      const bool read = reader_.next(record);
+      if (standardInputFailed()) return fail("cannot read standard input");
+      return read || fail(reader_.error());
+    } catch (const std::ios_base::failure& failure) {
+      return fail(failure.what());
+    }
+  }
+
   bool readHeader() {
     Record header;
-    if (!reader_.next(header)) return fail(reader_.error().empty() ? "the file is empty" : reader_.error());
+    if (!nextRecord(header)) return fail(fault_.empty() ? "the file is empty" : fault_);
     std::vector<Column> chosen;
     for (const CsvField& field : header) {
       const Column* column = findColumn(columns_, field.text);
@@ -96,7 +105,7 @@ class Loader {
 
   ExitCode loadAll() {
     Record record;
-    while (reader_.next(record)) {
+    while (nextRecord(record)) {
       // A line with nothing on it is a value only where there is one column.
       if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
       if (!accepts(record)) return refused();
@@ -105,8 +114,7 @@ class Loader {
       if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMostBatchBytes) continue;
       if (const ExitCode code = store(); code != kDone) return code;
     }
-    if (!reader_.error().empty()) return fail(reader_.error()), refused();
-    return store();
+    return fault_.empty() ? store() : refused();
   }
 
   bool accepts(const Record& record) {
@@ -153,13 +161,20 @@ class Loader {
     return context_.session.updateAll(statements);
   }
 
-  /// Stores the batch, or nothing of it.
+  /// Stores the batch, or nothing of it, save where the connection broke.
+  bool storeBatch() {
+    if (storeRows()) return true;
+    broken_ = prepared_ && context_.session.isBroken();
+    if (broken_ || Interrupt::happened()) return false;
+    if (storeByStatements()) return true;
+    broken_ = context_.session.isBroken();
+    return false;
+  }
+
   ExitCode store() {
-    if (Interrupt::happened()) return failed(context_, "");
-    if (!batch_.empty() && !storeRows() && (Interrupt::happened() || !storeByStatements())) {
-      progress_.stop();
-      return failed(context_, path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
-                                  std::to_string(firstLine_) + ": ");
+    if (Interrupt::happened()) return failed("");
+    if (!batch_.empty() && !storeBatch()) {
+      return failed(path_ + ", " + batchRows() + ", from line " + std::to_string(firstLine_) + ": ");
     }
     stored_ += batch_.size();
     batch_.clear();
@@ -173,22 +188,39 @@ class Loader {
     return false;
   }
 
+  ExitCode failed(const std::string& what) {
+    progress_.stop();
+    return kivosql::failed(context_, what);
+  }
+
   ExitCode refused() {
+    if (Interrupt::happened()) return failed("");
     progress_.stop();
     complain(path_ + ": " + fault_);
     return kFailed;
   }
 
-  /// The last word: exactly which rows are in the table.
+  std::string batchRows() const { return range(stored_ + 1, stored_ + batch_.size()); }
+
+  /// Exactly which rows are in the table, where that can be known.
+  void tellStored() const {
+    const std::string stored = range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is stored, " : " are stored, ");
+    if (broken_) {
+      const std::string open = batchRows() + " of " + path_ + " may be stored: the connection broke";
+      complain(stored_ == 0 ? open : stored + open);
+    } else {
+      complain(stored_ == 0 ? "no row of " + path_ + " is stored" : stored + "none behind");
+    }
+  }
+
+  /// The last word.
   ExitCode stopped(ExitCode code) {
     progress_.stop();
     if (code == kDone) {
       remark(context_, counted(stored_, "row") + " stored in " + table_);
       tellTiming(context_, stored_, watch_.elapsed());
-    } else if (stored_ == 0) {
-      complain("no row of " + path_ + " is stored");
     } else {
-      complain(range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is" : " are") + " stored, none behind");
+      tellStored();
     }
     return code;
   }
@@ -206,6 +238,7 @@ class Loader {
   std::vector<Record> batch_;
   PackedRows packed_;
   std::size_t firstLine_ = 0;
+  bool broken_ = false;  ///< the connection, on storing the batch
   unsigned long long stored_ = 0;
   unsigned long long storedBytes_ = 0;  ///< of the file
   std::string fault_;
@@ -224,12 +257,10 @@ ExitCode runLoad(Context& context) {
   }
   std::error_code unknown;
   const auto size = std::filesystem::file_size(path, unknown);
-  std::ifstream file(path == "-" ? "" : path, std::ios::binary);
-  if (path != "-" && !file) {
-    complain("cannot read " + path);
-    return kWrongUse;
-  }
-  return Loader(context, path == "-" ? std::cin : file, unknown ? 0 : size).run();
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  if (input == nullptr) return kWrongUse;
+  return Loader(context, *input, unknown ? 0 : size).run();
 }
 
 }  // namespace kivosql

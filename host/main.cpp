@@ -1,6 +1,7 @@
 // kivosql: reads from and writes to any JDBC database through libkivo_java_native_lib.so.
 
 #include <csignal>
+#include <exception>
 
 #include "args.h"
 #include "commands.h"
@@ -43,9 +44,12 @@ ExitCode work(const Options& options, Output& out) {
     return kNoConnection;
   }
   ExitCode code = kDone;
-  {
+  try {
     const Interrupt interrupt(*session);
     code = options.command->run(context);
+  } catch (const std::exception& error) {
+    complain(error.what());
+    code = kFailed;
   }
   session->close();
   return code;

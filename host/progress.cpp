@@ -9,6 +9,9 @@ namespace {
 constexpr auto kQuiet = std::chrono::seconds(1);
 constexpr auto kBeat = std::chrono::milliseconds(200);
 constexpr const char* kErase = "\r\x1B[K";
+/// A line that wraps could not be erased: what is too wide for the terminal is cut.
+constexpr const char* kNoWrap = "\x1B[?7l";
+constexpr const char* kWrap = "\x1B[?7h";
 
 }  // namespace
 
@@ -40,7 +43,7 @@ void Progress::run() {
   const auto stopping = [this] { return stopping_; };
   if (wake_.wait_for(lock, kQuiet, stopping)) return;
   do {
-    draw(kErase + line());
+    draw(kErase + (kNoWrap + line()) + kWrap);
   } while (!wake_.wait_for(lock, kBeat, stopping));
   draw(kErase);
 }

@@ -65,4 +65,17 @@ bool cancelInJava(void* object) {
   return asked;
 }
 
+bool isBrokenInJava(JNIEnv* env, void* object) {
+  constexpr jint kPatienceSeconds = 5;
+  if (object == nullptr) return true;
+  auto* const target = static_cast<jobject>(object);
+  const jclass type = env->GetObjectClass(target);
+  const jmethodID isValid = env->GetMethodID(type, "isValid", "(I)Z");
+  env->DeleteLocalRef(type);
+  const bool valid = isValid == nullptr || env->CallBooleanMethod(target, isValid, kPatienceSeconds) == JNI_TRUE;
+  const bool threw = env->ExceptionCheck() == JNI_TRUE;
+  env->ExceptionClear();
+  return !valid && !threw;
+}
+
 }  // namespace kivosql

@@ -111,7 +111,7 @@ class Session {
   virtual bool prepareRows(const std::string& /*insert*/, int /*columns*/) { return false; }
 
   /// Stores rows as one transaction, each value as the database would read it in quotes.
-  /// @return whether all are stored; otherwise none is, and updateAll() will tell why.
+  /// @return whether all are stored; otherwise none is, save where isBroken().
   virtual bool storeRows(PackedRows& /*rows*/) { return false; }
 
   virtual bool tables(std::vector<std::string>& names) = 0;
@@ -122,6 +122,9 @@ class Session {
   /// Asks the database to give up the statement that runs. Any thread, between open() and close().
   /// @return false when it cannot be asked.
   virtual bool cancel() = 0;
+
+  /// Whether the connection has gone, and with it the answer to what ran last. error() stays.
+  virtual bool isBroken() { return false; }
 
   virtual void close() = 0;
 
@@ -156,6 +159,7 @@ struct Carrier {
   const char* name;
   const char* about;
   bool writes;
+  bool takesParts;  ///< of a URL, instead of one
   std::unique_ptr<Session> (*make)();
 };
 
@@ -164,12 +168,15 @@ std::unique_ptr<Session> makeJdbcSession();
 std::unique_ptr<Session> makeBridgeSession();
 
 constexpr Carrier kCarriers[] = {
-    {"wrapper", "jdbcWrapper: any driver", true, makeWrapperSession},
-    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, makeJdbcSession},
-    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, makeBridgeSession},
+    {"wrapper", "jdbcWrapper: any driver", true, true, makeWrapperSession},
+    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, makeJdbcSession},
+    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, makeBridgeSession},
 };
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
 bool cancelInJava(void* object);
+
+/// Whether isValid() of a Java object, null for one that is closed, says no.
+bool isBrokenInJava(JNIEnv* env, void* object);
 
 }  // namespace kivosql

@@ -1,13 +1,16 @@
 #include "JdbcUtils.h"
+#include "interrupt.h"
 #include "java_errors.h"
 #include "session.h"
+#include "statement_splitter.h"
 
 namespace kivosql {
 
 namespace {
 
 /// The vendors' own DataSource classes. Rows are read with auto-commit off, as some drivers, PostgreSQL's among them,
-/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap.
+/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap. In a transaction
+/// that the caller opened in SQL they are, since switching auto-commit on again would commit it.
 class JdbcSession : public Session {
  public:
   bool open(const Target& target) override {
@@ -27,7 +30,7 @@ class JdbcSession : public Session {
       return database_.getColumnInfo(column, name, type);
     };
     std::string text = toJava(sql);
-    if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
+    if (!endTransaction() || (!callersTransaction_ && !done(database_.setAutoCommit(false)))) return false;
     if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
       rows_.open(database_);
       return true;
@@ -51,7 +54,9 @@ class JdbcSession : public Session {
     std::string text = toJava(sql);
     if (!endTransaction()) return -1;
     const int count = database_.executeUpdate(text);
-    return done(count >= 0) ? count : -1;
+    if (!done(count >= 0)) return -1;
+    callersTransaction_ = leavesTransaction(sql, callersTransaction_);
+    return count;
   }
 
   /// Statement by statement: the library's batch commits also when one of its statements failed.
@@ -59,7 +64,7 @@ class JdbcSession : public Session {
     if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
     for (const std::string& sql : statements) {
       std::string text = toJava(sql);
-      if (done(database_.executeUpdate(text) >= 0)) continue;
+      if (!Interrupt::happened() && done(database_.executeUpdate(text) >= 0)) continue;
       keepError([this] { rollBack(); });
       return false;
     }
@@ -73,6 +78,8 @@ class JdbcSession : public Session {
   }
 
   bool cancel() override { return cancelInJava(database_.statement); }
+
+  bool isBroken() override { return isBrokenInJava(database_.env, database_.connection); }
 
   void close() override {
     endTransaction();
@@ -100,11 +107,15 @@ class JdbcSession : public Session {
     return false;
   }
 
-  /// The library has no rollback of its own; as a statement, all of its vendors know it.
+  /// The library has no rollback of its own; as a statement, all of its vendors know it. What cannot be undone must not
+  /// be committed.
   void rollBack() {
     std::string rollback = "rollback";
-    database_.executeUpdate(rollback);
-    endTransaction();
+    if (done(database_.executeUpdate(rollback) >= 0)) {
+      endTransaction();
+    } else {
+      database_.closeConnection();
+    }
   }
 
   /// Runs clean-up whose own failure matters less than the one that led to it.
@@ -120,6 +131,7 @@ class JdbcSession : public Session {
   JavaErrors printed_;
   JdbcUtils database_;
   BlockRows rows_;  ///< of the last query; goes before the database
+  bool callersTransaction_ = false;
 };
 
 }  // namespace

@@ -54,7 +54,12 @@ class WrapperSession : public Session {
     return loader_.open(database_.env, database_.utilitiesObject, toJava(insert), columns);
   }
 
-  bool storeRows(PackedRows& rows) override { return loader_.store(rows); }
+  bool storeRows(PackedRows& rows) override {
+    std::string why;
+    const bool stored = loader_.store(rows, why);
+    if (!stored) setError(why);
+    return stored;
+  }
 
   bool tables(std::vector<std::string>& names) override {
     if (!done(database_.getTables(names))) return false;
@@ -63,6 +68,8 @@ class WrapperSession : public Session {
   }
 
   bool cancel() override { return cancelInJava(database_.utilitiesObject); }
+
+  bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
 
   void close() override { database_.closeConnection(); }
 

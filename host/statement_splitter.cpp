@@ -177,4 +177,17 @@ bool givesRows(std::string_view statement, Dialect dialect) {
   return word == "returning";
 }
 
+bool leavesTransaction(std::string_view statement, bool open) {
+  OuterWords words(statement, Dialect::standard);
+  const std::string first = words.next();
+  std::string word = words.next();
+  // Behind another word, "begin" begins a block of a procedural language.
+  if (first == "begin" && isOneOf(word, {"", "transaction", "tran", "work", "isolation", "read"})) return true;
+  if (first == "start" && word == "transaction") return true;
+  if (!isOneOf(first, {"commit", "rollback", "end", "abort"})) return open;
+  // To a savepoint, or into the next transaction.
+  while (!word.empty() && !isOneOf(word, {"to", "chain"})) word = words.next();
+  return open && !word.empty();
+}
+
 }  // namespace kivosql

@@ -36,4 +36,7 @@ class StatementSplitter {
 /// Whether the statement is one that gives rows, by its leading words.
 bool givesRows(std::string_view statement, Dialect dialect);
 
+/// Whether a transaction begun in SQL is open behind a statement that worked. @param open whether one was before
+bool leavesTransaction(std::string_view statement, bool open);
+
 }  // namespace kivosql

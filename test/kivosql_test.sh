@@ -77,7 +77,11 @@ errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
 errors 2 'others have access' --user u --password-file readable tables
 errors 2 'not the name of a table' describe 't; drop table t'
+errors 2 'needs --url' --through bridge --type postgresql --host h tables
 errors 2 'only reads' --through bridge update 'delete from t'
+errors 2 'cannot read /$' run /
+errors 2 'cannot read /$' load / t
+errors 1 'error reading' run /proc/self/mem
 errors 3 'no driver' --url jdbc:nosuch:x tables
 errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
 errors 3 'Unknown vendor' --through jdbc tables
@@ -93,6 +97,10 @@ code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
 check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
 
+for command in 'run -' 'load - information_schema.users'; do
+  check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
+done
+
 echo "== scripts, and text through the database"
 cat >script.sql <<'END'
 create table t (id int primary key, name varchar(20000)); -- it's a comment;
@@ -101,9 +109,18 @@ insert into t values (1, 'again');
 select id, name from t order by id;
 END
 rows=$(printf '1,a;b\n2,""\n3,\n4,日本 🎉')
+errors 1 '^kivosql: script.sql:3: Unique' run script.sql --keep-going
 check "the rest runs" "$rows" "$(csv run script.sql --keep-going 2>err | tail -n 4)"
-check "the line of what failed" 1 "$(grep -c '^kivosql: script.sql:3: Unique' err)"
 check "nothing after a failure" "" "$(csv run script.sql 2>err)"
+cat >own.sql <<'END'
+create temp table own (id int);
+begin; insert into own values (1); select * from own; savepoint s; rollback to s; select * from own; rollback;
+begin; insert into own values (2); commit;
+select sum(id) from own;
+END
+for carrier in wrapper jdbc; do
+  check "a transaction of the script's own through $carrier" 2 "$(csv $postgres --through $carrier run own.sql | tail -n 1)"
+done
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 echo "== loading"
@@ -125,6 +142,20 @@ for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
     grep -c 'rows 1 to 2,000 of clash.csv are stored, none behind' err)"
   check "what it stored" 2000 "$(csv $server query 'select count(*) from big where id > 100000')"
   "$kivosql" $server update 'delete from big where id > 100000' >out
+done
+
+# The server goes before it has answered to the commit.
+"$kivosql" $postgres update 'create table frail (id int)' >out
+"$kivosql" $postgres update 'create function breaks() returns trigger language plpgsql as
+  $$ begin perform pg_terminate_backend(pg_backend_pid()); return new; end $$' >out
+"$kivosql" $postgres update 'create constraint trigger breaks after insert on frail deferrable initially deferred
+  for each row when (new.id > 2) execute function breaks()' >out
+seq 5 >frail.csv
+for carrier in wrapper jdbc; do
+  code=0
+  "$kivosql" $postgres --through $carrier load frail.csv frail --no-header --batch 2 2>err || code=$?
+  check "a connection that breaks, through $carrier" "1 1 1 2" "$code $(grep -c 'line 3: .*terminating connection' err) $(
+    grep -c 'rows 1 to 2 .* are stored, rows 3 to 4 .* may be stored: the connection broke' err) $(said err | wc -l)"
 done
 
 # Prepared statements and statements with literals must come to the same.
@@ -168,8 +199,8 @@ check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/envir
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
 
-# Runs a shell command on a terminal, and types once the terminal shows what is awaited. Ctrl-C reaches the shell too,
-# and some shells would end with it.
+# Runs a shell command on a terminal, and types, word by word, once the terminal shows what is awaited. Ctrl-C reaches
+# the shell too, and some shells would end with it.
 on_terminal() { # AWAITED TYPED COMMAND
   rm -f keys
   mkfifo keys
@@ -179,8 +210,10 @@ on_terminal() { # AWAITED TYPED COMMAND
       grep -q "$1" screen && break
       sleep 0.1
     done
-    printf '%b' "$2"
-    sleep 1
+    for word in $2; do
+      printf '%b' "$word"
+      sleep 1
+    done
   } >keys &
   script -qefc "trap : INT; $3" screen <keys >/dev/null || true
   wait $!
@@ -191,7 +224,11 @@ check "the password from a prompt" "1 0" "$(grep -c "│     42 │" screen) $(g
 echo "== terminals and pipes"
 on_terminal '' '' "'$kivosql' $postgres query '$slow' >out"
 check "progress on a terminal" yes "$(grep -q 'rows/s' screen && echo yes)"
-on_terminal '' '' "'$kivosql' $postgres load big.csv big --batch 100000 --no-header; '$kivosql' $h2 query 'select 1'"
+"$kivosql" $postgres update 'create table paced (id int check (pg_sleep(0.05) is not null))' >out
+seq 11 60 >paced.csv
+on_terminal '' '' "'$kivosql' $postgres load paced.csv paced --batch 1 --no-header"
+check "share and time left on a terminal" yes "$(grep -qE ' [1-9][0-9] %  [0-9.]+ s left' screen && echo yes)"
+on_terminal '' '' "'$kivosql' $h2 query 'select 1'"
 check "colours on a terminal" yes "$(grep -q "$(printf '\033\\[1m')" screen && echo yes)"
 on_terminal '' '' "NO_COLOR=1 '$kivosql' $h2 query 'select 1'"
 check "no colours when not wanted" 0 "$(grep -c "$(printf '\033\\[1m')" screen)"
@@ -200,6 +237,11 @@ check "nothing moves without a terminal" "" "$(said err)"
 { "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |
   head -n 1 | tr -d '\r' >out
 check "a closed pipe" "x finished " "$(cat out) $(cat state) $(said err)"
+rows='select x from system_range(1, 999999)'
+for script in "$rows" "$rows; create table behind (id int)"; do
+  { echo "$script" | "$kivosql" run - --format csv 2>err || echo failed >>err; } | head -n 1 >out
+  check "a closed pipe: $script" "$([ "$script" = "$rows" ] || echo failed)" "$(said err)"
+done
 code=0
 "$kivosql" $h2 query 'select * from big' --format csv >/dev/full 2>err || code=$?
 check "a full disk" "1 1" "$code $(grep -c 'No space left' err)"
@@ -210,13 +252,23 @@ echo "== interrupts"
   $$ begin perform pg_sleep(99); return new; end $$' >out
 "$kivosql" $postgres update 'create trigger sleeps before insert on slow for each row execute function sleeps()' >out
 echo 1 >slow.csv
-for carrier in wrapper jdbc; do
-  for command in "query 'select pg_sleep(99)'" "load slow.csv slow --no-header"; do
-    on_terminal 'rows/s' '\003' "'$kivosql' $postgres --through $carrier $command >out; echo code=\$?"
-    check "Ctrl-C through $carrier: $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
-    check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
-      where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
-  done
+yes 'set enable_sort = on;' | head -n 300000 >short.sql
+query="query 'select pg_sleep(99)'"
+load="load slow.csv slow --no-header"
+run="run short.sql --format csv"
+for command in "wrapper $query" "jdbc $query" "bridge $query" "wrapper $load" "jdbc $load" "wrapper $run" "jdbc $run"; do
+  on_terminal 'rows/s\|changed' '\003' "'$kivosql' $postgres --through $command >out; echo code=\$?"
+  check "Ctrl-C through $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
+  check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
+    where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
+done
+
+server=$(head -n 1 postgres/data/postmaster.pid)
+hang="update \"copy (select 1) to program 'kill -STOP $server; sleep 20'\""
+for keys in '\003' '\003 \003'; do
+  on_terminal 'rows/s' "$keys" "'$kivosql' $postgres $hang; echo code=\$?"
+  kill -CONT "$server"
+  check "$keys, and the server hangs" "1 $((${#keys} == 4))" "$(grep -c 'code=130' screen) $(grep -c 'had not ended' screen)"
 done
 
 echo "== memory"

@@ -71,6 +71,17 @@ TEST(Kivosql, TellsStatementsThatGiveRows) {
   }
 }
 
+TEST(Kivosql, FollowsTransactions) {
+  for (const char* sql : {"BEGIN", "begin isolation level serializable", "start transaction"}) {
+    EXPECT_TRUE(leavesTransaction(sql, false)) << sql;
+  }
+  for (const char* sql : {"rollback to savepoint s", "commit and chain", "begin", "select 1"}) {
+    EXPECT_TRUE(leavesTransaction(sql, true)) << sql;
+  }
+  for (const char* sql : {"commit", "Rollback work", "end", "abort"}) EXPECT_FALSE(leavesTransaction(sql, true)) << sql;
+  EXPECT_FALSE(leavesTransaction("begin declare x int", false));
+}
+
 TEST(Kivosql, ReadsCsv) {
   const struct {
     const char* csv;

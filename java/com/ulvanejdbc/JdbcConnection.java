@@ -83,6 +83,11 @@ public final class JdbcConnection {
     return session.rows().text(column);
   }
 
+  /** Asks the database to give up the query that runs. Any thread; it may come too late. */
+  public void cancel() throws SQLException {
+    session.cancel();
+  }
+
   private String required(String name) {
     String value = parameters.get(name);
     if (ConnectionUrl.isEmpty(value)) throw new MisuseException("missing parameter \"" + name + "\"");

@@ -78,15 +78,16 @@ public final class RowLoader {
    * @param ends where each value's text ends, row by row, in ints of the machine's byte order; the complement of that
    *     where the value is null
    * @param text the values one behind the other, in standard UTF-8
-   * @return whether they are stored; otherwise none is, unless the connection broke before the answer to the commit came
+   * @return null when they are stored; otherwise why none is, unless the connection broke before the answer to the
+   *     commit came
    */
-  public boolean store(ByteBuffer ends, ByteBuffer text) {
+  public String store(ByteBuffer ends, ByteBuffer text) {
     try {
       Rows rows = new Rows(ends, text);
       session.runAsOne(connection -> store(connection, rows));
-      return true;
+      return null;
     } catch (Throwable failure) {
-      return false;
+      return ErrorText.of(failure);
     }
   }
 

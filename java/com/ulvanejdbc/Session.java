@@ -35,6 +35,10 @@ final class Session {
     traits.prepare(connection);
   }
 
+  boolean isValid(int seconds) throws SQLException {
+    return connection != null && connection.isValid(seconds);
+  }
+
   void cancel() throws SQLException {
     Statement toCancel = running == null ? statement : running;
     if (toCancel != null) toCancel.cancel();

@@ -115,6 +115,7 @@ final class Transactions {
   }
 
   /** A refused commit can leave the transaction open, and the caller's next statements would silently join it. */
+  @SuppressWarnings("try") // the ending is there to be closed
   private void commit() throws SQLException {
     try {
       connection.commit();

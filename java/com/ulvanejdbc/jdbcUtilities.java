@@ -126,8 +126,13 @@ public class jdbcUtilities {
    * Asks the database to give up the statement that runs. Any thread; it may come too late. It alone throws, since the
    * error of the call that it interrupts is that one's thread's to tell.
    */
-  public void cancel() throws java.sql.SQLException {
+  public void cancel() throws SQLException {
     session.cancel();
+  }
+
+  /** Whether the connection still works; asks the database. */
+  public boolean isValid(int seconds) throws SQLException {
+    return session.isValid(seconds);
   }
 
   /** Keeps a statement for {@link #executeBatch}. Queries and updates may come in between. */
