@@ -9,14 +9,15 @@ namespace kivosql {
 
 /// How a database wants values and names written.
 struct Literals {
-  const char* word;         ///< of the URL, between "jdbc:" and the next colon
-  const char* quote;        ///< around names
-  const char* textOpen;     ///< before a text
-  const char* binaryOpen;   ///< before hexadecimal digits
-  const char* binaryClose;  ///< behind them
-  bool truthWords;          ///< true and false are words
-  bool temporalWords;       ///< a date needs the word before it
-  Dialect dialect;          ///< until the database was asked
+  const char* word;          ///< of the URL, between "jdbc:" and the next colon
+  const char* quote;         ///< around names
+  const char* textOpen;      ///< before a text
+  const char* binaryOpen;    ///< before hexadecimal digits
+  const char* binaryClose;   ///< behind them
+  bool truthWords;           ///< true and false are words
+  bool temporalWords;        ///< a date needs the word before it
+  const char* negativeZero;  ///< for a column of floating point: a bare -0 is the integer 0
+  Dialect dialect;           ///< until the database was asked
 };
 
 /// The row for a URL.

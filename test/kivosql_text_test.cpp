@@ -103,6 +103,7 @@ TEST(Kivosql, ReadsCsv) {
 TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
   constexpr int kInteger = 4;
   constexpr int kDecimal = 3;
+  constexpr int kDouble = 8;
   constexpr int kText = 12;
   constexpr int kBoolean = 16;
   constexpr int kBinary = -3;
@@ -120,7 +121,14 @@ TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"-12", false}, "-12"},
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1); drop", false}, "'1); drop'"},
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1.5", false}, "'1.5'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "1.5e-3"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "0.0015"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"-12345678901234567890e0", false}, "-12345678901234567890"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"12.345E+2", false}, "1234.5"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"0.12E4", false}, "01200"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1e99999999999999999999", false}, "'1e99999999999999999999'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"1.5e-3", false}, "1.5e-3"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"-0.0", false}, "-0e0"},
+      {"jdbc:postgresql:x", Dialect::standard, kDouble, {"-0E9", false}, "'-0'"},
       {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"NaN", false}, "'NaN'"},
       {"jdbc:h2:mem:x", Dialect::standard, kBoolean, {"T", false}, "true"},
       {"jdbc:postgresql:x", Dialect::standard, kBoolean, {"t", false}, "'t'"},
