@@ -146,7 +146,7 @@ class Loader {
       std::string sql = insert_;
       for (std::size_t column = 0; column < record.size(); ++column) {
         sql += column == 0 ? "(" : ", ";
-        sql += literal(valueOf(record[column]), columns_[column].type, literals_, dialect_);
+        sql += literal(valueOf(record[column]), columns_[column], literals_, dialect_);
       }
       statements.push_back(sql + ')');
     }

@@ -145,6 +145,9 @@ class Session {
     return count >= 0;
   }
 
+  /// Names the type of those columns that compare with a JSON value, where the database has such.
+  void findJson(const std::string& table);
+
   std::vector<Column> columns_;
   std::string url_;
   std::string error_;

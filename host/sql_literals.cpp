@@ -10,14 +10,15 @@ namespace {
 
 constexpr const char* kZero = "-0e0";
 constexpr Literals kLiterals[] = {
-    {"postgresql", "\"", "'", "decode('", "', 'hex')", false, false, "'-0'", Dialect::standard},
-    {"mariadb", "`", "'", "X'", "'", true, false, kZero, Dialect::backslash},
-    {"mysql", "`", "'", "X'", "'", true, false, kZero, Dialect::backslash},
-    {"sqlserver", "\"", "N'", "0x", "", false, false, kZero, Dialect::standard},
-    {"microsoft", "\"", "N'", "0x", "", false, false, kZero, Dialect::standard},
-    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, Dialect::standard},
+    {"h2", "\"", "'", "X'", "'", true, false, kZero, "json ", Dialect::standard},
+    {"postgresql", "\"", "'", "decode('", "', 'hex')", false, false, "'-0'", "", Dialect::standard},
+    {"mariadb", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash},
+    {"mysql", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash},
+    {"sqlserver", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard},
+    {"microsoft", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard},
+    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, "", Dialect::standard},
 };
-constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, kZero, Dialect::standard};
+constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::standard};
 
 std::string doubled(std::string_view text, std::string_view characters) {
   std::string result;
@@ -109,16 +110,17 @@ std::string parameter(const Cell& value, int type) {
 
 /// A number goes bare, as some databases take no text for one, but only where it can be stored as it stands; everything
 /// else is quoted, and what the type cannot hold is the database's to refuse.
-std::string literal(const Cell& value, int type, const Literals& literals, Dialect dialect) {
+std::string literal(const Cell& value, const Column& column, const Literals& literals, Dialect dialect) {
   if (value.isNull) return "null";
-  const Kind kind = kindOf(type);
+  const Kind kind = kindOf(column.type);
   std::string text(value.text);
-  if (const std::string number = bareNumber(text, type, literals); !number.empty()) return number;
+  if (std::string number = bareNumber(text, column.type, literals); !number.empty()) return number;
   if (kind == Kind::truth && literals.truthWords && truthOf(text) >= 0) {
     return truthOf(text) == 1 ? "true" : "false";
   }
   if (kind == Kind::binary && isHexadecimal(text)) return literals.binaryOpen + text + literals.binaryClose;
   const char* word = literals.temporalWords ? temporalWord(kind) : "";
+  if (column.typeName == kJson) word = literals.jsonWord;
   return word + quotedText(text, literals, dialect);
 }
 

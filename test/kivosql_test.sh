@@ -146,6 +146,11 @@ check "values of all kinds" "4 $(md5sum <typed.jdbc)" "$(wc -l <typed.wrapper) $
 echo 5,12.5 | "$kivosql" $postgres load - spans --no-header >out
 check "values that parameters would change" '5 days,$12.50' "$(csv $postgres query 'select * from spans')"
 
+"$kivosql" $h2 update 'create table notes (id int, note json, span interval day)' >out
+printf '%s\n' '1,"{""a"":""it'\''s ж""}",1' 2,, >notes.csv
+"$kivosql" $h2 load notes.csv notes --no-header >out
+check "JSON stays JSON" "$(sed "s/,1\$/,INTERVAL '1' DAY/" notes.csv)" "$(csv $h2 query 'select * from notes order by id')"
+
 echo "== values that would like to be SQL"
 cat >evil.csv <<'END'
 id,name

@@ -139,7 +139,7 @@ TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
       {"jdbc:oracle:thin:x", Dialect::standard, kDate, {"2024-02-29", false}, "date '2024-02-29'"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(literal(row.value, row.type, literalsFor(row.url), row.dialect), row.expected);
+    EXPECT_EQ(literal(row.value, {"", row.type, typeName(row.type)}, literalsFor(row.url), row.dialect), row.expected);
   }
   EXPECT_EQ(quotedName("a\"b", literalsFor("jdbc:h2:mem:x")), "\"a\"\"b\"");
   EXPECT_EQ(quotedName("a`b", literalsFor("jdbc:mariadb://h/d")), "`a``b`");
