@@ -141,6 +141,11 @@ std::string faultOf(const CLI::App& app, const Options& options) {
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }
+  for (std::size_t argument = 0; argument < 2; ++argument) {
+    const char* name = options.command->arguments[argument];
+    const bool isText = name != nullptr && std::string_view(name) != "FILE";
+    if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
+  }
   return heapFault(options.heapMegabytes);
 }
 

@@ -96,6 +96,10 @@ ExitCode runStatement(Context& context, const Statement& statement, Dialect dial
     return kFailed;
   }
   const std::string sql(statement.text);
+  if (!isUtf8(sql)) {
+    complain(place + "this statement is not UTF-8");
+    return kFailed;
+  }
   return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
 }
 

@@ -27,6 +27,8 @@ void Session::findJson(const std::string& table) {
   columns_ = columns;
 }
 
+bool isUtf8(const std::string& text) { return kivo::utf8::toModified(text).replacements == 0; }
+
 std::string toJava(const std::string& text) { return kivo::utf8::toModified(text).text; }
 
 Target toJava(const Target& target) {

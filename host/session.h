@@ -39,6 +39,9 @@ struct Cell {
 };
 using Row = std::vector<Cell>;
 
+/// Whether the text reaches Java as it stands.
+bool isUtf8(const std::string& text);
+
 /// Text, and a target's texts, on the way to Java.
 std::string toJava(const std::string& text);
 Target toJava(const Target& target);
