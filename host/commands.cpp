@@ -87,6 +87,7 @@ bool readWhole(const std::string& path, std::string& text) {
   if (path != "-") file.open(path, std::ios::binary);
   std::istream& input = path == "-" ? std::cin : file;
   text.assign(std::istreambuf_iterator<char>(input.rdbuf()), {});
+  if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);  // a byte order mark
   return path == "-" || file.is_open();
 }
 

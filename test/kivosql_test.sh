@@ -107,6 +107,8 @@ rows=$(printf '1,a;b\n2,""\n3,\n4,日本 🎉')
 check "the rest runs" "$rows" "$(csv run script.sql --keep-going 2>err | tail -n 4)"
 check "the line of what failed" 1 "$(grep -c '^kivosql: script.sql:3: Unique' err)"
 check "nothing after a failure" "" "$(csv run script.sql 2>err)"
+printf '\357\273\277select 1' >marked.sql
+check "a byte order mark" 1 "$(csv run marked.sql)"
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 echo "== loading"

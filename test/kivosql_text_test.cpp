@@ -81,6 +81,8 @@ TEST(Kivosql, ReadsCsv) {
       {"a,b\r\n1,2\r\n", {{"a", "b"}, {"1", "2"}}, ""},
       {"a,b\n1,\"\"", {{"a", "b"}, {"1", "[]"}}, ""},
       {"\xEF\xBB\xBF\"x\"\"y\",\"1\r\n2\",\n", {{"[x\"y]", "[1\r\n2]", ""}}, ""},
+      {"ａ,\xEF\xBB\xBF", {{"ａ", "\xEF\xBB\xBF"}}, ""},
+      {"\xEF\xBB", {{"\xEF\xBB"}}, ""},
       {"\n,\n", {{""}, {"", ""}}, ""},
       {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
       {"a\n\"b", {{"a"}}, "a quote that begins in the record on line 2 never ends"},
