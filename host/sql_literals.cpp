@@ -16,7 +16,9 @@ constexpr Literals kLiterals[] = {
     {"mysql", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash},
     {"sqlserver", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard},
     {"microsoft", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard},
-    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, "", Dialect::standard},
+    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, "", Dialect::flat},
+    {"hsqldb", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat},
+    {"sqlite", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat},
 };
 constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::standard};
 

@@ -33,6 +33,11 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
       {"a -- it's; one\n b;c", Dialect::standard, {"1:a -- it's; one\n b", "2:c"}},
       {"/* ; /* ; */ ; */ a;b", Dialect::standard, {"1:a", "1:b"}},
       {"/* ; /* ; */ a;b", Dialect::backslash, {"1:a", "1:b"}},
+      {"/* ; /* ; */ a;b 'x\\'; c", Dialect::flat, {"1:a", "1:b 'x\\'", "1:c"}},
+      {"/*!50001 a /* ; */ ';' */; /*M! b */;/*!",
+       Dialect::backslash,
+       {"1:/*!50001 a /* ; */ ';' */", "1:/*M! b */", "1:/*!"}},
+      {"/*!50001 a */;b", Dialect::standard, {"1:b"}},
       {"a $$ ;' $x$ $$; b $t$ $$; $t$;c $1; d$$e;f",
        Dialect::standard,
        {"1:a $$ ;' $x$ $$", "1:b $t$ $$; $t$", "1:c $1", "1:d$$e", "1:f"}},
@@ -59,16 +64,19 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
 }
 
 TEST(Kivosql, TellsStatementsThatGiveRows) {
-  for (const char* sql : {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1",
-                          "values 1", "insert into t values (1) returning id",
-                          "with a as (select 1) insert into t returning x", "show tables", "explain delete from t"}) {
+  for (const char* sql :
+       {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1", "values 1",
+        "insert into t values (1) returning id", "with a as (select 1) insert into t returning x", "show tables",
+        "explain delete from t", "select (select 1 into t)", "fetch all from c", "pragma table_info(t)"}) {
     EXPECT_TRUE(givesRows(sql, Dialect::standard)) << sql;
   }
   for (const char* sql : {"insert into t select 1", "update t set returned = 'returning'", "selects",
                           "with a as (select 1) insert into t select * from a", "create table t (a int)",
-                          "delete from t where (select returning)", ""}) {
+                          "delete from t where (select returning)", "", "with a as (select 1) select * into t from a",
+                          "pragma foreign_keys = on"}) {
     EXPECT_FALSE(givesRows(sql, Dialect::standard)) << sql;
   }
+  EXPECT_TRUE(givesRows("/*!50001 select 1 */", Dialect::backslash));
 }
 
 TEST(Kivosql, ReadsCsv) {
