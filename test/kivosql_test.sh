@@ -81,6 +81,7 @@ errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
 errors 2 'others have access' --user u --password-file readable tables
 errors 2 'not the name of a table' describe 't; drop table t'
 errors 2 'only reads' --through bridge update 'delete from t'
+errors 1 '"a␛\[31m b' describe "\"a$(printf '\033[31m\nb')\""
 errors 3 'no driver' --url jdbc:nosuch:x tables
 errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
 errors 3 'Unknown vendor' --through jdbc tables

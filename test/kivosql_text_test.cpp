@@ -204,6 +204,8 @@ TEST(Kivosql, MeasuresTextAsATerminalShowsIt) {
     EXPECT_EQ(cellsOf(row.text), row.cells) << row.text;
     EXPECT_EQ(shortened(row.text, 4), row.shortenedToFour) << row.text;
   }
+  EXPECT_EQ(abridged("日本語 duplicate key", 6), "日…key");
+  EXPECT_EQ(abridged("abc日é", 5), "a…é");
   EXPECT_EQ(visible("a\tb\n\x1B[31m\x7F\u0085ж"), "a␉b␊␛[31m␡\uFFFDж");
 }
 
