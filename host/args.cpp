@@ -127,17 +127,23 @@ void addCommands(CLI::App& app, Options& options) {
   app.require_subcommand(1);
 }
 
+std::string passwordFault(const std::string& option, const std::string& value) {
+  if (!holdsPassword(value)) return {};
+  return "a password in " + option +
+         " can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the prompt";
+}
+
 /// What the parser cannot see. @return the fault, empty when there is none.
 std::string faultOf(const CLI::App& app, const Options& options) {
   for (const Part& part : kParts) {
     if (app.count(part.name) == 0) continue;
     if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
     if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
+    // A host with a user before it looks as in a URL.
+    const std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
+    if (!fault.empty()) return fault;
   }
-  if (holdsPassword(options.target.url)) {
-    return "a password in --url can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the "
-           "prompt";
-  }
+  if (const std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }

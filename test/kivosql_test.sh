@@ -72,6 +72,8 @@ errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 60
 errors 2 'subcommand'
 errors 2 'does not know' "--password=$secret" tables
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
+errors 2 'password in --instance' --type postgresql --host h --instance "d?password=$secret" tables
+errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
 errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'no "xml"' --format xml tables
@@ -178,6 +180,8 @@ sleep 1
 check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/environ | grep -c "$secret")"
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
+(umask 077 && printf '%s\r\n' "$secret" >windows)
+check "the password from a file with CRLF" 1 "$(csv $place --password-file windows query 'select 1')"
 
 # Runs a shell command on a terminal, and types once the terminal shows what is awaited. Ctrl-C reaches the shell too,
 # and some shells would end with it.
