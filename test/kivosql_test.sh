@@ -98,6 +98,8 @@ check "stack traces only when asked for" yes \
 code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
 check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
+check "the doctor's, too" yes \
+  "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
 
 echo "== scripts, and text through the database"
 cat >script.sql <<'END'
