@@ -98,7 +98,7 @@ class Loader {
     Record record;
     while (reader_.next(record)) {
       // A line with nothing on it is a value only where there is one column.
-      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
+      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty() && !record[0].quoted) continue;
       if (!accepts(record)) return refused();
       if (batch_.empty()) firstLine_ = reader_.line();
       batch_.push_back(std::move(record));

@@ -136,6 +136,8 @@ for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
   check "what it stored" 2000 "$(csv $server query 'select count(*) from big where id > 100000')"
   "$kivosql" $server update 'delete from big where id > 100000' >out
 done
+printf 'id,name\n\n""\n' >quoted.csv
+check "a quoted nothing is a value" 1 "$("$kivosql" $h2 load quoted.csv big 2>&1 | grep -c 'line 3 has 1 value for 2 columns')"
 
 # Prepared statements and statements with literals must come to the same.
 "$kivosql" $postgres update 'create table typed (id int, truth boolean, day date, at timestamptz, ratio float8,
