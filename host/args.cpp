@@ -133,6 +133,16 @@ std::string passwordFault(const std::string& option, const std::string& value) {
          " can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the prompt";
 }
 
+/// SQL and names go to Java as text; a file's name is mere bytes.
+std::string textFault(const Options& options) {
+  for (std::size_t argument = 0; argument < 2; ++argument) {
+    const char* name = options.command->arguments[argument];
+    const bool isText = name != nullptr && std::string_view(name) != "FILE";
+    if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
+  }
+  return {};
+}
+
 /// What the parser cannot see. @return the fault, empty when there is none.
 std::string faultOf(const CLI::App& app, const Options& options) {
   for (const Part& part : kParts) {
@@ -140,18 +150,18 @@ std::string faultOf(const CLI::App& app, const Options& options) {
     if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
     if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
     // A host with a user before it looks as in a URL.
-    const std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
+    std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
     if (!fault.empty()) return fault;
   }
-  if (const std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
+  if (std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }
-  for (std::size_t argument = 0; argument < 2; ++argument) {
-    const char* name = options.command->arguments[argument];
-    const bool isText = name != nullptr && std::string_view(name) != "FILE";
-    if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
+  const bool isCsv = options.format->make == makeCsv || options.command->run == runLoad;
+  if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {
+    return "--null for CSV cannot have a comma, a quote or a line end in it";
   }
+  if (std::string fault = textFault(options); !fault.empty()) return fault;
   return heapFault(options.heapMegabytes);
 }
 

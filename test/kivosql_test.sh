@@ -77,6 +77,7 @@ errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
 errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'no "xml"' --format xml tables
+errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
 errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
