@@ -67,6 +67,9 @@ errors 2 'SQL is not UTF-8' query "$(tail -n 1 latin.sql)"
 errors 1 'relation "nope" does not exist.*\[42P01' $postgres describe nope
 errors 1 'PSQLException: .*relation "nope"' $postgres --through jdbc query 'select * from nope'
 errors 1 'relation "nope"' $postgres --through bridge query 'select * from nope'
+export LC_ALL=C
+errors 1 'relation "нет"' $postgres --through jdbc query 'select * from "нет"'
+unset LC_ALL
 errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
 errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
 errors 2 'subcommand'
