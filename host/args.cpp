@@ -127,23 +127,44 @@ void addCommands(CLI::App& app, Options& options) {
   app.require_subcommand(1);
 }
 
+std::string passwordFault(const std::string& option, const std::string& value) {
+  if (!holdsPassword(value)) return {};
+  return "a password in " + option +
+         " can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the prompt";
+}
+
+/// SQL and names go to Java as text; a file's name is mere bytes.
+std::string textFault(const Options& options) {
+  for (std::size_t argument = 0; argument < 2; ++argument) {
+    const char* name = options.command->arguments[argument];
+    const bool isText = name != nullptr && std::string_view(name) != "FILE";
+    if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
+  }
+  return {};
+}
+
 /// What the parser cannot see. @return the fault, empty when there is none.
 std::string faultOf(const CLI::App& app, const Options& options) {
   for (const Part& part : kParts) {
     if (app.count(part.name) == 0) continue;
     if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
     if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
+    // A host with a user before it looks as in a URL.
+    std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
+    if (!fault.empty()) return fault;
   }
   if (!options.target.type.empty() && !options.carrier->takesParts) {
     return std::string("--through ") + options.carrier->name + " needs --url instead of --type";
   }
-  if (holdsPassword(options.target.url)) {
-    return "a password in --url can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the "
-           "prompt";
-  }
+  if (std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }
+  const bool isCsv = options.format->make == makeCsv || options.command->run == runLoad;
+  if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {
+    return "--null for CSV cannot have a comma, a quote or a line end in it";
+  }
+  if (std::string fault = textFault(options); !fault.empty()) return fault;
   return heapFault(options.heapMegabytes);
 }
 

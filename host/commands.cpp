@@ -89,6 +89,10 @@ ExitCode runStatement(Context& context, const Statement& statement, Dialect dial
     return kFailed;
   }
   const std::string sql(statement.text);
+  if (!isUtf8(sql)) {
+    complain(place + "this statement is not UTF-8");
+    return kFailed;
+  }
   return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
 }
 
@@ -164,7 +168,8 @@ ExitCode runScript(Context& context) {
   std::ifstream file;
   std::istream* const input = openInput(path, file);
   if (input == nullptr) return kWrongUse;
-  const std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
   if (standardInputFailed()) {
     complain("cannot read standard input");
     return kWrongUse;

@@ -1,5 +1,7 @@
 #include "csv_reader.h"
 
+#include <utility>
+
 namespace kivosql {
 
 namespace {
@@ -20,6 +22,16 @@ bool CsvReader::takeIf(char byte) {
   if (input_.sgetc() != static_cast<unsigned char>(byte)) return false;
   take();
   return true;
+}
+
+/// @return the bytes that looked like the beginning of one and are text.
+std::string CsvReader::skipByteOrderMark() {
+  std::string taken;
+  for (char byte : {'\xEF', '\xBB', '\xBF'}) {
+    if (!takeIf(byte)) return taken;
+    taken += byte;
+  }
+  return {};
 }
 
 /// The opening quote is behind us.
@@ -45,12 +57,13 @@ void CsvReader::takePlain(std::string& text) {
 
 bool CsvReader::next(std::vector<CsvField>& record) {
   record.clear();
-  if (bytes_ == 0 && takeIf('\xEF') && takeIf('\xBB')) takeIf('\xBF');
+  std::string start = bytes_ == 0 ? skipByteOrderMark() : "";
   recordLine_ = line_;
-  if (!error_.empty() || input_.sgetc() == kEnd) return false;
+  if (!error_.empty() || (start.empty() && input_.sgetc() == kEnd)) return false;
   do {
     CsvField& field = record.emplace_back();
-    field.quoted = takeIf('"');
+    field.text = std::exchange(start, {});
+    field.quoted = field.text.empty() && takeIf('"');
     if (field.quoted && !takeQuoted(field.text)) return false;
     if (!field.quoted) takePlain(field.text);
   } while (takeIf(','));

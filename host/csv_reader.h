@@ -30,6 +30,7 @@ class CsvReader {
  private:
   int take();
   bool takeIf(char byte);
+  std::string skipByteOrderMark();
   bool takeQuoted(std::string& text);
   void takePlain(std::string& text);
 

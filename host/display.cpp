@@ -53,13 +53,14 @@ bool isPlain(char byte) { return static_cast<unsigned char>(byte) >= 0x20 && sta
 
 }  // namespace
 
-std::string visible(std::string_view text) {
+std::string visible(std::string_view text, std::string_view kept) {
   std::string shown;
   shown.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {
     const auto byte = static_cast<unsigned char>(text[at]);
     const bool isC1 = byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0;
-    if (byte < 0x20 || byte == 0x7F) {
+    const bool isControl = byte < 0x20 || byte == 0x7F;
+    if (isControl && kept.find(text[at]) == std::string_view::npos) {
       // U+2400 to U+2421 picture the control characters.
       shown += "\xE2\x90";
       shown += static_cast<char>(0x80 + (byte == 0x7F ? 0x21 : byte));
@@ -90,6 +91,14 @@ std::string shortened(const std::string& text, std::size_t cells) {
     if (used < cells) kept = clusters.end();
   }
   return text;
+}
+
+std::string abridged(const std::string& text, std::size_t cells) {
+  const std::size_t half = cells / 2;
+  if (cellsOf(text) <= cells) return text;
+  std::size_t end = text.size() - half;
+  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) ++end;
+  return shortened(text, half) + text.substr(end);
 }
 
 }  // namespace kivosql

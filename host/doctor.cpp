@@ -53,6 +53,8 @@ class Report {
     return false;
   }
 
+  void details(const std::string& text) { out_.write(visible(masked(text), "\n\t")).write("\n"); }
+
  private:
   void line(const char* mark, const std::string& name, const std::string& text) {
     const std::size_t cells = cellsOf(name);
@@ -106,6 +108,7 @@ bool checkConnection(Report& report, const Options& options) {
   const std::string name = session->url().empty() ? options.target.url + options.target.type : session->url();
   if (!connected) {
     report.bad("connect", name + ": " + session->error(), cureFor(session->error()));
+    if (options.verbose) report.details(session->details());
     return false;
   }
   report.good("connect", name);

@@ -1,7 +1,12 @@
 #include "java_vm.h"
 
+#include <langinfo.h>
 #include <sys/mman.h>
 #include <unistd.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <string_view>
 
 #include "JavaVmHost.h"
 #include "messages.h"
@@ -17,6 +22,14 @@ bool canReserve(int megabytes) {
   const std::size_t size = static_cast<std::size_t>(megabytes) << 20U;
   void* reserved = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   return reserved != MAP_FAILED && munmap(reserved, size) == 0;
+}
+
+/// Java writes to standard error, and opens files, in the locale's characters; a "C" locale has no others than ASCII's.
+void haveJavaUseUtf8() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  const bool does = locale != nullptr && std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  if (locale != nullptr) freelocale(locale);
+  if (!does) setenv("LC_ALL", "C.UTF-8", 1);
 }
 
 }  // namespace
@@ -38,6 +51,7 @@ std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabyte
   std::string library = jvm.library;
   std::string entries = joined(classPath.entries);
   std::string error;
+  haveJavaUseUtf8();
   return javaInit(library, entries, heapMegabytes, error) ? "" : error;
 }
 

@@ -91,7 +91,8 @@ std::vector<std::string> jarsIn(const fs::path& folder) {
 void add(ClassPath& classPath, const std::string& entry) {
   std::error_code error;
   const bool wildcard = fs::path(entry).filename() == "*";
-  const fs::path path = wildcard ? fs::path(entry).parent_path() : fs::path(entry);
+  // A lone wildcard has no folder before it.
+  const fs::path path = wildcard ? ("." / fs::path(entry)).parent_path() : fs::path(entry);
   if (!fs::exists(path, error)) {
     classPath.missing.push_back(entry);
     return;

@@ -107,7 +107,7 @@ class Loader {
     Record record;
     while (nextRecord(record)) {
       // A line with nothing on it is a value only where there is one column.
-      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty()) continue;
+      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty() && !record[0].quoted) continue;
       if (!accepts(record)) return refused();
       if (batch_.empty()) firstLine_ = reader_.line();
       batch_.push_back(std::move(record));
@@ -154,7 +154,7 @@ class Loader {
       std::string sql = insert_;
       for (std::size_t column = 0; column < record.size(); ++column) {
         sql += column == 0 ? "(" : ", ";
-        sql += literal(valueOf(record[column]), columns_[column].type, literals_, dialect_);
+        sql += literal(valueOf(record[column]), columns_[column], literals_, dialect_);
       }
       statements.push_back(sql + ')');
     }

@@ -11,7 +11,7 @@ namespace kivosql {
 
 namespace {
 
-/// Drivers repeat whole statements, and a batch has a text for each of its own.
+/// Drivers repeat whole statements, the reason before or behind them, and a batch has a text for each of its own.
 constexpr std::size_t kMostCells = 500;
 
 /// Standard error as it was at the start: a session may send descriptor 2 elsewhere (java_errors.h).
@@ -41,9 +41,9 @@ void draw(const std::string& text) {
   }
 }
 
-void say(const std::string& text) { draw(masked(text) + '\n'); }
+void say(const std::string& text) { draw(visible(masked(text), "\n\t") + '\n'); }
 
-void complain(const std::string& text) { say("kivosql: " + shortened(masked(text), kMostCells)); }
+void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMostCells)); }
 
 void keepSecret(const std::string& text) { secret() = text; }
 

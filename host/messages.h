@@ -4,10 +4,10 @@
 
 namespace kivosql {
 
-/// Writes a line to standard error, without any secret in it.
+/// Writes a line to standard error, without any secret in it, and without control characters but tabs and line ends.
 void say(const std::string& text);
 
-/// The same as an error of this program: one paragraph, and no endless one.
+/// The same as an error of this program: one line, and no endless one.
 void complain(const std::string& text);
 
 /// Writes to standard error as it stands: for what moves on a terminal.

@@ -35,6 +35,8 @@ Password fromFile(const std::string& path) {
     password.fault = "others have access to " + path + ", so it cannot hold a password: chmod 600 " + path;
   } else if (!readLine(file, password.text)) {
     password.fault = "cannot read " + path;
+  } else if (!password.text.empty() && password.text.back() == '\r') {
+    password.text.pop_back();
   }
   close(file);
   return password;

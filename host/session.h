@@ -39,6 +39,9 @@ struct Cell {
 };
 using Row = std::vector<Cell>;
 
+/// Whether the text reaches Java as it stands.
+bool isUtf8(const std::string& text);
+
 /// Text, and a target's texts, on the way to Java.
 std::string toJava(const std::string& text);
 Target toJava(const Target& target);
@@ -147,6 +150,9 @@ class Session {
     }
     return count >= 0;
   }
+
+  /// Names the type of those columns that compare with a JSON value, where the database has such.
+  void findJson(const std::string& table);
 
   std::vector<Column> columns_;
   std::string url_;

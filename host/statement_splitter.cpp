@@ -54,6 +54,16 @@ Token blockComment(std::string_view sql, std::size_t at, bool nests) {
   return {TokenKind::unfinished, sql.size()};
 }
 
+/// What begins code for those servers that know of it: MySQL's "/*!", MariaDB's "/*M!", both with a version behind
+/// them.
+/// @return where it ends, @p at when there is none.
+std::size_t endOfCodeMark(std::string_view sql, std::size_t at) {
+  for (std::string_view mark : {"/*!", "/*M!"}) {
+    if (startsAt(sql, at, mark)) return std::min(sql.find_first_not_of("0123456789", at + mark.size()), sql.size());
+  }
+  return at;
+}
+
 /// A doubled quote reads as two quoted texts in a row, which cuts the script at the same places.
 Token quoted(std::string_view sql, std::size_t at, bool backslashes) {
   const char quote = sql[at];
@@ -77,7 +87,7 @@ Token dollarQuoted(std::string_view sql, std::size_t at) {
 }
 
 bool beginsLineComment(std::string_view sql, std::size_t at, Dialect dialect) {
-  if (dialect == Dialect::standard) return startsAt(sql, at, "--");
+  if (dialect != Dialect::backslash) return startsAt(sql, at, "--");
   const bool dashes = startsAt(sql, at, "--") && (at + 2 == sql.size() || isBlank(sql[at + 2]));
   return dashes || sql[at] == '#';
 }
@@ -87,7 +97,8 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   const char byte = sql[at];
   if (isBlank(byte)) return {TokenKind::blank, at + 1};
   if (beginsLineComment(sql, at, dialect)) return lineComment(sql, at);
-  if (startsAt(sql, at, "/*")) return blockComment(sql, at, !backslashes);
+  if (const std::size_t end = endOfCodeMark(sql, at); backslashes && end > at) return {TokenKind::symbol, end};
+  if (startsAt(sql, at, "/*")) return blockComment(sql, at, dialect == Dialect::standard);
   if (byte == '\'' || byte == '"') return quoted(sql, at, backslashes);
   if (byte == '`') return quoted(sql, at, false);
   if (byte == '$' && !backslashes) return dollarQuoted(sql, at);
@@ -122,6 +133,12 @@ class OuterWords {
       if (sql_[start] == ')' && depth_ > 0) --depth_;
     }
     return {};
+  }
+
+  bool find(std::string_view wanted) {
+    std::string word = next();
+    while (!word.empty() && word != wanted) word = next();
+    return word == wanted;
   }
 
  private:
@@ -169,12 +186,10 @@ bool givesRows(std::string_view statement, Dialect dialect) {
       word = words.next();
     } while (!word.empty() && !isOneOf(word, {"select", "values", "table", "insert", "update", "delete", "merge"}));
   }
-  if (isOneOf(word, {"select", "values", "table", "show", "explain", "describe", "desc", "pragma"})) return true;
-  if (!isOneOf(word, {"insert", "update", "delete", "merge", "replace"})) return false;
-  do {
-    word = words.next();
-  } while (!word.empty() && word != "returning");
-  return word == "returning";
+  if (isOneOf(word, {"values", "table", "show", "explain", "describe", "desc", "fetch"})) return true;
+  if (word == "pragma") return statement.find('=') == kNone;
+  if (word == "select") return !words.find("into");
+  return isOneOf(word, {"insert", "update", "delete", "merge", "replace"}) && words.find("returning");
 }
 
 bool leavesTransaction(std::string_view statement, bool open) {

@@ -8,7 +8,9 @@ namespace kivosql {
 /// How a database's SQL is read.
 enum class Dialect {
   standard,
+  flat,       ///< the same, but block comments do not nest
   backslash,  ///< MySQL's family: a backslash escapes in quotes, "--" needs a blank behind it, "#" begins a comment
+              ///< and "/*!" code, block comments do not nest
 };
 
 struct Statement {

@@ -61,17 +61,26 @@ chmod 644 readable
 errors 1 'Syntax error.*\[42' query 'selec 1'
 printf 'selec 1; selec 2' >bad.sql
 errors 1 '^kivosql: bad.sql:1: .*\[42' run bad.sql
+printf "select 1;\nselect '\\351'" >latin.sql
+errors 1 '^kivosql: latin.sql:2: .*not UTF-8' run latin.sql
+errors 2 'SQL is not UTF-8' query "$(tail -n 1 latin.sql)"
 errors 1 'relation "nope" does not exist.*\[42P01' $postgres describe nope
 errors 1 'PSQLException: .*relation "nope"' $postgres --through jdbc query 'select * from nope'
 errors 1 'relation "nope"' $postgres --through bridge query 'select * from nope'
+export LC_ALL=C
+errors 1 'relation "нет"' $postgres --through jdbc query 'select * from "нет"'
+unset LC_ALL
 errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
 errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
 errors 2 'subcommand'
 errors 2 'does not know' "--password=$secret" tables
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
+errors 2 'password in --instance' --type postgresql --host h --instance "d?password=$secret" tables
+errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
 errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'no "xml"' --format xml tables
+errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
 errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
@@ -82,6 +91,7 @@ errors 2 'only reads' --through bridge update 'delete from t'
 errors 2 'cannot read /$' run /
 errors 2 'cannot read /$' load / t
 errors 1 'error reading' run /proc/self/mem
+errors 1 '"a␛\[31m b' describe "\"a$(printf '\033[31m\nb')\""
 errors 3 'no driver' --url jdbc:nosuch:x tables
 errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
 errors 3 'Unknown vendor' --through jdbc tables
@@ -96,6 +106,8 @@ check "stack traces only when asked for" yes \
 code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
 check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
+check "the doctor's, too" yes \
+  "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
 
 for command in 'run -' 'load - information_schema.users'; do
   check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
@@ -121,6 +133,8 @@ END
 for carrier in wrapper jdbc; do
   check "a transaction of the script's own through $carrier" 2 "$(csv $postgres --through $carrier run own.sql | tail -n 1)"
 done
+printf '\357\273\277select 1' >marked.sql
+check "a byte order mark" 1 "$(csv run marked.sql)"
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 echo "== loading"
@@ -143,6 +157,8 @@ for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
   check "what it stored" 2000 "$(csv $server query 'select count(*) from big where id > 100000')"
   "$kivosql" $server update 'delete from big where id > 100000' >out
 done
+printf 'id,name\n\n""\n' >quoted.csv
+check "a quoted nothing is a value" 1 "$("$kivosql" $h2 load quoted.csv big 2>&1 | grep -c 'line 3 has 1 value for 2 columns')"
 
 # The server goes before it has answered to the commit.
 "$kivosql" $postgres update 'create table frail (id int)' >out
@@ -177,6 +193,11 @@ check "values of all kinds" "4 $(md5sum <typed.jdbc)" "$(wc -l <typed.wrapper) $
 echo 5,12.5 | "$kivosql" $postgres load - spans --no-header >out
 check "values that parameters would change" '5 days,$12.50' "$(csv $postgres query 'select * from spans')"
 
+"$kivosql" $h2 update 'create table notes (id int, note json, span interval day)' >out
+printf '%s\n' '1,"{""a"":""it'\''s ж""}",1' 2,, >notes.csv
+"$kivosql" $h2 load notes.csv notes --no-header >out
+check "JSON stays JSON" "$(sed "s/,1\$/,INTERVAL '1' DAY/" notes.csv)" "$(csv $h2 query 'select * from notes order by id')"
+
 echo "== values that would like to be SQL"
 cat >evil.csv <<'END'
 id,name
@@ -198,6 +219,8 @@ sleep 1
 check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/environ | grep -c "$secret")"
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
+(umask 077 && printf '%s\r\n' "$secret" >windows)
+check "the password from a file with CRLF" 1 "$(csv $place --password-file windows query 'select 1')"
 
 # Runs a shell command on a terminal, and types, word by word, once the terminal shows what is awaited. Ctrl-C reaches
 # the shell too, and some shells would end with it.

@@ -33,6 +33,11 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
       {"a -- it's; one\n b;c", Dialect::standard, {"1:a -- it's; one\n b", "2:c"}},
       {"/* ; /* ; */ ; */ a;b", Dialect::standard, {"1:a", "1:b"}},
       {"/* ; /* ; */ a;b", Dialect::backslash, {"1:a", "1:b"}},
+      {"/* ; /* ; */ a;b 'x\\'; c", Dialect::flat, {"1:a", "1:b 'x\\'", "1:c"}},
+      {"/*!50001 a /* ; */ ';' */; /*M! b */;/*!",
+       Dialect::backslash,
+       {"1:/*!50001 a /* ; */ ';' */", "1:/*M! b */", "1:/*!"}},
+      {"/*!50001 a */;b", Dialect::standard, {"1:b"}},
       {"a $$ ;' $x$ $$; b $t$ $$; $t$;c $1; d$$e;f",
        Dialect::standard,
        {"1:a $$ ;' $x$ $$", "1:b $t$ $$; $t$", "1:c $1", "1:d$$e", "1:f"}},
@@ -59,16 +64,19 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
 }
 
 TEST(Kivosql, TellsStatementsThatGiveRows) {
-  for (const char* sql : {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1",
-                          "values 1", "insert into t values (1) returning id",
-                          "with a as (select 1) insert into t returning x", "show tables", "explain delete from t"}) {
+  for (const char* sql :
+       {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1", "values 1",
+        "insert into t values (1) returning id", "with a as (select 1) insert into t returning x", "show tables",
+        "explain delete from t", "select (select 1 into t)", "fetch all from c", "pragma table_info(t)"}) {
     EXPECT_TRUE(givesRows(sql, Dialect::standard)) << sql;
   }
   for (const char* sql : {"insert into t select 1", "update t set returned = 'returning'", "selects",
                           "with a as (select 1) insert into t select * from a", "create table t (a int)",
-                          "delete from t where (select returning)", ""}) {
+                          "delete from t where (select returning)", "", "with a as (select 1) select * into t from a",
+                          "pragma foreign_keys = on"}) {
     EXPECT_FALSE(givesRows(sql, Dialect::standard)) << sql;
   }
+  EXPECT_TRUE(givesRows("/*!50001 select 1 */", Dialect::backslash));
 }
 
 TEST(Kivosql, FollowsTransactions) {
@@ -92,6 +100,8 @@ TEST(Kivosql, ReadsCsv) {
       {"a,b\r\n1,2\r\n", {{"a", "b"}, {"1", "2"}}, ""},
       {"a,b\n1,\"\"", {{"a", "b"}, {"1", "[]"}}, ""},
       {"\xEF\xBB\xBF\"x\"\"y\",\"1\r\n2\",\n", {{"[x\"y]", "[1\r\n2]", ""}}, ""},
+      {"ａ,\xEF\xBB\xBF", {{"ａ", "\xEF\xBB\xBF"}}, ""},
+      {"\xEF\xBB", {{"\xEF\xBB"}}, ""},
       {"\n,\n", {{""}, {"", ""}}, ""},
       {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
       {"a\n\"b", {{"a"}}, "a quote that begins in the record on line 2 never ends"},
@@ -114,6 +124,7 @@ TEST(Kivosql, ReadsCsv) {
 TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
   constexpr int kInteger = 4;
   constexpr int kDecimal = 3;
+  constexpr int kDouble = 8;
   constexpr int kText = 12;
   constexpr int kBoolean = 16;
   constexpr int kBinary = -3;
@@ -131,7 +142,14 @@ TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"-12", false}, "-12"},
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1); drop", false}, "'1); drop'"},
       {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1.5", false}, "'1.5'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "1.5e-3"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "0.0015"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"-12345678901234567890e0", false}, "-12345678901234567890"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"12.345E+2", false}, "1234.5"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"0.12E4", false}, "01200"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1e99999999999999999999", false}, "'1e99999999999999999999'"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"1.5e-3", false}, "1.5e-3"},
+      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"-0.0", false}, "-0e0"},
+      {"jdbc:postgresql:x", Dialect::standard, kDouble, {"-0E9", false}, "'-0'"},
       {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"NaN", false}, "'NaN'"},
       {"jdbc:h2:mem:x", Dialect::standard, kBoolean, {"T", false}, "true"},
       {"jdbc:postgresql:x", Dialect::standard, kBoolean, {"t", false}, "'t'"},
@@ -142,7 +160,7 @@ TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
       {"jdbc:oracle:thin:x", Dialect::standard, kDate, {"2024-02-29", false}, "date '2024-02-29'"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(literal(row.value, row.type, literalsFor(row.url), row.dialect), row.expected);
+    EXPECT_EQ(literal(row.value, {"", row.type, typeName(row.type)}, literalsFor(row.url), row.dialect), row.expected);
   }
   EXPECT_EQ(quotedName("a\"b", literalsFor("jdbc:h2:mem:x")), "\"a\"\"b\"");
   EXPECT_EQ(quotedName("a`b", literalsFor("jdbc:mariadb://h/d")), "`a``b`");
@@ -197,6 +215,8 @@ TEST(Kivosql, MeasuresTextAsATerminalShowsIt) {
     EXPECT_EQ(cellsOf(row.text), row.cells) << row.text;
     EXPECT_EQ(shortened(row.text, 4), row.shortenedToFour) << row.text;
   }
+  EXPECT_EQ(abridged("日本語 duplicate key", 6), "日…key");
+  EXPECT_EQ(abridged("abc日é", 5), "a…é");
   EXPECT_EQ(visible("a\tb\n\x1B[31m\x7F\u0085ж"), "a␉b␊␛[31m␡\uFFFDж");
 }
 

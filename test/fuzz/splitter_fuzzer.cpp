@@ -46,6 +46,6 @@ void check(std::string_view script, Dialect dialect) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string script = kivo::fuzz::text(data, size);
-  for (const Dialect dialect : {Dialect::standard, Dialect::backslash}) check(script, dialect);
+  for (const Dialect dialect : {Dialect::standard, Dialect::flat, Dialect::backslash}) check(script, dialect);
   return 0;
 }
