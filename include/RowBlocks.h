@@ -28,8 +28,8 @@ struct RowBlocksOptions {
 ///         for (int column = 1; column <= blocks.columns(); ++column) use(blocks.text(row, column));
 ///     if (blocks.errorState != 0) report(blocks.errorMessage);
 ///
-/// A driver that fetches fewer rows at a time than a block takes is asked to fetch as many, while a megabyte holds
-/// them.
+/// A driver that fetches fewer rows at a time than a block takes is asked to fetch more, at most four times its own
+/// number, while a megabyte holds them.
 ///
 /// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
 /// closed, or run another query, before this object ends; next() then fails.
@@ -37,7 +37,7 @@ struct RowBlocksOptions {
 /// Errors: errorState and errorMessage, as of jdbcWrapper. When a row fails, the rows before it come first. Nothing is
 /// printed, and an exception that the source left pending stays for the source to report.
 ///
-/// Thread: the source's; the destructor included. Members throw nothing of their own; std::bad_alloc can escape, with
+/// Thread: the one that the source has when this is made; the destructor included. Members throw nothing of their own; std::bad_alloc can escape, with
 /// everything released.
 ///
 /// The fields are public because their order is part of the binary interface; hosts read the last two only.

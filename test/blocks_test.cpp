@@ -15,6 +15,7 @@
 #include "RowBlocks.h"
 #include "databases.h"
 #include "jdbcWrapper.h"
+#include "jni_ledger.h"
 #include "vm_fixture.h"
 
 namespace kivo::test {
@@ -267,6 +268,11 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
        "select repeat('x', x) from system_range(1, 200)",
        {64, true, 150},
        {150, 2, "a row has more text than the limit of 150 bytes"}},
+      {"a value beyond the heap",
+       "h2",
+       "select repeat('x', 1000000000 * x) from system_range(1, 2)",
+       {},
+       {0, 2, "out of memory"}},
       {"a failing cell", "h2", "select 1 / (100 - x) from system_range(1, 200)", {64, false, 100}, {99, 1, "[22012"}},
       {"a failing fetch, of 256 rows twice and then of as many as a block",
        "postgresql",
@@ -291,6 +297,35 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
     RowBlocks blocks(reader.wrapper, row.options);
     expectOutcome(blocks, row.outcome);
   }
+}
+
+TEST(BlocksOfResults, TakeTextInAnyEncodingThatTheServerSends) {
+  Database latin = database("postgresql");
+  latin.url += "?allowEncodingChanges=true";
+  WrapperSource reader(latin);
+  ASSERT_NE(reader.wrapper.executeUpdate("set client_encoding to latin1"), -1) << reader.wrapper.errorMessage;
+  // Two letters of Latin-1 whose bytes would pass for one letter of UTF-8.
+  ASSERT_TRUE(reader.query("select U&'\\00C3\\00BC'"));
+  EXPECT_EQ(read(reader.blocks({})), Grid{"\u00C3\u00BC"});
+}
+
+TEST(BlocksOfResults, OfAWrapperReleaseEverythingWhicheverCallFails) {
+  JniLedger ledger;
+  WrapperSource reader(database("h2"));
+  const auto operation = [&reader](const Armed& armed) {
+    ASSERT_TRUE(reader.query("select x from system_range(1, 3)"));
+    armed([&reader] {
+      RowBlocks blocks(reader.wrapper, {2});
+      int rows = 0;
+      while (blocks.next()) rows += blocks.rows();
+      EXPECT_EQ(blocks.errorState == 0, rows == 3 && blocks.errorMessage.empty());
+    });
+  };
+  int points = 0;
+  for (const Fault fault : {Fault::kOutOfMemory, Fault::kNull, Fault::kThrowBefore, Fault::kThrowAfter}) {
+    points += sweepFaults(ledger, fault, operation) + sweepFaults(ledger, fault, operation, true);
+  }
+  EXPECT_GT(points, 20);
 }
 
 TEST(BlocksOfResults, AnswerForTheirSource) {

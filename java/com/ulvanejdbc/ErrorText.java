@@ -32,12 +32,13 @@ final class ErrorText {
     }
   }
 
-  /** Also when the driver wrapped it in an exception of its own, and when there is no memory left to look. */
-  static boolean isOutOfMemory(Throwable failure) {
+  /** Not what ran out of memory in a driver that wrapped it in an exception of its own, or leaves none to look. */
+  static boolean isOfDatabase(Throwable failure) {
     try {
-      return chain(failure).stream().anyMatch(link -> link instanceof OutOfMemoryError);
+      return failure instanceof SQLException
+          && chain(failure).stream().noneMatch(link -> link instanceof OutOfMemoryError);
     } catch (Throwable cannotBeTold) {
-      return true;
+      return false;
     }
   }
 

@@ -189,8 +189,7 @@ public final class RowPacker {
     try {
       step.run();
     } catch (Throwable thrown) {
-      boolean isOfDatabase = thrown instanceof SQLException && !ErrorText.isOutOfMemory(thrown);
-      state = isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
+      state = ErrorText.isOfDatabase(thrown) ? DATABASE_FAILED : OTHER_FAILED;
       failure = ErrorText.of(thrown);
     }
   }

@@ -1,6 +1,8 @@
 package com.ulvanejdbc;
 
+import java.lang.reflect.Method;
 import java.nio.charset.StandardCharsets;
+import java.sql.Connection;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
@@ -68,7 +70,7 @@ final class RowPackerCell {
 
   private Way chooseWay() throws SQLException {
     Driver driver = Driver.of(rows);
-    boolean isServerText = driver == Driver.POSTGRESQL && isTextOnTheWire(rows.getMetaData());
+    boolean isServerText = driver == Driver.POSTGRESQL && isTextOnTheWire(rows.getMetaData()) && isServerTextUtf8();
     if (kind == CellKind.BINARY) return Way.HEX;
     if (kind == CellKind.TEMPORAL) {
       if (driver == Driver.H2 && type == Types.DATE) return Way.LOCAL_DATE;
@@ -116,6 +118,17 @@ final class RowPackerCell {
   private boolean isTextOnTheWire(ResultSetMetaData columns) {
     try {
       return Integer.valueOf(0).equals(columns.getClass().getMethod("getFormat", int.class).invoke(columns, column));
+    } catch (ReflectiveOperationException unknown) {
+      return false;
+    }
+  }
+
+  /** The driver lets a URL's setting allow other encodings; its strings come right in any. */
+  private boolean isServerTextUtf8() throws SQLException {
+    try {
+      Connection connection = rows.getStatement().getConnection();
+      Method setting = connection.getClass().getMethod("getParameterStatus", String.class);
+      return "UTF8".equals(setting.invoke(connection, "client_encoding"));
     } catch (ReflectiveOperationException unknown) {
       return false;
     }

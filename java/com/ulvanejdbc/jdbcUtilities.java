@@ -213,8 +213,7 @@ public class jdbcUtilities {
   }
 
   private void record(Throwable failure) {
-    boolean isDatabases = failure instanceof SQLException && !ErrorText.isOutOfMemory(failure);
-    errorCode = isDatabases ? DATABASE_ERROR : OTHER_ERROR;
+    errorCode = ErrorText.isOfDatabase(failure) ? DATABASE_ERROR : OTHER_ERROR;
     errorMessage = ErrorText.of(failure);
   }
 }
