@@ -37,8 +37,8 @@ struct RowBlocksOptions {
 /// Errors: errorState and errorMessage, as of jdbcWrapper. When a row fails, the rows before it come first. Nothing is
 /// printed, and an exception that the source left pending stays for the source to report.
 ///
-/// Thread: the one that the source has when this is made; the destructor included. Members throw nothing of their own; std::bad_alloc can escape, with
-/// everything released.
+/// Thread: the one that the source has when this is made; the destructor included. Members throw nothing of their own;
+/// std::bad_alloc can escape, with everything released.
 ///
 /// The fields are public because their order is part of the binary interface; hosts read the last two only.
 class KIVO_EXPORT RowBlocks {
