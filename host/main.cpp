@@ -3,12 +3,12 @@
 #include <csignal>
 #include <exception>
 
-#include "args.h"
-#include "commands.h"
-#include "interrupt.h"
-#include "java_vm.h"
-#include "messages.h"
-#include "password.h"
+#include "cli/args.h"
+#include "cli/commands.h"
+#include "jvm/java_vm.h"
+#include "terminal/interrupt.h"
+#include "terminal/messages.h"
+#include "terminal/password.h"
 
 namespace {
 

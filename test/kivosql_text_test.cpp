@@ -6,14 +6,14 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "commands.h"
-#include "csv_reader.h"
-#include "display.h"
-#include "formats.h"
-#include "java_errors.h"
-#include "password.h"
-#include "sql_literals.h"
-#include "statement_splitter.h"
+#include "cli/commands.h"
+#include "session/java_errors.h"
+#include "sql/csv_reader.h"
+#include "sql/sql_literals.h"
+#include "sql/statement_splitter.h"
+#include "terminal/display.h"
+#include "terminal/formats.h"
+#include "terminal/password.h"
 
 namespace kivosql {
 namespace {

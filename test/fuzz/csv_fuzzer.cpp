@@ -2,8 +2,8 @@
 #include <string>
 #include <vector>
 
-#include "csv_reader.h"
 #include "fuzzing.h"
+#include "sql/csv_reader.h"
 
 using kivo::fuzz::require;
 using kivosql::CsvField;

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "fuzzing.h"
-#include "statement_splitter.h"
+#include "sql/statement_splitter.h"
 
 using kivo::fuzz::require;
 using kivosql::Dialect;

@@ -1,0 +1,204 @@
+#include "cli/args.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/commands.h"
+#include "jvm/java_vm.h"
+#include "terminal/messages.h"
+#include "terminal/password.h"
+
+namespace kivosql {
+
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  Try it; with no connection, an H2 database in memory that ends with the program:
+    kivosql query "select 6 * 7 as answer"
+    kivosql run setup.sql
+
+  Any JDBC database, by its URL; the password is asked for:
+    kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders"
+
+  The same from parts, for a script: the password from a file that only you can read:
+    kivosql --type postgresql --host db --port 5432 --instance shop --user ada --password-file ~/.shop tables
+
+  Export, and load somewhere else; each batch of rows is one transaction:
+    kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders" --format csv > orders.csv
+    kivosql --url jdbc:h2:./copy load orders.csv orders
+
+  Something does not work:
+    kivosql --url jdbc:oracle:thin:@db:1521:shop doctor
+
+The password comes from --password-file, from KIVO_PASSWORD or from a prompt; never from an argument.
+Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Java VM, 130 interrupted.)";
+
+constexpr const char* kEmbedded = "jdbc:h2:mem:kivosql";
+
+/// The names of a table's rows, and help that tells what each is.
+template <typename Table>
+std::string choices(const std::string& about, const Table& table) {
+  std::string text = about;
+  for (const auto& row : table) text += std::string("\n  ") + row.name + ": " + row.about;
+  return text;
+}
+
+/// An option that picks a row of a table by its name.
+template <typename Row, std::size_t Size>
+void addChoice(CLI::App& app, const std::string& name, const Row (&table)[Size], const Row*& chosen, const char* about,
+               const char* group) {
+  const auto choose = [name, &table, &chosen](const std::string& value) {
+    for (const Row& row : table) {
+      if (value == row.name) chosen = &row;
+    }
+    if (value != chosen->name) throw CLI::ValidationError(name, "there is no \"" + value + "\"");
+  };
+  app.add_option_function<std::string>(name, choose, choices(about, table))->type_name("NAME")->group(group);
+}
+
+/// The parts of a URL; the first decides how the others are put together.
+struct Part {
+  const char* name;
+  std::string Target::*field;
+  const char* about;
+};
+
+constexpr Part kParts[] = {
+    {"--type", &Target::type, "Instead of a URL, its parts: the kind of database, such as postgresql"},
+    {"--host", &Target::host, "Its host"},
+    {"--port", &Target::port, "Its port"},
+    {"--instance", &Target::instance, "Its instance, or database where the kind has no instances"},
+    {"--database", &Target::database, "Its database"},
+};
+
+void addConnection(CLI::App& app, Options& options) {
+  constexpr const char* kGroup = "Connection (default: an H2 database in memory)";
+  Target& target = options.target;
+  app.add_option("--url", target.url, "A JDBC URL of any driver on the class path")->group(kGroup);
+  for (const Part& part : kParts) app.add_option(part.name, target.*part.field, part.about)->group(kGroup);
+  app.add_option("--user", target.user, "The user")->group(kGroup);
+  app.add_option("--password-file", options.passwordFile, "A file that only you can read, with the password in it")
+      ->group(kGroup);
+  addChoice(app, "--through", kCarriers, options.carrier, "The library's class that carries the work:", kGroup);
+  app.add_option("--class", target.className, "The bridge's Java connection class")
+      ->capture_default_str()
+      ->group(kGroup);
+}
+
+void addOutput(CLI::App& app, Options& options) {
+  constexpr const char* kGroup = "Output";
+  addChoice(app, "--format", kFormats, options.format, "How rows are written:", kGroup);
+  app.add_option("--null", options.null, "How NULL is written, and read by load; JSON has its own")->group(kGroup);
+  app.add_option("--width", options.maxCells, "Widest cell of a table, 0 for no limit")
+      ->capture_default_str()
+      ->group(kGroup);
+  app.add_option("--max-rows", options.maxRows, "The most rows of a query")
+      ->check(CLI::NonNegativeNumber)
+      ->group(kGroup);
+  app.add_flag("--timing", options.timing, "Say how long it took")->group(kGroup);
+  app.add_flag("--verbose", options.verbose, "With an error, all that Java said of it")->group(kGroup);
+}
+
+void addJava(CLI::App& app, Options& options) {
+  constexpr const char* kGroup = "Java VM";
+  app.add_option("--jvm", options.jvm, "A Java home, or a libjvm.so")->group(kGroup);
+  app.add_option("--class-path", options.classPath, "Jars and folders, separated by ':', before those found unasked")
+      ->allow_extra_args(false)
+      ->group(kGroup);
+  app.add_option("--heap-mb", options.heapMegabytes, "Most megabytes of Java heap")
+      ->capture_default_str()
+      ->group(kGroup);
+}
+
+void addCommands(CLI::App& app, Options& options) {
+  app.fallthrough();  // options may stand behind the command too
+  for (const Command& command : kCommands) {
+    CLI::App* added = app.add_subcommand(command.name, command.about);
+    added->callback([&options, &command] { options.command = &command; });
+    for (std::size_t argument = 0; argument < 2 && command.arguments[argument] != nullptr; ++argument) {
+      added->add_option(command.arguments[argument], options.arguments[argument])->required();
+    }
+  }
+  app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Run the rest after a statement that failed");
+  CLI::App* load = app.get_subcommand("load");
+  load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
+  load->add_option("--batch", options.batchRows, "Most rows a transaction")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  app.require_subcommand(1);
+}
+
+std::string passwordFault(const std::string& option, const std::string& value) {
+  if (!holdsPassword(value)) return {};
+  return "a password in " + option +
+         " can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the prompt";
+}
+
+/// SQL and names go to Java as text; a file's name is mere bytes.
+std::string textFault(const Options& options) {
+  for (std::size_t argument = 0; argument < 2; ++argument) {
+    const char* name = options.command->arguments[argument];
+    const bool isText = name != nullptr && std::string_view(name) != "FILE";
+    if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
+  }
+  return {};
+}
+
+/// What the parser cannot see. @return the fault, empty when there is none.
+std::string faultOf(const CLI::App& app, const Options& options) {
+  for (const Part& part : kParts) {
+    if (app.count(part.name) == 0) continue;
+    if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
+    if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
+    // A host with a user before it looks as in a URL.
+    std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
+    if (!fault.empty()) return fault;
+  }
+  if (!options.target.type.empty() && !options.carrier->takesParts) {
+    return std::string("--through ") + options.carrier->name + " needs --url instead of --type";
+  }
+  if (std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
+  if (options.command->writes && !options.carrier->writes) {
+    return std::string("--through ") + options.carrier->name + " only reads";
+  }
+  const bool isCsv = options.format->make == makeCsv || options.command->run == runLoad;
+  if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {
+    return "--null for CSV cannot have a comma, a quote or a line end in it";
+  }
+  if (std::string fault = textFault(options); !fault.empty()) return fault;
+  return heapFault(options.heapMegabytes);
+}
+
+ExitCode refuse(const std::string& why) {
+  complain(why + " (kivosql --help shows how)");
+  return kWrongUse;
+}
+
+}  // namespace
+
+bool parse(int argc, char** argv, Options& options, ExitCode& code) {
+  CLI::App app("Reads from and writes to any JDBC database.", "kivosql");
+  app.set_version_flag("--version", "kivosql " KIVOSQL_VERSION);
+  app.footer(kExamples);
+  options.arguments.resize(2);
+  addConnection(app, options);
+  addOutput(app, options);
+  addJava(app, options);
+  addCommands(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ExtrasError&) {
+    // Its own text would repeat the arguments, among them a password that should not have been one.
+    code = refuse("there is an option or argument that kivosql does not know");
+    return false;
+  } catch (const CLI::ParseError& error) {
+    code = error.get_exit_code() == 0 ? static_cast<ExitCode>(app.exit(error)) : refuse(error.what());
+    return false;
+  }
+
+  if (options.target.url.empty() && options.target.type.empty()) options.target.url = kEmbedded;
+  const std::string fault = faultOf(app, options);
+  if (!fault.empty()) code = refuse(fault);
+  return fault.empty();
+}
+
+}  // namespace kivosql

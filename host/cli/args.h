@@ -1,0 +1,43 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/exit_codes.h"
+#include "session/session.h"
+#include "terminal/formats.h"
+
+namespace kivosql {
+
+struct Command;
+
+/// What the command line asks for.
+struct Options {
+  Target target;
+  std::string passwordFile;
+  const Carrier* carrier = &kCarriers[0];
+
+  const Format* format = &kFormats[0];
+  std::optional<std::string> null;
+  std::size_t maxCells = 60;
+  int maxRows = 0;
+  bool timing = false;
+  bool verbose = false;
+
+  std::string jvm;
+  std::vector<std::string> classPath;
+  int heapMegabytes = 256;
+
+  bool keepGoing = false;
+  bool noHeader = false;
+  std::size_t batchRows = 10000;
+
+  const Command* command = nullptr;
+  std::vector<std::string> arguments;  ///< the command's own, as many as it has
+};
+
+/// @return false when there is nothing more to do, with @p code to end with: help was asked for, or the use was wrong.
+bool parse(int argc, char** argv, Options& options, ExitCode& code);
+
+}  // namespace kivosql

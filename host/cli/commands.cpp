@@ -1,0 +1,216 @@
+#include "cli/commands.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+
+#include "sql/sql_literals.h"
+#include "sql/statement_splitter.h"
+#include "terminal/interrupt.h"
+#include "terminal/messages.h"
+#include "terminal/progress.h"
+
+namespace kivosql {
+
+namespace {
+
+std::unique_ptr<Writer> makeWriter(Context& context) {
+  const Options& options = context.options;
+  const char* noColour = std::getenv("NO_COLOR");
+  Style style;
+  style.null = options.null.value_or(options.format->null);
+  style.maxCells = options.maxCells;
+  style.colours = outputOnTerminal() && (noColour == nullptr || *noColour == '\0');
+  return options.format->make(context.out, style);
+}
+
+/// What became of the writing.
+ExitCode flushed(Output& out) {
+  if (out.flush() || out.abandoned()) return kDone;
+  complain("cannot write: " + out.reason());
+  return kFailed;
+}
+
+/// Writes the rows of the query that the session has begun.
+Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
+  const std::unique_ptr<Writer> writer = makeWriter(context);
+  writer->begin(context.session.columns());
+  Row row;
+  Step step = Step::row;
+  while (context.out.good() && !Interrupt::happened() && (step = context.session.next(row)) == Step::row) {
+    writer->row(row);
+    progress.advance(++rows);
+    if (outputOnTerminal()) context.out.flush();
+  }
+  if (step == Step::end) writer->end(rows);
+  return Interrupt::happened() ? Step::failed : step;
+}
+
+ExitCode query(Context& context, const std::string& sql, const std::string& place) {
+  Progress progress;
+  const Stopwatch watch;
+  unsigned long long rows = 0;
+  const bool begun = context.session.query(sql, context.options.maxRows);
+  // On one terminal the rows and the moving line would run into each other.
+  if (outputOnTerminal()) progress.stop();
+  const Step step = begun ? writeRows(context, progress, rows) : Step::failed;
+  const ExitCode code = flushed(context.out);
+  progress.stop();
+  if (step == Step::failed) return failed(context, place);
+  tellTiming(context, rows, watch.elapsed());
+  return code;
+}
+
+ExitCode update(Context& context, const std::string& sql, const std::string& place) {
+  Progress progress;
+  const Stopwatch watch;
+  const int count = context.session.update(sql);
+  progress.stop();
+  if (count < 0) return failed(context, place);
+  remark(context, counted(static_cast<unsigned>(count), "row") + " changed");
+  tellTiming(context, static_cast<unsigned>(count), watch.elapsed());
+  return flushed(context.out);
+}
+
+ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
+  const std::unique_ptr<Writer> writer = makeWriter(context);
+  writer->begin(columns);
+  for (const Row& row : rows) writer->row(row);
+  writer->end(rows.size());
+  return flushed(context.out);
+}
+
+ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
+  if (!statement.complete) {
+    complain(place + "a quote or comment in this statement never ends");
+    return kFailed;
+  }
+  const std::string sql(statement.text);
+  if (!isUtf8(sql)) {
+    complain(place + "this statement is not UTF-8");
+    return kFailed;
+  }
+  return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
+}
+
+/// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
+std::size_t endOfName(const std::string& text, std::size_t at) {
+  const char quote = at < text.size() ? text[at] : '\0';
+  if (quote == '"' || quote == '`') {
+    const std::size_t end = text.find(quote, at + 1);
+    return end == std::string::npos || end == at + 1 ? at : end + 1;
+  }
+  const auto isPart = [](unsigned char byte) {
+    return std::isalnum(byte) != 0 || byte == '_' || byte == '$' || byte == '#' || byte >= 0x80;
+  };
+  while (at < text.size() && isPart(static_cast<unsigned char>(text[at]))) ++at;
+  return at;
+}
+
+}  // namespace
+
+bool isTableName(const std::string& text) {
+  std::size_t at = 0;
+  while (true) {
+    const std::size_t end = endOfName(text, at);
+    if (end == at || end == text.size()) return end != at;
+    if (text[end] != '.') return false;
+    at = end + 1;
+  }
+}
+
+std::istream* openInput(const std::string& path, std::ifstream& file) {
+  if (path == "-") return &std::cin;
+  std::error_code unknown;
+  // A folder can be opened, but not read.
+  if (!std::filesystem::is_directory(path, unknown)) file.open(path, std::ios::binary);
+  if (file.is_open()) return &file;
+  complain("cannot read " + path);
+  return nullptr;
+}
+
+bool standardInputFailed() { return std::ferror(stdin) != 0; }
+
+ExitCode failed(const Context& context, const std::string& what) {
+  if (Interrupt::happened()) {
+    complain(what + "interrupted");
+    return kInterrupted;
+  }
+  complain(what + context.session.error());
+  if (context.options.verbose && !context.session.details().empty()) say(context.session.details());
+  return kFailed;
+}
+
+void remark(Context& context, const std::string& text) {
+  if (context.options.format->forPeople) {
+    context.out.write(text).write("\n");
+  } else {
+    say(text);
+  }
+}
+
+void tellTiming(const Context& context, unsigned long long rows, double elapsed) {
+  if (!context.options.timing) return;
+  const double rate = static_cast<double>(rows) / elapsed;
+  say(counted(rows, "row") + " in " + seconds(elapsed) + ", " + counted(static_cast<unsigned long long>(rate), "row") +
+      " per second");
+}
+
+ExitCode runQuery(Context& context) { return query(context, context.options.arguments[0], ""); }
+
+ExitCode runUpdate(Context& context) { return update(context, context.options.arguments[0], ""); }
+
+ExitCode runScript(Context& context) {
+  const std::string& path = context.options.arguments[0];
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  if (input == nullptr) return kWrongUse;
+  std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
+  if (standardInputFailed()) {
+    complain("cannot read standard input");
+    return kWrongUse;
+  }
+  const Dialect dialect = literalsFor(context.session.url()).dialect;
+  StatementSplitter splitter(script, dialect);
+  ExitCode worst = kDone;
+  Statement statement;
+  while (splitter.next(statement)) {
+    // A reader that had enough rows has not had the rest of the script run.
+    if (!context.out.good()) return kFailed;
+    const std::string place = path + ':' + std::to_string(statement.line) + ": ";
+    // It may have come between two statements, where there was nothing to cancel.
+    const ExitCode code =
+        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
+    if (code != kDone) worst = code;
+    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) break;
+  }
+  return worst;
+}
+
+ExitCode runTables(Context& context) {
+  std::vector<std::string> names;
+  if (!context.session.tables(names)) return failed(context, "");
+  std::vector<Row> rows;
+  rows.reserve(names.size());
+  for (const std::string& name : names) rows.push_back({{name, false}});
+  return writeList(context, {{"table", 0, ""}}, rows);
+}
+
+ExitCode runDescribe(Context& context) {
+  const std::string& table = context.options.arguments[0];
+  if (!isTableName(table)) {
+    complain("\"" + table + "\" is not the name of a table");
+    return kWrongUse;
+  }
+  if (!context.session.describe(table)) return failed(context, "");
+  std::vector<Row> rows;
+  for (const Column& column : context.session.columns())
+    rows.push_back({{column.name, false}, {column.typeName, false}});
+  return writeList(context, {{"column", 0, ""}, {"type", 0, ""}}, rows);
+}
+
+}  // namespace kivosql

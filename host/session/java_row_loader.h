@@ -1,0 +1,30 @@
+#pragma once
+
+#include <jni.h>
+
+#include <string>
+
+#include "session/session.h"
+
+namespace kivosql {
+
+/// The companion jar's RowLoader. One thread, that of @p env.
+class JavaRowLoader {
+ public:
+  JavaRowLoader() = default;
+  ~JavaRowLoader();
+  JavaRowLoader(const JavaRowLoader&) = delete;
+  JavaRowLoader& operator=(const JavaRowLoader&) = delete;
+
+  /// @param utilities the connected jdbcUtilities. @param insert for Java. @return false where rows cannot go this way.
+  bool open(JNIEnv* env, jobject utilities, const std::string& insert, int columns);
+
+  /// @return whether the rows are stored; @p why not is from Java.
+  bool store(PackedRows& rows, std::string& why);
+
+ private:
+  JNIEnv* env_ = nullptr;
+  jobject loader_ = nullptr;
+};
+
+}  // namespace kivosql

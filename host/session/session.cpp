@@ -1,0 +1,99 @@
+#include "session/session.h"
+
+#include "JavaVmHost.h"
+#include "KivoUtf8.h"
+#include "sql/sql_literals.h"
+
+namespace kivosql {
+
+bool Session::describe(const std::string& table) {
+  if (!query("select * from " + table + " where 1 = 0", 0)) return false;
+  Row none;
+  if (next(none) == Step::failed) return false;
+  findJson(table);
+  return true;
+}
+
+void Session::findJson(const std::string& table) {
+  constexpr int kOther = 1111;
+  const Literals& literals = literalsFor(url_);
+  if (*literals.jsonWord == '\0') return;
+  std::vector<Column> columns = columns_;
+  for (Column& column : columns) {
+    if (column.type != kOther) continue;
+    const std::string comparison = quotedName(column.name, literals) + " = " + literals.jsonWord + "'1'";
+    if (query("select 1 from " + table + " where 1 = 0 and " + comparison, 0)) column.typeName = kJson;
+  }
+  columns_ = columns;
+}
+
+bool isUtf8(const std::string& text) { return kivo::utf8::toModified(text).replacements == 0; }
+
+std::string toJava(const std::string& text) { return kivo::utf8::toModified(text).text; }
+
+Target toJava(const Target& target) {
+  Target java = target;
+  for (std::string* text : {&java.url, &java.type, &java.host, &java.port, &java.instance, &java.database, &java.user,
+                            &java.password, &java.className}) {
+    *text = toJava(*text);
+  }
+  return java;
+}
+
+std::string fromJava(const std::string& text) { return kivo::utf8::toStandard(text).text; }
+
+void PackedRows::add(const Cell& cell) {
+  text += cell.text;
+  const auto end = static_cast<std::int32_t>(text.size());
+  ends.push_back(cell.isNull ? ~end : end);
+}
+
+void PackedRows::clear() {
+  ends.clear();
+  text.clear();
+}
+
+Step BlockRows::next(Row& row) {
+  if (!blocks_) return Step::end;
+  if (++row_ >= blocks_->rows()) {
+    row_ = 0;
+    if (!blocks_->next()) return blocks_->errorState == 0 ? Step::end : Step::failed;
+  }
+  row.resize(static_cast<std::size_t>(blocks_->columns()));
+  int column = 0;
+  for (Cell& cell : row) {
+    ++column;
+    cell = {blocks_->text(row_, column), blocks_->isNull(row_, column)};
+  }
+  return Step::row;
+}
+
+bool cancelInJava(void* object) {
+  JNIEnv* env = nullptr;
+  if (object == nullptr || _globaljvm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) != JNI_OK) {
+    return false;
+  }
+  auto* const target = static_cast<jobject>(object);
+  const jmethodID cancel = env->GetMethodID(env->GetObjectClass(target), "cancel", "()V");
+  if (cancel != nullptr) env->CallVoidMethod(target, cancel);
+  const bool asked = env->ExceptionCheck() == JNI_FALSE;
+  env->ExceptionClear();
+  // Detaching releases the local reference too.
+  _globaljvm->DetachCurrentThread();
+  return asked;
+}
+
+bool isBrokenInJava(JNIEnv* env, void* object) {
+  constexpr jint kPatienceSeconds = 5;
+  if (object == nullptr) return true;
+  auto* const target = static_cast<jobject>(object);
+  const jclass type = env->GetObjectClass(target);
+  const jmethodID isValid = env->GetMethodID(type, "isValid", "(I)Z");
+  env->DeleteLocalRef(type);
+  const bool valid = isValid == nullptr || env->CallBooleanMethod(target, isValid, kPatienceSeconds) == JNI_TRUE;
+  const bool threw = env->ExceptionCheck() == JNI_TRUE;
+  env->ExceptionClear();
+  return !valid && !threw;
+}
+
+}  // namespace kivosql

@@ -1,0 +1,141 @@
+#include "JdbcUtils.h"
+#include "session/java_errors.h"
+#include "session/session.h"
+#include "sql/statement_splitter.h"
+#include "terminal/interrupt.h"
+
+namespace kivosql {
+
+namespace {
+
+/// The vendors' own DataSource classes. Rows are read with auto-commit off, as some drivers, PostgreSQL's among them,
+/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap. In a transaction
+/// that the caller opened in SQL they are, since switching auto-commit on again would commit it.
+class JdbcSession : public Session {
+ public:
+  bool open(const Target& target) override {
+    Target java = toJava(target);
+    std::string field;
+    std::string text;
+    const bool connected =
+        database_.javaInit() &&
+        database_.setUrl(java.type, java.host, java.port, java.instance, java.database, java.url, field, text) &&
+        database_.getConnection(java.user, java.password, text) && database_.getStatement();
+    url_ = fromJava(java.url);
+    return done(connected, fromJava(text));
+  }
+
+  bool query(const std::string& sql, int maxRows) override {
+    const auto describe = [this](int column, std::string& name, int& type) {
+      return database_.getColumnInfo(column, name, type);
+    };
+    std::string text = toJava(sql);
+    if (!endTransaction() || (!callersTransaction_ && !done(database_.setAutoCommit(false)))) return false;
+    if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
+      rows_.open(database_);
+      return true;
+    }
+    keepError([this] { endTransaction(); });
+    return false;
+  }
+
+  Step next(Row& row) override {
+    const Step step = rows_.next(row);
+    if (step == Step::end) return endTransaction() ? Step::end : Step::failed;
+    if (step == Step::failed) {
+      details_ = fromJava(rows_.error());
+      error_ = readable(details_, {});
+      keepError([this] { endTransaction(); });
+    }
+    return step;
+  }
+
+  int update(const std::string& sql) override {
+    std::string text = toJava(sql);
+    if (!endTransaction()) return -1;
+    const int count = database_.executeUpdate(text);
+    if (!done(count >= 0)) return -1;
+    callersTransaction_ = leavesTransaction(sql, callersTransaction_);
+    return count;
+  }
+
+  /// Statement by statement: the library's batch commits also when one of its statements failed.
+  bool updateAll(const std::vector<std::string>& statements) override {
+    if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
+    for (const std::string& sql : statements) {
+      std::string text = toJava(sql);
+      if (!Interrupt::happened() && done(database_.executeUpdate(text) >= 0)) continue;
+      keepError([this] { rollBack(); });
+      return false;
+    }
+    return endTransaction();
+  }
+
+  bool tables(std::vector<std::string>& names) override {
+    if (!endTransaction() || !done(database_.getTables(names))) return false;
+    for (std::string& name : names) name = fromJava(name);
+    return true;
+  }
+
+  bool cancel() override { return cancelInJava(database_.statement); }
+
+  bool isBroken() override { return isBrokenInJava(database_.env, database_.connection); }
+
+  void close() override {
+    endTransaction();
+    database_.closeConnection();
+  }
+
+ private:
+  bool threw() const { return database_.env != nullptr && database_.env->ExceptionCheck() == JNI_TRUE; }
+
+  /// The library tells of a failure by its result, by an exception that it leaves pending, or by both.
+  bool done(bool result, const std::string& text = {}) {
+    const bool failed = !result || threw();
+    if (threw()) database_.env->ExceptionDescribe();
+    details_ = printed_.take();
+    if (failed) error_ = readable(text, details_);
+    return !failed;
+  }
+
+  /// Nothing to do when none is open.
+  bool endTransaction() {
+    if (database_.connection == nullptr || database_.autoCommit) return true;
+    database_.closeRS();
+    if (done(database_.commit())) return done(database_.setAutoCommit(true));
+    keepError([this] { done(database_.setAutoCommit(true)); });
+    return false;
+  }
+
+  /// The library has no rollback of its own; as a statement, all of its vendors know it. What cannot be undone must not
+  /// be committed.
+  void rollBack() {
+    std::string rollback = "rollback";
+    if (done(database_.executeUpdate(rollback) >= 0)) {
+      endTransaction();
+    } else {
+      database_.closeConnection();
+    }
+  }
+
+  /// Runs clean-up whose own failure matters less than the one that led to it.
+  template <typename Cleanup>
+  void keepError(Cleanup cleanup) {
+    const std::string error = error_;
+    const std::string details = details_;
+    cleanup();
+    error_ = error;
+    details_ = details;
+  }
+
+  JavaErrors printed_;
+  JdbcUtils database_;
+  BlockRows rows_;  ///< of the last query; goes before the database
+  bool callersTransaction_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Session> makeJdbcSession() { return std::make_unique<JdbcSession>(); }
+
+}  // namespace kivosql

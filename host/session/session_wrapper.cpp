@@ -1,0 +1,97 @@
+#include "jdbcWrapper.h"
+#include "session/java_errors.h"
+#include "session/java_row_loader.h"
+#include "session/session.h"
+
+namespace kivosql {
+
+namespace {
+
+/// Any JDBC driver, errors as text; it streams large results by itself.
+class WrapperSession : public Session {
+ public:
+  bool open(const Target& target) override {
+    if (!done(database_.errorState == 0)) return false;
+    Target java = toJava(target);
+    const bool connected = database_.setUrl(java.type, java.host, java.port, java.instance, java.database, java.url) &&
+                           database_.getConnection(java.user, java.password) && database_.getStatement();
+    url_ = fromJava(java.url);
+    return done(connected);
+  }
+
+  bool query(const std::string& sql, int maxRows) override {
+    const auto describe = [this](int column, std::string& name, int& type) {
+      return database_.getColumnInfo(column + 1, name, type);
+    };
+    if (!done(database_.executeQuery(toJava(sql), maxRows) && setColumns(database_.getNumColumns(), describe))) {
+      return false;
+    }
+    rows_.open(database_);
+    return true;
+  }
+
+  Step next(Row& row) override {
+    const Step step = rows_.next(row);
+    if (step == Step::failed) setError(rows_.error());
+    return step;
+  }
+
+  int update(const std::string& sql) override {
+    const int count = database_.executeUpdate(toJava(sql));
+    done(count >= 0);
+    return count;
+  }
+
+  bool updateAll(const std::vector<std::string>& statements) override {
+    for (const std::string& sql : statements) {
+      if (!done(database_.addToBatch(toJava(sql)))) return false;
+    }
+    int executed = 0;
+    return done(database_.executeBatch(executed));
+  }
+
+  bool prepareRows(const std::string& insert, int columns) override {
+    return loader_.open(database_.env, database_.utilitiesObject, toJava(insert), columns);
+  }
+
+  bool storeRows(PackedRows& rows) override {
+    std::string why;
+    const bool stored = loader_.store(rows, why);
+    if (!stored) setError(why);
+    return stored;
+  }
+
+  bool tables(std::vector<std::string>& names) override {
+    if (!done(database_.getTables(names))) return false;
+    for (std::string& name : names) name = fromJava(name);
+    return true;
+  }
+
+  bool cancel() override { return cancelInJava(database_.utilitiesObject); }
+
+  bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
+
+  void close() override { database_.closeConnection(); }
+
+ private:
+  bool done(bool result) {
+    if (result) return true;
+    setError(database_.errorMessage);
+    return false;
+  }
+
+  void setError(const std::string& message) {
+    details_ = fromJava(message);
+    error_ = readable(details_, {});
+  }
+
+  jdbcWrapper database_;
+  BlockRows rows_;        ///< of the last query; goes before the database
+  JavaRowLoader loader_;  ///< so does this
+};
+
+}  // namespace
+
+std::unique_ptr<Session> makeWrapperSession() { return std::make_unique<WrapperSession>(); }
+
+}  // namespace kivosql

@@ -1,0 +1,76 @@
+#include "sql/csv_reader.h"
+
+#include <utility>
+
+namespace kivosql {
+
+namespace {
+
+constexpr int kEnd = std::char_traits<char>::eof();
+
+}  // namespace
+
+int CsvReader::take() {
+  const int byte = input_.sbumpc();
+  if (byte == kEnd) return byte;
+  ++bytes_;
+  if (byte == '\n') ++line_;
+  return byte;
+}
+
+bool CsvReader::takeIf(char byte) {
+  if (input_.sgetc() != static_cast<unsigned char>(byte)) return false;
+  take();
+  return true;
+}
+
+/// @return the bytes that looked like the beginning of one and are text.
+std::string CsvReader::skipByteOrderMark() {
+  std::string taken;
+  for (char byte : {'\xEF', '\xBB', '\xBF'}) {
+    if (!takeIf(byte)) return taken;
+    taken += byte;
+  }
+  return {};
+}
+
+/// The opening quote is behind us.
+bool CsvReader::takeQuoted(std::string& text) {
+  for (int byte = take(); byte != kEnd; byte = take()) {
+    if (byte != '"') {
+      text += static_cast<char>(byte);
+    } else if (!takeIf('"')) {
+      return true;
+    } else {
+      text += '"';
+    }
+  }
+  error_ = "a quote that begins in the record on line " + std::to_string(recordLine_) + " never ends";
+  return false;
+}
+
+void CsvReader::takePlain(std::string& text) {
+  for (int byte = input_.sgetc(); byte != kEnd && byte != ',' && byte != '\n' && byte != '\r'; byte = input_.sgetc()) {
+    text += static_cast<char>(take());
+  }
+}
+
+bool CsvReader::next(std::vector<CsvField>& record) {
+  record.clear();
+  std::string start = bytes_ == 0 ? skipByteOrderMark() : "";
+  recordLine_ = line_;
+  if (!error_.empty() || (start.empty() && input_.sgetc() == kEnd)) return false;
+  do {
+    CsvField& field = record.emplace_back();
+    field.text = std::exchange(start, {});
+    field.quoted = field.text.empty() && takeIf('"');
+    if (field.quoted && !takeQuoted(field.text)) return false;
+    if (!field.quoted) takePlain(field.text);
+  } while (takeIf(','));
+  takeIf('\r');
+  if (takeIf('\n') || input_.sgetc() == kEnd) return true;
+  error_ = "line " + std::to_string(line_) + " has text behind a closing quote, or a lone carriage return";
+  return false;
+}
+
+}  // namespace kivosql

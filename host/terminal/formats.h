@@ -1,0 +1,55 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "session/session.h"
+#include "terminal/output.h"
+
+namespace kivosql {
+
+struct Style {
+  std::string null;          ///< how NULL is written; JSON has its own
+  std::size_t maxCells = 0;  ///< the widest cell of an aligned table; 0 is no limit
+  bool colours = false;
+};
+
+/// Writes one result. Rows are written as they come; only the aligned table keeps some back.
+class Writer {
+ public:
+  virtual ~Writer() = default;
+  virtual void begin(const std::vector<Column>& columns) = 0;
+  virtual void row(const Row& row) = 0;
+  /// @param rows how many there were.
+  virtual void end(unsigned long long rows) = 0;
+};
+
+/// The heading as a row.
+Row namesOf(const std::vector<Column>& columns);
+
+struct Format {
+  const char* name;
+  const char* about;
+  const char* null;  ///< how NULL is written unless asked otherwise
+  bool forPeople;    ///< remarks may stand between its rows
+  std::unique_ptr<Writer> (*make)(Output& out, const Style& style);
+};
+
+std::unique_ptr<Writer> makeTable(Output& out, const Style& style);
+std::unique_ptr<Writer> makeVertical(Output& out, const Style& style);
+std::unique_ptr<Writer> makeCsv(Output& out, const Style& style);
+std::unique_ptr<Writer> makeJson(Output& out, const Style& style);
+std::unique_ptr<Writer> makeJsonLines(Output& out, const Style& style);
+std::unique_ptr<Writer> makeMarkdown(Output& out, const Style& style);
+
+constexpr Format kFormats[] = {
+    {"table", "aligned, for a terminal", "∅", true, makeTable},
+    {"vertical", "a line for each value", "∅", true, makeVertical},
+    {"csv", "RFC 4180; NULL is empty, an empty text is \"\"", "", false, makeCsv},
+    {"json", "one array of objects", "", false, makeJson},
+    {"jsonl", "an object a line", "", false, makeJsonLines},
+    {"markdown", "a table for a document", "∅", false, makeMarkdown},
+};
+
+}  // namespace kivosql

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <thread>
+
+#include "session/session.h"
+
+namespace kivosql {
+
+/// Makes Ctrl-C end the statement that runs, in the database too. Lives from after open() to before close().
+///
+/// The Java VM takes SIGINT when it starts, and its threads unblock it, so that sigwait() in a thread of the host's
+/// never sees it; a handler installed later simply takes the VM's place.
+class Interrupt {
+ public:
+  explicit Interrupt(Session& session);
+  ~Interrupt();
+  Interrupt(const Interrupt&) = delete;
+  Interrupt& operator=(const Interrupt&) = delete;
+
+  /// Whether it came. Any thread, any time.
+  static bool happened();
+
+ private:
+  void watch();
+
+  Session& session_;
+  int pipe_[2] = {-1, -1};
+  std::thread watcher_;
+};
+
+}  // namespace kivosql

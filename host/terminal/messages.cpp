@@ -1,0 +1,70 @@
+#include "terminal/messages.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "terminal/display.h"
+
+namespace kivosql {
+
+namespace {
+
+/// Drivers repeat whole statements, the reason before or behind them, and a batch has a text for each of its own.
+constexpr std::size_t kMostCells = 500;
+
+/// Standard error as it was at the start: a session may send descriptor 2 elsewhere (java_errors.h).
+const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+
+std::string& secret() {
+  static std::string text;
+  return text;
+}
+
+}  // namespace
+
+std::string masked(std::string text) {
+  const std::string& hidden = secret();
+  for (std::size_t at = 0; !hidden.empty() && (at = text.find(hidden, at)) != std::string::npos; at += 3) {
+    text.replace(at, hidden.size(), "***");
+  }
+  return text;
+}
+
+void draw(const std::string& text) {
+  std::size_t written = 0;
+  while (written < text.size()) {
+    const ssize_t length = write(errors, text.data() + written, text.size() - written);
+    if (length <= 0) return;
+    written += static_cast<std::size_t>(length);
+  }
+}
+
+void say(const std::string& text) { draw(visible(masked(text), "\n\t") + '\n'); }
+
+void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMostCells)); }
+
+void keepSecret(const std::string& text) { secret() = text; }
+
+bool errorsOnTerminal() { return isatty(errors) == 1; }
+
+bool outputOnTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+std::string grouped(unsigned long long number) {
+  std::string digits = std::to_string(number);
+  for (std::size_t at = digits.size(); at > 3;) digits.insert(at -= 3, 1, ',');
+  return digits;
+}
+
+std::string counted(unsigned long long number, const char* noun) {
+  return grouped(number) + ' ' + noun + (number == 1 ? "" : "s");
+}
+
+std::string seconds(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2f s", value);
+  return text;
+}
+
+}  // namespace kivosql
