@@ -69,7 +69,7 @@ class KIVO_EXPORT RowBlocks {
   /// @return the value's text, without a NUL behind it, valid until next() or the end of this object; empty for SQL
   ///         NULL.
   std::string_view text(int row, int column) const {
-    const std::size_t cell = index(row, column);
+    const std::ptrdiff_t cell = index(row, column);
     // The entry before the first cell is 0.
     const std::size_t start = end(ends[cell - 1]);
     return {texts + start, end(ends[cell]) - start};
@@ -88,8 +88,7 @@ class KIVO_EXPORT RowBlocks {
   std::string errorMessage;            ///< Text of the error, with its SQLState; empty without one.
 
  private:
-  std::size_t index(int row, int column) const {
-    return static_cast<std::size_t>(row) * static_cast<std::size_t>(columnCount) + static_cast<std::size_t>(column) - 1;
-  }
+  // Signed, because text() computes the entry before the first cell; a host may check unsigned numbers for overflow.
+  std::ptrdiff_t index(int row, int column) const { return std::ptrdiff_t{row} * columnCount + column - 1; }
   static std::size_t end(std::int32_t mark) { return static_cast<std::size_t>(mark < 0 ? ~mark : mark); }
 };
