@@ -118,6 +118,36 @@ TEST_F(Drivers, TheBridgesClassSaysWhichParameterIsWrong) {
   EXPECT_EQ(printed([&] { EXPECT_TRUE(set({"query"}, {"select 1"}) && bridge.query() && bridge.next()); }), "");
 }
 
+TEST_F(Drivers, TheBridgesClassConnectsAnewAtOnceWhereTheOldConnectionIsBroken) {
+  std::string className = "com/ulvanejdbc/JdbcConnection";
+  JavaConnectionUtils bridge(className);
+  std::vector<std::string> names = {"url", "query"};
+  std::vector<std::string> values = {"jdbc:postgresql:telling", "select 1"};
+  EXPECT_TRUE(bridge.javaInit() && bridge.setParams(names, values));
+  const struct {
+    const char* member;
+    const char* valid;
+    std::string complaint;
+  } rows[] = {
+      {"Connection.close", "no", ""},
+      {"Connection.commit", "no", ""},
+      {"Connection.commit", "usual", "java.sql.SQLException: Connection.commit refused\n"},
+  };
+  answer("Connection.getTransactionState", "0");
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.member) + ' ' + row.valid);
+    EXPECT_TRUE(bridge.makeConnection() && bridge.query() && bridge.next());
+    calls();
+    answer("Connection.isValid", row.valid);
+    EXPECT_EQ(printed([&] {
+                const Trouble trouble(*this, std::string("throw ") + row.member);
+                EXPECT_EQ(bridge.makeConnection(), row.complaint.empty());
+              }),
+              row.complaint);
+    EXPECT_NE(calls().find("Connection.close()"), std::string::npos);
+  }
+}
+
 TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
   const struct {

@@ -42,7 +42,7 @@ public final class JdbcConnection {
   /** Connects; a connection held before is closed. */
   public void connect() throws SQLException {
     ConnectionUrl target = ConnectionUrl.ready(required("url"));
-    session.close();
+    session.leave();
     session.connect(target, parameters.get("user"), parameters.get("password"));
     session.prepare();
   }

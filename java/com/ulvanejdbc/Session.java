@@ -9,6 +9,8 @@ import java.util.List;
 
 /** One connection with its statement, the rows of its last query and its waiting batch. */
 final class Session {
+  private static final int SECONDS_TO_ANSWER = 5;
+
   private final Batch batch = new Batch();
   private Connection connection;
   private String vendor;
@@ -139,6 +141,28 @@ final class Session {
       batch.take();
     } finally {
       forget();
+    }
+  }
+
+  /**
+   * Makes room for another connection. That the old one cannot be closed keeps nobody from a new one. Only that it
+   * still works but refuses to keep what its last query changed is a failure.
+   */
+  void leave() throws SQLException {
+    try {
+      endRows();
+    } catch (SQLException refused) {
+      if (isValid(SECONDS_TO_ANSWER)) throw refused;
+    } finally {
+      closeQuietly();
+    }
+  }
+
+  private void closeQuietly() {
+    try {
+      close();
+    } catch (SQLException | RuntimeException broken) {
+      return;
     }
   }
 

@@ -49,6 +49,8 @@ final class JdbcDouble implements InvocationHandler {
         return null;
       case "Connection.getTransactionState":
         return Integer.parseInt(answer);
+      case "Connection.isValid":
+        return answer.isEmpty();
       case "Connection.isClosed":
       case "Statement.isClosed":
         return closed;
