@@ -148,6 +148,32 @@ TEST_F(Drivers, TheBridgesClassConnectsAnewAtOnceWhereTheOldConnectionIsBroken) 
   }
 }
 
+TEST_F(Drivers, AConnectionThatCannotBeSetUpIsClosedAndNotKept) {
+  const struct {
+    std::string url;
+    std::string member;
+    const char* autoCommit;
+    bool refused;
+  } rows[] = {
+      {"jdbc:any:thing", "Connection.getAutoCommit", "usual", true},
+      {"jdbc:any:thing", "Connection.setAutoCommit", "off", true},
+      {"jdbc:mariadb:thing", "Statement.execute", "usual", true},
+      {"jdbc:h2:thing", "Statement.execute", "usual", false},
+  };
+  for (auto row : rows) {
+    SCOPED_TRACE(row.url + ' ' + row.member);
+    jdbcWrapper fresh;
+    calls();
+    answer("Connection.getAutoCommit", row.autoCommit);
+    const Trouble trouble(*this, "throw " + row.member);
+    EXPECT_TRUE(fresh.setUrl("", "", "", "", "", row.url));
+    EXPECT_EQ(fresh.getConnection("", ""), !row.refused);
+    EXPECT_EQ(fresh.errorMessage, row.refused ? row.member + " refused [/0]" : "");
+    EXPECT_EQ(calls().find("Connection.close()") != std::string::npos, row.refused);
+    EXPECT_EQ(fresh.getStatement(), !row.refused);
+  }
+}
+
 TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
   const struct {

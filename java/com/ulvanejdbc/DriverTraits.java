@@ -122,9 +122,9 @@ enum DriverTraits {
     if (setting == null) return;
     try (Statement statement = connection.createStatement()) {
       statement.execute(setting);
-    } catch (SQLException unknownToThisVersion) {
-      // Without streaming all works, in more memory; the zone is known to every version.
-      return;
+    } catch (SQLException failure) {
+      // A version that does not know how to stream works without, in more memory. Every version knows the zone.
+      if (setting.equals(IN_UTC)) throw failure;
     }
   }
 

@@ -27,14 +27,18 @@ final class Session {
   void connect(ConnectionUrl target, String user, String password) throws SQLException {
     if (connection != null && !connection.isClosed()) return;
     forget();
-    Connection made = Drivers.connect(target, user, password);
-    // A URL can switch it off, and nothing here would ever commit.
-    if (!made.getAutoCommit()) made.setAutoCommit(true);
-    connection = made;
+    connection = Drivers.connect(target, user, password);
     vendor = target.vendor;
     traits = DriverTraits.of(vendor);
     transactions = new Transactions(connection, traits);
-    traits.prepare(connection);
+    try {
+      // A URL can switch it off, and nothing here would ever commit.
+      if (!connection.getAutoCommit()) connection.setAutoCommit(true);
+      traits.prepare(connection);
+    } catch (Throwable failure) {
+      closeQuietly();
+      throw failure;
+    }
   }
 
   boolean isValid(int seconds) throws SQLException {

@@ -43,7 +43,7 @@ final class JdbcDouble implements InvocationHandler {
   private Object answer(String member, String answer, Object[] arguments) throws BatchUpdateException {
     switch (member) {
       case "Connection.getAutoCommit":
-        return autoCommit;
+        return autoCommit && answer.isEmpty();
       case "Connection.setAutoCommit":
         autoCommit = (Boolean) arguments[0];
         return null;
