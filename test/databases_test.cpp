@@ -218,10 +218,8 @@ TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
   jdbcWrapper wrapper;
   ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
               wrapper.getStatement());
-  for (const char* first : {"'text'", "7", "1.5", "null", "x'0a'"}) {
-    SCOPED_TRACE(first);
-    EXPECT_TRUE(wrapper.executeQuery(
-        std::string("select ") + first + " union all select x'00ff41' union all select 'n' union all select 1e-9", 0));
+  const auto cellsBehindFirst = [&wrapper](const std::string& sql) {
+    EXPECT_TRUE(wrapper.executeQuery(sql, 0)) << wrapper.errorMessage;
     std::string cells;
     for (wrapper.next(); wrapper.next();) {
       char* value = nullptr;
@@ -229,7 +227,21 @@ TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
       cells += std::string(value) + ' ';
       std::free(value);
     }
-    EXPECT_EQ(cells, "00ff41 n 1.0e-09 ");
+    return cells;
+  };
+  for (const char* first : {"'text'", "7", "1.5", "null", "x'0a'"}) {
+    SCOPED_TRACE(first);
+    EXPECT_EQ(cellsBehindFirst(std::string("select ") + first +
+                               " union all select x'00ff41' union all select 'n' union all select 1e-9"),
+              "00ff41 n 1.0e-09 ");
+  }
+  for (const char* type : {"date", "timestamp"}) {
+    SCOPED_TRACE(type);
+    wrapper.executeUpdate("drop table dated");
+    ASSERT_EQ(wrapper.executeUpdate(std::string("create table dated (d ") + type + ")"), 0);
+    ASSERT_EQ(wrapper.executeUpdate("insert into dated values ('2024-02-29'), (x'00ff41'), ('n'), (1709164800000)"), 4);
+    EXPECT_EQ(cellsBehindFirst("select d from dated"),
+              std::string("00ff41 n 2024-02-29") + (type[0] == 'd' ? " " : " 00:00:00 "));
   }
   EXPECT_TRUE(wrapper.closeConnection());
 }

@@ -102,7 +102,7 @@ enum CellKind {
     return scale > 0 && scale < 7;
   }
 
-  private static String hex(byte[] bytes) {
+  static String hex(byte[] bytes) {
     if (bytes == null) return null;
     char[] digits = new char[bytes.length * 2];
     for (int index = 0; index < bytes.length; ++index) {

@@ -15,12 +15,19 @@ enum TemporalSource {
   TEXT("") {
     @Override
     String read(ResultSet rows, int jdbcType, int column) throws SQLException {
-      String text = rows.getString(column);
-      if (text == null) return null;
-      byte[] digits = text.getBytes(StandardCharsets.ISO_8859_1);
-      if (UtcText.lengthInForm(digits) == digits.length) return text;
-      String utc = UtcText.of(digits);
-      return utc != null ? utc : pointInTime(rows, jdbcType, column, text);
+      return fromText(rows.getString(column), rows, jdbcType, column);
+    }
+  },
+
+  /** The type of each cell: a column of dates may hold text, points in time and bytes. */
+  SQLITE("org.sqlite.") {
+    @Override
+    String read(ResultSet rows, int jdbcType, int column) throws SQLException {
+      Object value = rows.getObject(column);
+      if (value instanceof byte[]) return CellKind.hex((byte[]) value);
+      // This driver would read a number with a fraction, a Julian day, in the VM's zone.
+      if (value instanceof Double) return UtcText.ofJulianDay((Double) value);
+      return fromText(value == null ? null : value.toString(), rows, jdbcType, column);
     }
   },
 
@@ -86,11 +93,16 @@ enum TemporalSource {
     return utc != null ? utc : rows.getString(column);
   }
 
+  private static String fromText(String text, ResultSet rows, int jdbcType, int column) {
+    if (text == null) return null;
+    byte[] digits = text.getBytes(StandardCharsets.ISO_8859_1);
+    if (UtcText.lengthInForm(digits) == digits.length) return text;
+    String utc = UtcText.of(digits);
+    return utc != null ? utc : pointInTime(rows, jdbcType, column, text);
+  }
+
   private static String pointInTime(ResultSet rows, int jdbcType, int column, String text) {
     try {
-      // SQLite's driver would read a number with a fraction, a Julian day, in the VM's zone.
-      Object value = rows.getObject(column);
-      if (value instanceof Double) return UtcText.ofJulianDay((Double) value);
       String utc = fromCalendar(rows, jdbcType, column);
       return utc != null ? utc : text;
     } catch (SQLException neitherTextNorNumberOfADate) {
