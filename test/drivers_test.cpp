@@ -174,6 +174,25 @@ TEST_F(Drivers, AConnectionThatCannotBeSetUpIsClosedAndNotKept) {
   }
 }
 
+TEST_F(Drivers, TheNextDriverOfAUrlIsTriedAndTheFirstFailureTold) {
+  connect("jdbc:shared:thing");
+  const Trouble trouble(*this, "throw Driver.connect");
+  jdbcWrapper fresh;
+  std::string url = "jdbc:shared:thing";
+  EXPECT_TRUE(fresh.setUrl("", "", "", "", "", url));
+  EXPECT_FALSE(fresh.getConnection("", ""));
+  EXPECT_EQ(fresh.errorMessage, "the first driver failed [/0]");
+}
+
+TEST_F(Drivers, AFetchSizeMayBeRefused) {
+  const Trouble trouble(*this, "throw Statement.setFetchSize");
+  for (const char* url : {"jdbc:any:thing", "jdbc:mysql:thing"}) {
+    SCOPED_TRACE(url);
+    connect(url);
+    query();
+  }
+}
+
 TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
   const struct {

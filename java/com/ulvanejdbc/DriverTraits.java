@@ -57,7 +57,7 @@ enum DriverTraits {
   /** It streams at this fetch size alone. */
   MYSQL("mysql", DriverTraits.IN_UTC) {
     @Override
-    void prepare(Statement statement) throws SQLException {
+    void setFetchSize(Statement statement) throws SQLException {
       statement.setFetchSize(Integer.MIN_VALUE);
     }
   },
@@ -84,7 +84,7 @@ enum DriverTraits {
   /** Its own default serves best. */
   VELMAR("velmar") {
     @Override
-    void prepare(Statement statement) {}
+    void setFetchSize(Statement statement) {}
   },
 
   OTHER("");
@@ -128,8 +128,16 @@ enum DriverTraits {
     }
   }
 
-  /** Sets up a new statement. */
-  void prepare(Statement statement) throws SQLException {
+  /** Sets up a new statement. The fetch size is a hint: a driver that refuses it still reads. */
+  final void prepare(Statement statement) {
+    try {
+      setFetchSize(statement);
+    } catch (SQLException | RuntimeException | LinkageError refused) {
+      return;
+    }
+  }
+
+  void setFetchSize(Statement statement) throws SQLException {
     statement.setFetchSize(FETCH_SIZE);
   }
 

@@ -21,14 +21,26 @@ final class Drivers {
     Properties properties = new Properties();
     putUnlessEmpty(properties, "user", user);
     putUnlessEmpty(properties, "password", password);
+    List<SQLException> failures = new ArrayList<>();
     for (Driver driver : all()) {
-      Connection connection = accepts(driver, target.url) ? driver.connect(target.url, properties) : null;
+      Connection connection = accepts(driver, target.url) ? connect(driver, target.url, properties, failures) : null;
       if (connection != null) return connection;
     }
+    if (!failures.isEmpty()) throw failures.get(0);
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
     String word = target.vendor.matches("[\\w-]+") ? "\"" + target.vendor + "\" " : "";
     throw new MisuseException("no driver found for this " + word + "URL: the jar of a JDBC driver that takes it must be "
         + "on the class path");
+  }
+
+  /** Where two drivers take a URL, the failure of one leaves it to the other. */
+  private static Connection connect(Driver driver, String url, Properties properties, List<SQLException> failures) {
+    try {
+      return driver.connect(url, properties);
+    } catch (SQLException failure) {
+      failures.add(failure);
+      return null;
+    }
   }
 
   private static void putUnlessEmpty(Properties properties, String name, String value) {
@@ -45,7 +57,10 @@ final class Drivers {
     List<Driver> drivers = new ArrayList<>();
     Iterator<Driver> offered = ServiceLoader.load(Driver.class, Drivers.class.getClassLoader()).iterator();
     while (addNext(offered, drivers)) continue;
-    drivers.addAll(Collections.list(DriverManager.getDrivers()));
+    for (Driver registered : Collections.list(DriverManager.getDrivers())) {
+      // Tried twice, the same driver would count a wrong password twice.
+      if (drivers.stream().noneMatch(driver -> driver.getClass() == registered.getClass())) drivers.add(registered);
+    }
     return drivers;
   }
 

@@ -2,6 +2,7 @@ package doubles;
 
 import java.sql.Driver;
 import java.sql.DriverPropertyInfo;
+import java.sql.SQLException;
 import java.util.Properties;
 import java.util.logging.Logger;
 
@@ -12,11 +13,17 @@ public class DriverDouble implements Driver {
     int getTransactionState();
   }
 
-  /** One that is asked first and has nothing but failure to answer. */
+  /** One that is asked first and has nothing but failure to answer. It accepts a URL with "shared" in it. */
   public static final class Failing extends DriverDouble {
     @Override
     public boolean acceptsURL(String url) {
+      if (url.contains("shared")) return true;
       throw new IllegalStateException("never heard of it");
+    }
+
+    @Override
+    public java.sql.Connection connect(String url, Properties properties) throws SQLException {
+      throw new SQLException("the first driver failed");
     }
   }
 
@@ -26,7 +33,8 @@ public class DriverDouble implements Driver {
   }
 
   @Override
-  public java.sql.Connection connect(String url, Properties properties) {
+  public java.sql.Connection connect(String url, Properties properties) throws SQLException {
+    Recorder.value("Driver.connect", Recorder.scripted("Driver.connect", ""));
     if (url.contains("telling")) return JdbcDouble.make(Connection.class, null);
     return JdbcDouble.make(java.sql.Connection.class, null);
   }
