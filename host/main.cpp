@@ -1,5 +1,7 @@
 // kivosql: reads from and writes to any JDBC database through libkivo_java_native_lib.so.
 
+#include <unistd.h>
+
 #include <csignal>
 #include <exception>
 
@@ -63,6 +65,6 @@ int main(int argc, char** argv) {
   Options options;
   ExitCode code = kDone;
   if (!parse(argc, argv, options, code) || !addPassword(options, code)) return code;
-  Output out(stdout);
+  Output out(STDOUT_FILENO);
   return options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
 }

@@ -146,7 +146,7 @@ ExitCode failed(const Context& context, const std::string& what) {
 
 void remark(Context& context, const std::string& text) {
   if (context.options.format->forPeople) {
-    context.out.write(text).write("\n");
+    context.out.write(text).write("\n").flush();
   } else {
     say(text);
   }

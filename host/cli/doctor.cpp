@@ -40,7 +40,7 @@ class Report {
  public:
   explicit Report(Output& out) : out_(out) {}
 
-  void heading(const std::string& text) { out_.write(text).write("\n"); }
+  void heading(const std::string& text) { out_.write(text).write("\n").flush(); }
 
   void good(const std::string& name, const std::string& text) { line("✓", name, text); }
 
@@ -59,7 +59,8 @@ class Report {
   void line(const char* mark, const std::string& name, const std::string& text) {
     const std::size_t cells = cellsOf(name);
     out_.write("  ").write(mark).write(" ").write(name).fill(" ", 12 - std::min<std::size_t>(cells, 11));
-    out_.write(visible(masked(text))).write("\n");
+    // What is checked next may take long, or end the process.
+    out_.write(visible(masked(text))).write("\n").flush();
   }
 
   Output& out_;

@@ -1,5 +1,6 @@
 #include <rapidjson/writer.h>
 
+#include <algorithm>
 #include <set>
 
 #include "terminal/display.h"
@@ -9,6 +10,8 @@ namespace kivosql {
 
 namespace {
 
+bool needsQuotes(char byte) { return byte == ',' || byte == '"' || byte == '\r' || byte == '\n'; }
+
 class CsvWriter : public Writer {
  public:
   CsvWriter(Output& out, const Style& style) : out_(out), null_(style.null) {}
@@ -17,7 +20,7 @@ class CsvWriter : public Writer {
 
   void row(const Row& row) override {
     for (std::size_t column = 0; column < row.size(); ++column) {
-      if (column > 0) out_.write(",");
+      if (column > 0) out_.Put(',');
       if (row[column].isNull) {
         out_.write(null_);
       } else {
@@ -32,13 +35,16 @@ class CsvWriter : public Writer {
  private:
   /// Quoted when it must be, and when it would pass for NULL.
   void writeText(std::string_view text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos && text != null_ && !text.empty()) {
+    if (std::none_of(text.begin(), text.end(), needsQuotes) && text != null_ && !text.empty()) {
       out_.write(text);
       return;
     }
-    out_.write("\"");
-    for (char byte : text) out_.write(byte == '"' ? std::string_view("\"\"") : std::string_view(&byte, 1));
-    out_.write("\"");
+    out_.Put('"');
+    for (char byte : text) {
+      if (byte == '"') out_.Put('"');
+      out_.Put(byte);
+    }
+    out_.Put('"');
   }
 
   Output& out_;

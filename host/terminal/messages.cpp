@@ -47,9 +47,15 @@ void complain(const std::string& text) { say("kivosql: " + abridged(visible(mask
 
 void keepSecret(const std::string& text) { secret() = text; }
 
-bool errorsOnTerminal() { return isatty(errors) == 1; }
+bool errorsOnTerminal() {
+  static const bool onTerminal = isatty(errors) == 1;
+  return onTerminal;
+}
 
-bool outputOnTerminal() { return isatty(STDOUT_FILENO) == 1; }
+bool outputOnTerminal() {
+  static const bool onTerminal = isatty(STDOUT_FILENO) == 1;
+  return onTerminal;
+}
 
 std::string grouped(unsigned long long number) {
   std::string digits = std::to_string(number);

@@ -1,12 +1,19 @@
 #include "terminal/output.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
 namespace kivosql {
 
 Output& Output::write(std::string_view text) {
-  if (good() && fwrite_unlocked(text.data(), 1, text.size(), file_) != text.size()) error_ = errno;
+  while (!text.empty()) {
+    if (used_ == buffer_.size()) flush();
+    const std::size_t length = text.copy(buffer_.data() + used_, buffer_.size() - used_);
+    used_ += length;
+    text.remove_prefix(length);
+  }
   return *this;
 }
 
@@ -16,7 +23,15 @@ Output& Output::fill(std::string_view text, std::size_t times) {
 }
 
 bool Output::flush() {
-  if (std::fflush(file_) != 0 && good()) error_ = errno;
+  for (std::size_t written = 0; written < used_ && good();) {
+    const ssize_t length = ::write(descriptor_, buffer_.data() + written, used_ - written);
+    if (length >= 0) {
+      written += static_cast<std::size_t>(length);
+    } else if (errno != EINTR) {
+      error_ = errno;
+    }
+  }
+  used_ = 0;
   return good();
 }
 

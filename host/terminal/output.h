@@ -1,12 +1,13 @@
 #pragma once
 
-#include <cstdio>
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace kivosql {
 
-/// Standard output. It is also a stream in the sense of RapidJSON, hence the capital letters.
+/// Standard output, written in large pieces. It is also a stream in the sense of RapidJSON, hence the capital letters.
 ///
 /// A failed write shows in good(), and whoever produces the rest may stop. SIGPIPE does not reach the process, since
 /// the Java VM handles it: a reader that went away shows as a failed write too.
@@ -14,13 +15,16 @@ class Output {
  public:
   using Ch = char;
 
-  /// @param file stays open.
-  explicit Output(std::FILE* file) : file_(file) {}
+  /// @param descriptor stays open.
+  explicit Output(int descriptor) : descriptor_(descriptor) {}
   ~Output() { flush(); }
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
-  void Put(char byte) { write({&byte, 1}); }
+  void Put(char byte) {
+    if (used_ == buffer_.size()) flush();
+    buffer_[used_++] = byte;
+  }
   void Flush() {}
 
   Output& write(std::string_view text);
@@ -34,8 +38,10 @@ class Output {
   std::string reason() const;
 
  private:
-  std::FILE* file_;
+  int descriptor_;
   int error_ = 0;
+  std::size_t used_ = 0;
+  std::array<char, 64 * 1024> buffer_;
 };
 
 }  // namespace kivosql
