@@ -204,10 +204,12 @@ TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
     std::string afterTheCallers;
   } rows[] = {
       {"not told", "jdbc:postgresql:silent", "", "", own, ""},
+      {"not understood", "jdbc:mariadb:any", "", "", own, ""},
       {"none", "jdbc:postgresql:telling", "0", own, own, ""},
       {"the caller's", "jdbc:postgresql:telling", "1", "setAutoCommit(false) ",
        "execute(savepoint kivo_batch) execute(release savepoint kivo_batch) ", "setAutoCommit(true) "},
   };
+  answer("select @@in_transaction", "throw");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     connect(row.url);

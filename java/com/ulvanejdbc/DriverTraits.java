@@ -45,11 +45,14 @@ enum DriverTraits {
   HSQLDB("hsqldb", "set session result memory rows 20000"),
 
   MARIADB("mariadb", DriverTraits.IN_UTC) {
+    /** A MySQL server, which this driver reaches as well, does not understand the question. */
     @Override
-    boolean hasOpenTransaction(Connection connection) throws SQLException {
+    boolean hasOpenTransaction(Connection connection) {
       try (Statement statement = connection.createStatement();
           ResultSet answer = statement.executeQuery("select @@in_transaction")) {
         return answer.next() && answer.getBoolean(1);
+      } catch (SQLException notUnderstood) {
+        return false;
       }
     }
   },
@@ -155,7 +158,7 @@ enum DriverTraits {
     return false;
   }
 
-  /** Whether a transaction is open although the driver counts as being in auto-commit mode. */
+  /** Whether a transaction is open although the driver counts as being in auto-commit mode; false when not told. */
   boolean hasOpenTransaction(Connection connection) throws SQLException {
     return false;
   }

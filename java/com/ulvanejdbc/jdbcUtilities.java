@@ -146,7 +146,7 @@ public class jdbcUtilities {
    * it) or keeps in tables without transactions is not undone.
    *
    * <p>In a transaction that the caller opened in SQL, the batch becomes part of that one where the driver tells of it,
-   * as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere, on HSQLDB for one, the batch commits it.
+   * as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere, on HSQLDB and a MySQL server, the batch commits it.
    *
    * @return how many statements ran
    */

@@ -67,7 +67,7 @@ final class JdbcDouble implements InvocationHandler {
       case "DatabaseMetaData.getTables":
         return make(ResultSet.class, new Table(answer));
       case "Statement.executeQuery":
-        return make(ResultSet.class, new Table(Recorder.scripted((String) arguments[0], DEFAULT_RESULT)));
+        return make(ResultSet.class, new Table(result((String) arguments[0])));
       case "Statement.executeUpdate":
         return answer.isEmpty() ? 7 : Integer.parseInt(answer);
       case "Statement.addBatch":
@@ -91,6 +91,10 @@ final class JdbcDouble implements InvocationHandler {
       default:
         return null;
     }
+  }
+
+  private static String result(String sql) {
+    return Recorder.value(sql, Recorder.scripted(sql, DEFAULT_RESULT));
   }
 
   /** @param answer counts, with the text of a failure behind them if it is to fail; or nothing */
