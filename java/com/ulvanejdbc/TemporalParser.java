@@ -8,7 +8,7 @@ package com.ulvanejdbc;
  * A month or a day of zero passes, and so does a time beyond a day: some databases hold such values.
  */
 final class TemporalParser {
-  private static final int YEAR_DIGITS = 9;
+  private static final int YEAR_DIGITS = 10;
   private static final int HOUR_DIGITS = 3;
   private static final int FRACTION_DIGITS = 9;
 
@@ -96,10 +96,10 @@ final class TemporalParser {
 
   private int readNumber(int maxDigits) {
     int start = at;
-    int number = 0;
+    long number = 0;
     while (at < text.length && at - start < maxDigits && isDigit(text[at])) number = number * 10 + text[at++] - '0';
-    if (at == start) broken = true;
-    return number;
+    if (at == start || number > Integer.MAX_VALUE) broken = true;
+    return (int) number;
   }
 
   private void expect(char character) {
