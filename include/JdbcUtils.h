@@ -18,7 +18,7 @@
 /// nothing.
 ///
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
-/// sequences are accepted, and a malformed byte arrives as U+FFFD.
+/// sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
 ///
 /// Errors: results, plus the description of every Java exception on standard error. next(), getColumn(),
 /// getNumColumns(), getColumnInfo(), setAutoCommit(), commit() and NewStringArray() may return with a Java exception
@@ -45,7 +45,7 @@ class KIVO_EXPORT JdbcUtils {
   /// To close them in the database, call closeConnection() instead.
   void destroy();
 
-  /// Builds a Java String[] of strings[0] to strings[count - 1].
+  /// Builds a Java String[] of strings[0] to strings[count - 1]; a null pointer gives a null element.
   /// @return a local reference that the caller releases, or null on failure, with the Java exception left pending.
   jobjectArray NewStringArray(char** strings, int count);
 

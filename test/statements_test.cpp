@@ -111,15 +111,15 @@ TEST_F(Statements, AStepOfAQueryThatFailsIsPrintedAndLeavesNoResult) {
        false,
        "",
        {"hide createStatement", "throw Connection.createStatement", "null Connection.createStatement"}},
-      {true, true, "", {"throw Statement.setFetchSize"}},
+      {true, true, "", {"throw Statement.setFetchSize", "throw Statement.setMaxRows"}},
       {true, true, "Could not set the maxrows in the statement.\n", {"hide setMaxRows"}},
       {false, true, noHelper, {"hide com/ulvanejdbc/datetime", "hide getAsUtcString"}},
       {false,
        true,
        "",
-       {"hide setFetchSize", "throw Statement.setMaxRows", "hide executeQuery", "throw Statement.executeQuery",
-        "null Statement.executeQuery", "hide getMetaData", "throw ResultSet.getMetaData", "null ResultSet.getMetaData",
-        "hide next", "hide getString", "hide getObject"}},
+       {"hide setFetchSize", "hide executeQuery", "throw Statement.executeQuery", "null Statement.executeQuery",
+        "hide getMetaData", "throw ResultSet.getMetaData", "null ResultSet.getMetaData", "hide next", "hide getString",
+        "hide getObject"}},
   };
   for (const auto& row : rows) {
     for (const std::string& text : row.troubles) {
@@ -252,12 +252,12 @@ TEST_F(Statements, ABatchSwitchesAutoCommitOffAndBackOnWhateverBecomesOfIt) {
     utils.closeST();
   }
 
-  // A statement is not added on top of a refusal.
+  // No statement of a batch is lost when the driver refuses to leave auto-commit.
   ASSERT_TRUE(utils.getStatement());
   calls();
   const Trouble trouble(*this, "throw Connection.setAutoCommit");
   EXPECT_EQ(printed([&] { EXPECT_EQ(utils.addToBatch(sql), 0); }), trouble.complaint);
-  EXPECT_EQ(calls(), "Connection.setAutoCommit(false)\n");
+  EXPECT_EQ(calls(), "Connection.setAutoCommit(false)\nStatement.addBatch(select 1)\n");
 }
 
 std::string text = "select 1";
@@ -272,10 +272,15 @@ bool readsColumn(JdbcUtils& utils) {
 }
 
 bool buildsArray(JdbcUtils& utils) {
-  char* strings[] = {text.data()};
-  const jobjectArray array = utils.NewStringArray(strings, 1);
-  if (utils.env != nullptr) utils.env->DeleteLocalRef(array);
-  return array != nullptr;
+  char* strings[] = {nullptr, text.data()};
+  const jobjectArray array = utils.NewStringArray(strings, 2);
+  if (array == nullptr) return false;
+  const jobject null = utils.env->GetObjectArrayElement(array, 0);
+  const jobject held = utils.env->GetObjectArrayElement(array, 1);
+  const bool built = null == nullptr && held != nullptr;
+  utils.env->DeleteLocalRef(held);
+  utils.env->DeleteLocalRef(array);
+  return built;
 }
 
 /// Every member that calls Java, true being success, in an order in which each has what it needs.
@@ -293,7 +298,7 @@ const std::pair<const char*, std::function<bool(JdbcUtils&)>> kMembers[] = {
     {"executeUpdate", [](auto& utils) { return utils.executeUpdate(text) == 7; }},
     {"addToBatch", [](auto& utils) { return utils.addToBatch(text) == 0; }},
     {"executeBatch", [](auto& utils) { return utils.executeBatch(&number) == 1; }},
-    {"setAutoCommit", [](auto& utils) { return utils.setAutoCommit(false); }},
+    {"setAutoCommit", [](auto& utils) { return utils.setAutoCommit(!utils.autoCommit); }},
     {"commit", [](auto& utils) { return utils.commit(); }},
     {"NewStringArray", buildsArray},
     {"closeRS", [](auto& utils) { return utils.closeRS(), utils.env != nullptr && utils.resultSet == nullptr; }},

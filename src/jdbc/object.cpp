@@ -61,6 +61,7 @@ jobjectArray JdbcUtils::NewStringArray(char** strings, int count) {
   if (!array) return nullptr;
   stringClass.reset();
   for (jsize index = 0; index < count; ++index) {
+    if (strings[index] == nullptr) continue;
     const auto text = newJavaText(env, strings[index]);
     if (!text) return nullptr;
     env->SetObjectArrayElement(array.get(), index, text.get());

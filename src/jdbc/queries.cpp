@@ -23,18 +23,17 @@ constexpr const char* kNoDateHelper = "*** could not get toAsUtcString method!!!
 
 constexpr int kTypeOther = 1111;  // java.sql.Types.OTHER
 
-/// @return false when Java refused the limit; a statement that knows no limit is reported and goes on without.
-bool limitRows(JNIEnv* env, jobject statement, int maxRows) {
+/// A limit is a hint: one that the driver does not know or refuses is reported, and the query runs without it.
+void limitRows(JNIEnv* env, jobject statement, int maxRows) {
   LocalRef<jclass> statementClass(env);
   const jmethodID setMaxRows = findMethodOf(env, statement, statementClass, kSetMaxRows);
   if (setMaxRows == nullptr) {
     printLine(kMaxRowsNotSet);
-    // The failed lookup's error must not reach the lookups that follow.
-    describePending(env);
-    return true;
+  } else {
+    env->CallVoidMethod(statement, setMaxRows, static_cast<jint>(maxRows));
   }
-  env->CallVoidMethod(statement, setMaxRows, static_cast<jint>(maxRows));
-  return !isPending(env);
+  // The error must not reach the calls that follow.
+  describePending(env);
 }
 
 /// Looks up what reading a row calls, into the object's fields.
@@ -95,7 +94,8 @@ bool JdbcUtils::executeQuery(std::string& sql, int maxRows) {
   LocalRef<jclass> statementClass(env);
   PendingCheck check(env);
   LocalRef<jstring> text = newJavaText(env, sql);
-  if (!text || !limitRows(env, statement, maxRows)) return false;
+  if (!text) return false;
+  limitRows(env, statement, maxRows);
   const jmethodID execute = findMethodOf(env, statement, statementClass, kExecuteQuery);
   if (execute == nullptr) return false;
   rows = callObject(env, statement, execute, text.get());

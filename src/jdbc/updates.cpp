@@ -56,11 +56,11 @@ int JdbcUtils::addToBatch(std::string& sql) {
   if (env == nullptr || statement == nullptr) return -1;
   describeLeftover(env);
   if (autoCommit) setAutoCommit(false);
+  // The statement is added also when the driver refused the switch: a batch that lacks its first one is worse.
+  describeLeftover(env);
 
   LocalRef<jclass> statementClass(env);
   PendingCheck check(env);
-  // A driver that refuses to leave auto-commit is no driver to go on with: its exception ends this call.
-  if (isPending(env)) return 0;
   const jmethodID addBatch = findOnStatement(*this, statementClass, kAddBatch);
   if (addBatch == nullptr) return 0;
   const LocalRef<jstring> text = newJavaText(env, sql);
