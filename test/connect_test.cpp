@@ -99,6 +99,10 @@ TEST_F(Connect, AVendorOutsideTheTableIsRefusedBeforeAnyCallAndAUrlBeforeAnySett
                                : "false, getConnection() failed -- Unknown vendor.");
     EXPECT_EQ(calls(), known ? "DB2SimpleDataSource.<init>()\n" : "") << vendor;
   }
+  JdbcUtils unborn;
+  std::string user, error;
+  EXPECT_FALSE(unborn.getConnection(user, user, error));
+  EXPECT_EQ(error, "getConnection() failed -- Unknown vendor.") << "the vendor is wrong with or without a Java VM";
 }
 
 TEST_F(Connect, AutoCommitIsRecordedAndJavaIsCalledOnlyForAChange) {
@@ -107,6 +111,10 @@ TEST_F(Connect, AutoCommitIsRecordedAndJavaIsCalledOnlyForAChange) {
   EXPECT_TRUE(utils.setAutoCommit(true)) << "recorded although there was nothing to switch";
   EXPECT_FALSE(utils.setAutoCommit(false));
   EXPECT_FALSE(utils.commit());
+  JdbcUtils unborn;
+  EXPECT_TRUE(unborn.setAutoCommit(false));
+  EXPECT_FALSE(unborn.setAutoCommit(true));
+  EXPECT_TRUE(unborn.autoCommit) << "recorded without a Java VM as well";
 
   ASSERT_EQ(connect(), "true, ");
   calls();

@@ -136,6 +136,14 @@ TEST_F(DataSources, NothingIsTouchedBeforeJavaInit) {
   }
 }
 
+TEST_F(DataSources, NothingIsCalledOnTopOfAnExceptionThatIsPending) {
+  for (const auto& row : kMembers) {
+    leavePending();
+    EXPECT_EQ(configure(row.member, row.url), "false ") << row.url;
+    EXPECT_EQ(pending, kLeftOver) << row.url;
+  }
+}
+
 TEST_F(DataSources, AFailedLookUpLeavesItsErrorPendingAndNothingCalled) {
   for (const auto& row : kMembers) {
     for (const std::string& name : words(row.lookups)) {

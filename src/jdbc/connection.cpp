@@ -37,7 +37,6 @@ const char* keepConnection(JdbcUtils& utils, jobject opened, LocalRef<jclass>& c
 }  // namespace
 
 bool JdbcUtils::getConnection(std::string& user, std::string& password, std::string& errorText) {
-  if (env == nullptr) return false;
   if (connection != nullptr) return true;
   const Vendor& known = vendorOfKey(vendor);
   const auto fail = [&errorText](const char* text) {
@@ -45,6 +44,7 @@ bool JdbcUtils::getConnection(std::string& user, std::string& password, std::str
     return false;
   };
   if (known.dataSource == nullptr) return fail(kUnknownVendor);
+  if (env == nullptr) return false;
   describeLeftover(env);
 
   LocalRef<jobject> opened(env);
@@ -71,7 +71,6 @@ bool JdbcUtils::getConnection(std::string& user, std::string& password, std::str
 }
 
 bool JdbcUtils::setAutoCommit(bool on) {
-  if (env == nullptr) return false;
   if (autoCommit == on) return true;
   autoCommit = on;
   if (connection == nullptr || setAutoCommitMethod == nullptr) return false;

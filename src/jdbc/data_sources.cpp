@@ -19,6 +19,9 @@ constexpr JavaMethod kSetConnectionProperties{"setConnectionProperties", "(Ljava
 
 constexpr jint kDriverType = 4;
 
+/// Whether Java may be called: the thread is attached, and no exception of an earlier call is pending.
+bool canCall(JNIEnv* env) { return env != nullptr && !isPending(env); }
+
 /// What most vendors' DataSources are told of a URL.
 Properties serverProperties(JNIEnv* env, const UrlParts& parts) {
   return {
@@ -55,7 +58,7 @@ bool setUtf8Properties(JNIEnv* env, jclass dataSourceClass, jobject dataSource) 
 }  // namespace
 
 bool JdbcUtils::jdbcURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
-  return env != nullptr && findAndSet({env, {{kSetUrl.name, jdbcUrl}}}, dataSourceClass, dataSource);
+  return canCall(env) && findAndSet({env, {{kSetUrl.name, jdbcUrl}}}, dataSourceClass, dataSource);
 }
 
 bool JdbcUtils::kdbURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
@@ -64,7 +67,7 @@ bool JdbcUtils::kdbURL(jclass dataSourceClass, jobject dataSource, std::string& 
 
 bool JdbcUtils::TeradataURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
   const auto parts = cutTeradataUrl(jdbcUrl);
-  if (env == nullptr || !parts) return false;
+  if (!canCall(env) || !parts) return false;
   const Properties properties(
       env, {{"setDSName", parts->host}, {"setDBS_PORT", parts->port}, {"setDATABASE", parts->database}});
   return findAndSet(properties, dataSourceClass, dataSource);
@@ -72,7 +75,7 @@ bool JdbcUtils::TeradataURL(jclass dataSourceClass, jobject dataSource, std::str
 
 bool JdbcUtils::SqlServerURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
   const auto parts = cutSqlServerUrl(jdbcUrl);
-  if (env == nullptr || !parts) return false;
+  if (!canCall(env) || !parts) return false;
   // The class must have setURL, which is not called: the driver accepts only another URL form there.
   return findMethod(env, dataSourceClass, kSetUrl) != nullptr &&
          findAndSet(serverProperties(env, *parts), dataSourceClass, dataSource);
@@ -80,12 +83,12 @@ bool JdbcUtils::SqlServerURL(jclass dataSourceClass, jobject dataSource, std::st
 
 bool JdbcUtils::PostgresURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
   const auto parts = cutPostgresUrl(jdbcUrl);
-  return env != nullptr && parts && findAndSet(serverProperties(env, *parts), dataSourceClass, dataSource);
+  return canCall(env) && parts && findAndSet(serverProperties(env, *parts), dataSourceClass, dataSource);
 }
 
 bool JdbcUtils::DB2URL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
   const auto parts = cutDb2Url(jdbcUrl);
-  if (env == nullptr || !parts) return false;
+  if (!canCall(env) || !parts) return false;
   Properties properties = serverProperties(env, *parts);
   properties.add({"setDriverType", kDriverType});
   return findAndSet(std::move(properties), dataSourceClass, dataSource);
@@ -93,7 +96,7 @@ bool JdbcUtils::DB2URL(jclass dataSourceClass, jobject dataSource, std::string& 
 
 bool JdbcUtils::VelmarURL(jclass dataSourceClass, jobject dataSource, std::string& jdbcUrl) {
   const auto parts = cutVelmarUrl(jdbcUrl);
-  if (env == nullptr || !parts) return false;
+  if (!canCall(env) || !parts) return false;
   Properties properties = serverProperties(env, *parts);
   return properties.find(dataSourceClass) && setUtf8Properties(env, dataSourceClass, dataSource) &&
          properties.set(dataSource);
