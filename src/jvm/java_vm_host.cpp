@@ -19,12 +19,12 @@ std::string cannotOpen(const std::string& path) {
   return reason == nullptr ? text : text + ": " + reason;
 }
 
-/// HotSpot ends the process with exit(1) when the maximum heap is below the fixed initial one.
-bool endsTheProcess(int maxHeapMb) { return maxHeapMb >= 1 && maxHeapMb <= 15; }
+/// HotSpot ends the process with exit(1) when the maximum heap is below the fixed initial one. Other VMs are asked.
+bool endsTheProcess(void* library, int maxHeapMb) {
+  return maxHeapMb >= 1 && maxHeapMb <= 15 && dlsym(library, "gHotSpotVMStructs") != nullptr;
+}
 
-bool createVm(CreateJavaVm create, std::string& classPathOption, int maxHeapMb) {
-  char maxHeapOption[32];
-  VELMAR::Kivo::intl_snprintf(maxHeapOption, sizeof maxHeapOption, "-Xmx%dm", maxHeapMb);
+bool createVm(CreateJavaVm create, std::string& classPathOption, char* maxHeapOption) {
   char initialHeapOption[] = "-Xms16m";
   char timeZoneOption[] = "-Duser.timezone=UTC";
   JavaVMOption options[] = {{classPathOption.data(), nullptr},
@@ -40,6 +40,8 @@ bool createVm(CreateJavaVm create, std::string& classPathOption, int maxHeapMb) 
 
 bool javaInit(std::string& jvmLibPath, std::string& classPath, int maxHeapMb, std::string& errorOut) {
   std::string classPathOption = "-Djava.class.path=" + classPath;
+  char maxHeapOption[32];
+  VELMAR::Kivo::intl_snprintf(maxHeapOption, sizeof maxHeapOption, "-Xmx%dm", maxHeapMb);
   _jvmPath = jvmLibPath;
 
   // Global, so that libraries loaded later resolve the VM's functions. Never closed: the VM outlives every object.
@@ -53,7 +55,7 @@ bool javaInit(std::string& jvmLibPath, std::string& classPath, int maxHeapMb, st
     errorOut = kNoFunction;
     return false;
   }
-  if (endsTheProcess(maxHeapMb) || !createVm(create, classPathOption, maxHeapMb)) {
+  if (endsTheProcess(library, maxHeapMb) || !createVm(create, classPathOption, maxHeapOption)) {
     errorOut = kNotCreated;
     return false;
   }
