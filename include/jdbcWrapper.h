@@ -19,7 +19,7 @@
 /// objects.
 ///
 /// Text in both directions is JNI's modified UTF-8 (KivoUtf8.h converts). Text into Java ends at its first NUL;
-/// standard four-byte UTF-8 sequences are accepted, and a malformed byte arrives as U+FFFD.
+/// standard four-byte UTF-8 sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
 /// Members throw nothing of their own; std::bad_alloc can escape, with everything released.
 ///
 /// The fields are public because their order is part of the binary interface; hosts read the last two only.

@@ -10,6 +10,14 @@
 
 namespace kivo {
 
+/// A Java VM reads a stray byte as the character of that number, but may lose characters at the end of the text. The
+/// two-byte form of that character loses none, so that Latin-1 text arrives whole.
+static void appendAsLatin1(std::string& out, char byte) {
+  const auto code = static_cast<unsigned char>(byte);
+  out += static_cast<char>(0xC0 | code >> 6);
+  out += static_cast<char>(0x80 | (code & 0x3F));
+}
+
 bool rewriteForJava(const char* text, std::string& rewritten) {
   // Surrogates in three-byte form and C0 80 are what JNI wants, so only length 4 and malformed bytes need work.
   const auto lengthAt = [](const char* at) { return utf8::detail::sequenceLength(at, 4); };
@@ -22,7 +30,7 @@ bool rewriteForJava(const char* text, std::string& rewritten) {
   while (*at != '\0') {
     length = lengthAt(at);
     if (length == 0) {
-      utf8::detail::appendReplacement(rewritten);
+      appendAsLatin1(rewritten, *at);
     } else if (length == 4) {
       utf8::detail::appendSurrogates(rewritten, utf8::detail::decode(at, length));
     } else {
