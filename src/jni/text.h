@@ -30,7 +30,8 @@ class TextCharacters {
 
 /// Makes a Java string of @p text up to its first NUL; null on failure, with OutOfMemoryError pending.
 /// NewStringUTF loses the end of a statement, silently, after a standard four-byte sequence: those are rewritten as
-/// surrogate pairs before, and each malformed byte b as the character U+00b. Text without either costs one scan and no copy.
+/// surrogate pairs before, and each malformed byte b as the character U+00b. Text without either costs one scan and no
+/// copy.
 LocalRef<jstring> newJavaText(JNIEnv* env, const char* text);
 inline LocalRef<jstring> newJavaText(JNIEnv* env, const std::string& text) { return newJavaText(env, text.c_str()); }
 
