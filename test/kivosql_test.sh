@@ -64,6 +64,8 @@ errors 1 '^kivosql: bad.sql:1: .*\[42' run bad.sql
 printf "select 1;\nselect '\\351'" >latin.sql
 errors 1 '^kivosql: latin.sql:2: .*not UTF-8' run latin.sql
 errors 2 'SQL is not UTF-8' query "$(tail -n 1 latin.sql)"
+printf 'selec 1;\ndelete from t\0 where id = 1' >nul.sql
+errors 1 '^kivosql: nul.sql:2: a NUL character; nothing was run' run nul.sql
 errors 1 'relation "nope" does not exist.*\[42P01' $postgres describe nope
 errors 1 'PSQLException: .*relation "nope"' $postgres --through jdbc query 'select * from nope'
 errors 1 'relation "nope"' $postgres --through bridge query 'select * from nope'

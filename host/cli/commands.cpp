@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
@@ -96,6 +97,15 @@ ExitCode runStatement(Context& context, const Statement& statement, Dialect dial
   return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
 }
 
+/// Some drivers end the text at a NUL, and what is left of a statement may do far more than the whole of it.
+bool holdsNul(const std::string& script, const std::string& path) {
+  const std::size_t at = script.find('\0');
+  if (at == std::string::npos) return false;
+  const auto line = 1 + std::count(script.begin(), script.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+  complain(path + ':' + std::to_string(line) + ": a NUL character; nothing was run");
+  return true;
+}
+
 /// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
 std::size_t endOfName(const std::string& text, std::size_t at) {
   const char quote = at < text.size() ? text[at] : '\0';
@@ -174,6 +184,7 @@ ExitCode runScript(Context& context) {
     complain("cannot read standard input");
     return kWrongUse;
   }
+  if (holdsNul(script, path)) return kFailed;
   const Dialect dialect = literalsFor(context.session.url()).dialect;
   StatementSplitter splitter(script, dialect);
   ExitCode worst = kDone;
