@@ -37,6 +37,14 @@ ExitCode startJava(const Options& options) {
   return kNoJvm;
 }
 
+/// Ends the session. What a broken connection says then was told by the statement that found it broken.
+ExitCode close(Context& context, ExitCode code) {
+  const bool told = code != kDone && context.session.isBroken();
+  if (context.session.close() || told || code == kInterrupted) return code;
+  failed(context, "at the end: ");
+  return kFailed;
+}
+
 ExitCode work(const Options& options, Output& out) {
   if (const ExitCode code = startJava(options); code != kDone) return code;
   const std::unique_ptr<Session> session = options.carrier->make();
@@ -53,8 +61,7 @@ ExitCode work(const Options& options, Output& out) {
     complain(error.what());
     code = kFailed;
   }
-  session->close();
-  return code;
+  return close(context, code);
 }
 
 }  // namespace

@@ -267,6 +267,22 @@ for script in "$rows" "$rows; create table behind (id int)"; do
   { echo "$script" | "$kivosql" run - --format csv 2>err || echo failed >>err; } | head -n 1 >out
   check "a closed pipe: $script" "$([ "$script" = "$rows" ] || echo failed)" "$(said err)"
 done
+# Reading ends before the rows do, and with it the transaction that they are read in.
+"$kivosql" $postgres run - >out <<'END'
+create table kept (id int);
+create function keeps(int) returns int language sql as 'insert into kept values ($1) returning id';
+create function refuses() returns trigger language plpgsql as $$ begin raise 'refused at the end'; end $$;
+create constraint trigger refuses after insert on kept deferrable initially deferred
+  for each row when (new.id > 2) execute function refuses()
+END
+for carrier in wrapper jdbc bridge; do
+  "$kivosql" $postgres --through $carrier --max-rows 2 query 'select keeps(x) from generate_series(1, 2) x' >out
+  { "$kivosql" $postgres --through $carrier --format csv 2>err \
+    query "select keeps(x), repeat('text', 2500) from generate_series(1, 256) x" || echo code $? >>err; } | head -n 1 >out
+  check "what a query changed, through $carrier" "1 1 2" "$(grep -c 'at the end: .*refused' err) $(grep -c 'code 1' err) $(
+    csv $postgres query 'select count(*) from kept')"
+  "$kivosql" $postgres update 'delete from kept' >out
+done
 code=0
 "$kivosql" $h2 query 'select * from big' --format csv >/dev/full 2>err || code=$?
 check "a full disk" "1 1" "$code $(grep -c 'No space left' err)"

@@ -6,6 +6,19 @@
 
 namespace kivosql {
 
+namespace {
+
+/// @return null, with nothing pending, when the object's class has no such method.
+jmethodID findMethod(JNIEnv* env, jobject object, const char* name, const char* signature) {
+  const jclass type = env->GetObjectClass(object);
+  const jmethodID method = env->GetMethodID(type, name, signature);
+  env->ExceptionClear();
+  env->DeleteLocalRef(type);
+  return method;
+}
+
+}  // namespace
+
 bool Session::describe(const std::string& table) {
   if (!query("select * from " + table + " where 1 = 0", 0)) return false;
   Row none;
@@ -83,13 +96,22 @@ bool cancelInJava(void* object) {
   return asked;
 }
 
+bool closeInJava(JNIEnv* env, void* object) {
+  if (object == nullptr) return true;
+  auto* const target = static_cast<jobject>(object);
+  const jmethodID close = findMethod(env, target, "close", "()V");
+  if (close == nullptr) return true;
+  env->CallVoidMethod(target, close);
+  const bool threw = env->ExceptionCheck() == JNI_TRUE;
+  if (threw) env->ExceptionDescribe();
+  return !threw;
+}
+
 bool isBrokenInJava(JNIEnv* env, void* object) {
   constexpr jint kPatienceSeconds = 5;
   if (object == nullptr) return true;
   auto* const target = static_cast<jobject>(object);
-  const jclass type = env->GetObjectClass(target);
-  const jmethodID isValid = env->GetMethodID(type, "isValid", "(I)Z");
-  env->DeleteLocalRef(type);
+  const jmethodID isValid = findMethod(env, target, "isValid", "(I)Z");
   const bool valid = isValid == nullptr || env->CallBooleanMethod(target, isValid, kPatienceSeconds) == JNI_TRUE;
   const bool threw = env->ExceptionCheck() == JNI_TRUE;
   env->ExceptionClear();

@@ -129,7 +129,9 @@ class Session {
   /// Whether the connection has gone, and with it the answer to what ran last. error() stays.
   virtual bool isBroken() { return false; }
 
-  virtual void close() = 0;
+  /// Ends what is open; that is when a database may refuse what the last query changed.
+  /// @return false when it did, or when closing failed in another way.
+  virtual bool close() = 0;
 
   const std::vector<Column>& columns() const { return columns_; }
   const std::string& url() const { return url_; }
@@ -181,6 +183,9 @@ constexpr Carrier kCarriers[] = {
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
 bool cancelInJava(void* object);
+
+/// Calls close() of a Java object, if its class has one. @return false, with the exception described, when it threw.
+bool closeInJava(JNIEnv* env, void* object);
 
 /// Whether isValid() of a Java object, null for one that is closed, says no.
 bool isBrokenInJava(JNIEnv* env, void* object);

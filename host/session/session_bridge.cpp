@@ -74,8 +74,12 @@ class BridgeSession : public Session {
   /// Its contract has no cancel(); a class may have one all the same.
   bool cancel() override { return cancelInJava(java_->connectionObject); }
 
-  /// The contract has no closing: it is the class's own.
-  void close() override { java_.reset(); }
+  /// Nor has it a close(), which a class may have too.
+  bool close() override {
+    const bool closed = done(closeInJava(java_->env, java_->connectionObject));
+    java_.reset();
+    return closed;
+  }
 
  private:
   static constexpr int kMostColumns = 10000;

@@ -81,9 +81,10 @@ class JdbcSession : public Session {
 
   bool isBroken() override { return isBrokenInJava(database_.env, database_.connection); }
 
-  void close() override {
-    endTransaction();
+  bool close() override {
+    const bool ended = endTransaction();
     database_.closeConnection();
+    return ended;
   }
 
  private:

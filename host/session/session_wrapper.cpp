@@ -71,7 +71,7 @@ class WrapperSession : public Session {
 
   bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
 
-  void close() override { database_.closeConnection(); }
+  bool close() override { return done(database_.closeConnection()); }
 
  private:
   bool done(bool result) {

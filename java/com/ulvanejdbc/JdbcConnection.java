@@ -15,8 +15,8 @@ import java.util.Vector;
  * when empty; {@code query}, the SQL of the query, needed by {@link #query} alone.
  *
  * <p>Values, streaming and table names are those of {@link jdbcUtilities}. An object serves one thread at a time.
- * Native code has no way to say that it is done with one: the connection closes when another object of this class is
- * made after it was collected as garbage.
+ * Native code need not call {@link #close}: without it, the connection closes when another object of this class is made
+ * after this one was collected as garbage.
  */
 public final class JdbcConnection {
   private static final List<String> KNOWN = Arrays.asList("url", "user", "password", "query");
@@ -86,6 +86,11 @@ public final class JdbcConnection {
   /** Asks the database to give up the query that runs. Any thread; it may come too late. */
   public void cancel() throws SQLException {
     session.cancel();
+  }
+
+  /** Closes the connection, if one is held. What the last query changed is committed first, which may fail. */
+  public void close() throws SQLException {
+    session.close();
   }
 
   private String required(String name) {
