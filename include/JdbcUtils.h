@@ -14,8 +14,8 @@
 /// in any order; closeConnection() or destroy(); destruct.
 ///
 /// Thread: javaInit() binds the object to the calling thread; every later call, the destructor included, runs there.
-/// Objects are independent of one another. Before a successful javaInit() every member but setUrl() fails and touches
-/// nothing.
+/// Objects are independent of one another. Before a successful javaInit() no member calls Java: all fail except
+/// setUrl(), and setAutoCommit() only records the mode.
 ///
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
 /// sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
@@ -102,9 +102,10 @@ class KIVO_EXPORT JdbcUtils {
   int getNumColumns();
 
   /// Runs a query, closing the previous result first; makes the statement when none is held.
-  /// @param maxRows the most rows to return; 0 is no limit. A statement without "setMaxRows" goes on unlimited.
-  /// @return whether a result is open. False also, though the query has run, without the companion jar on the class
-  ///         path, whose date helper every result needs.
+  /// @param maxRows maximum number of rows to return; 0 is no limit. When the driver does not know or refuses the
+  ///                limit, standard error shows it and the query runs without one.
+  /// @return whether a result is open. Also false, although the query ran, when the companion jar is not on the class
+  ///         path: every result needs its date helper.
   /// PostgreSQL's driver holds the whole result in the Java heap unless auto-commit is off.
   bool executeQuery(std::string& sql, int maxRows);
 
@@ -121,8 +122,9 @@ class KIVO_EXPORT JdbcUtils {
   /// @return true also when Java threw on asking for the type (0 then, the exception left pending).
   bool getColumnInfo(int columnNumber, std::string& name, int& type);
 
-  /// Switches auto-commit; true when that mode was recorded already or Java was called. The mode is recorded even when
-  /// there is no connection to switch.
+  /// Switches auto-commit and records the mode, also when there is no connection to switch.
+  /// @return true when that mode was already recorded or Java was called, even if Java refused (the exception is left
+  ///         pending); false without a connection.
   bool setAutoCommit(bool on);
 
   /// Commits; true when Java was called.
@@ -133,16 +135,16 @@ class KIVO_EXPORT JdbcUtils {
   int executeUpdate(std::string& sql);
 
   /// Adds a statement to the batch; the first one switches auto-commit off. It needs a held statement.
-  /// @return 0, also when Java refused either, which only standard error tells: the statement is then missing from the
-  ///         batch. -1 without a held statement.
+  /// @return 0 even if Java rejected the switch or the statement; only standard error shows it. A rejected statement is
+  ///         missing from the batch. -1 without a held statement.
   int addToBatch(std::string& sql);
 
   /// Executes the batch, commits and switches auto-commit on, also when the batch failed.
   /// @param updateCounts the caller's array with room for one entry per added statement; receives JDBC's counts and
   ///                     status codes in order. Null when they are not wanted.
-  /// @return the number of counts, -1 when the batch failed. A commit that fails behind a batch that ran shows on
-  ///         standard error only: a host that must know runs its statements by executeUpdate() with auto-commit off,
-  ///         a "commit" at the end included.
+  /// @return the number of counts, -1 when the batch failed. If the batch ran but the commit after it failed, only
+  ///         standard error shows it: a host that must know runs its statements with executeUpdate() and auto-commit
+  ///         off, a final "commit" included.
   int executeBatch(int* updateCounts);
 
   /// Appends the names of the database's tables to @p tables: Oracle and Teradata through a catalogue query, all others
@@ -162,7 +164,7 @@ class KIVO_EXPORT JdbcUtils {
   jmethodID nextMethod = nullptr;            ///< ResultSet.next, looked up by executeQuery().
   jmethodID setAutoCommitMethod = nullptr;   ///< Connection.setAutoCommit, looked up by getConnection().
   jmethodID commitMethod = nullptr;          ///< Connection.commit, looked up by getConnection().
-  bool autoCommit = false;                   ///< The mode last asked for through setAutoCommit().
+  bool autoCommit = false;                   ///< The mode last given to setAutoCommit().
   jmethodID getStringMethod = nullptr;       ///< ResultSet.getString, looked up by executeQuery().
   jmethodID getObjectMethod = nullptr;       ///< ResultSet.getObject, looked up by executeQuery().
   jmethodID getAsUtcStringMethod = nullptr;  ///< Static com.ulvanejdbc.datetime.getAsUtcString.
