@@ -72,7 +72,10 @@ class KIVO_EXPORT jdbcWrapper {
   /// Makes the statement that queries, updates and batches run on.
   bool getStatement();
 
-  /// Runs a query. @param maxRows the most rows to return; 0 is no limit.
+  /// Runs a query. What an "insert ... returning" and its like change is committed when this returns, on SQLite with
+  /// the end of their rows. What a "select" changes, through a function, say, is committed when its rows have been read
+  /// to their end, at the next statement or by closeConnection().
+  /// @param maxRows the most rows to return; 0 is no limit.
   bool executeQuery(std::string sql, int maxRows);
 
   /// Moves to the next row. False with errorState 0 is the end of the rows.

@@ -224,6 +224,47 @@ TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   }
 }
 
+TEST_F(Drivers, OnlyWhatReadsGetsATransactionForItsRows) {
+  const struct {
+    const char* sql;
+    bool reads;
+  } rows[] = {
+      {"select 1", true},
+      {" -- (insert\n /* a /* nested */ delete */ ((Select 1) union (select 2))", true},
+      {"# a remark\nselect 1", true},
+      {"VALUES (1)", true},
+      {"table t", true},
+      {"show all", true},
+      {"explain select 1", true},
+      {"explain analyze delete from t", false},
+      {"with a as (select 'insert', \"update\", $$delete$$, $x$ $$ merge $x$ -- insert\n) select inserted from a",
+       true},
+      {"with a as (select e'\\' insert', E'''\\'update') select * from a", true},
+      {"with a as (select like'\\' from t), b as (delete from t returning 1) select 1", false},
+      {"with a as (select b # 1 from t), c as (merge into t using u) select 1", false},
+      {"with a as (select $1, x$y$z from t), c as (INSERT into t values (1) returning 1) select 1", false},
+      {"insert into t values (1) returning id", false},
+      {"/* select */ update t set a = 1 returning a", false},
+      {"delete from t returning 'select'", false},
+      {"call p()", false},
+      {"selection", false},
+      {"'never ends", false},
+      {"with a as (select e'never ends\\", true},
+      {"/* never ends", false},
+      {"", false},
+  };
+  connect("jdbc:postgresql:telling");
+  answer("Connection.getTransactionState", "0");
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.sql);
+    EXPECT_TRUE(wrapper.executeQuery(row.sql, 0)) << wrapper.errorMessage;
+    EXPECT_TRUE(wrapper.next());
+    EXPECT_EQ(transactionCalls(), row.reads ? "setAutoCommit(false) " : "");
+    while (wrapper.next()) continue;
+    EXPECT_EQ(transactionCalls(), row.reads ? "commit() setAutoCommit(true) " : "");
+  }
+}
+
 TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnce) {
   const struct {
     const char* countsAndText;

@@ -52,14 +52,19 @@ TEST_P(Databases, ATransactionOpenedInSqlIsTheCallersToEnd) {
   EXPECT_EQ(othersOnly("select count(*) from owned"), "3");
 }
 
-TEST_P(Databases, WhatAQueryChangedIsCommittedHoweverItsRowsEnd) {
+TEST_P(Databases, WhatASelectChangedIsCommittedHoweverItsRowsEnd) {
   const struct {
     const char* word;
-    const char* before;
-    const char* after;
-  } shapes[] = {{"h2", "select id from final table (", ")"},
-                {"mariadb", "", " returning id"},
-                {"postgresql", "", " returning id"}};
+    const char* preparation;
+    const char* sql;
+  } shapes[] = {
+      {"h2", "delete from changed", "select id from final table (insert into changed values (1))"},
+      {"postgresql",
+       "create or replace function change() returns setof int language sql as 'insert into changed values (1) "
+       "returning "
+       "id'",
+       "select change()"},
+  };
   const struct {
     const char* what;
     std::function<void(jdbcWrapper&)> end;
@@ -74,14 +79,35 @@ TEST_P(Databases, WhatAQueryChangedIsCommittedHoweverItsRowsEnd) {
   for (const auto& shape : shapes) {
     if (database.word != shape.word) continue;
     recreate("changed", "id int");
+    update(shape.preparation);
     int count = 0;
     for (const auto& row : rows) {
       SCOPED_TRACE(row.what);
-      query(shape.before + std::string("insert into changed values (1)") + shape.after);
+      query(shape.sql);
       EXPECT_TRUE(wrapper.next());
       row.end(wrapper);
       EXPECT_EQ(othersOnly("select count(*) from changed"), std::to_string(++count));
     }
+  }
+}
+
+TEST_P(Databases, AnInsertThatGivesRowsIsCommittedBeforeTheyAreRead) {
+  const struct {
+    const char* word;
+    const char* sql;
+  } shapes[] = {
+      {"mariadb", "insert into changed select seq from seq_1_to_100000 returning id"},
+      {"postgresql", "insert into changed select n from generate_series(1, 100000) n returning id"},
+      {"postgresql",
+       "with new as (insert into changed select n from generate_series(1, 100000) n returning id) select * from new"},
+  };
+  for (const auto& shape : shapes) {
+    if (database.word != shape.word) continue;
+    SCOPED_TRACE(shape.sql);
+    recreate("changed", "id int");
+    query(shape.sql);
+    EXPECT_EQ(othersOnly("select count(*) from changed"), "100000");
+    EXPECT_TRUE(wrapper.next());
   }
 }
 

@@ -59,7 +59,6 @@ final class Session {
   void prepare() throws SQLException {
     if (statement != null && !statement.isClosed()) return;
     statement = connection().createStatement();
-    traits.prepare(statement);
   }
 
   /** @param maxRows how many rows to read at most; 0 is no limit */
@@ -69,7 +68,9 @@ final class Session {
     endRows();
     rows = null;
     try {
-      transactions.beginRows();
+      boolean onlyReads = QueryText.onlyReads(sql);
+      if (onlyReads) transactions.beginRows();
+      traits.prepare(ready, onlyReads);
       ready.setMaxRows(maxRows);
       rows = new Rows(ready.executeQuery(sql), traits.anyTypeInAnyCell());
     } catch (Throwable failure) {

@@ -67,6 +67,10 @@ public class jdbcUtilities {
   /**
    * Runs a query. Its rows come from the database as they are read, until the next query, update or executed batch.
    *
+   * <p>What a query changes that does not begin like a read is committed here, on SQLite when its rows end. What a
+   * "select" changes, through a function, say, is committed when its rows have been read to their end, at the next
+   * query, update or executed batch, or by closeConnection.
+   *
    * @param maxRows how many rows to read at most; 0 is no limit
    */
   public boolean executeQuery(String sql, int maxRows) {
