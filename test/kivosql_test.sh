@@ -53,7 +53,7 @@ errors() { # CODE PATTERN ARGUMENT...
   ! grep -q "$secret" out err || check "no password in the texts of $*" "" "$(cat out err)"
 }
 
-csv() { "$kivosql" "$@" --format csv | tail -n +2 | tr -d '\r'; }
+csv() { "$kivosql" "$@" --format csv | tail -n +2; }
 
 echo "== exit codes and error texts"
 echo "$secret" >readable
@@ -83,6 +83,7 @@ errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'no "xml"' --format xml tables
 errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
+errors 2 'crlf needs --format csv' --crlf tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
 errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
@@ -161,6 +162,10 @@ for server in "$postgres --through wrapper" "$postgres --through jdbc" "$h2"; do
 done
 printf 'id,name\n\n""\n' >quoted.csv
 check "a quoted nothing is a value" 1 "$("$kivosql" $h2 load quoted.csv big 2>&1 | grep -c 'line 3 has 1 value for 2 columns')"
+"$kivosql" $h2 update 'create table gaps (name varchar(9))' >out
+printf 'NA\n"NA"\n""\n' >gaps.csv
+"$kivosql" $h2 load gaps.csv gaps --no-header --null NA >out
+check "a quoted text is never NULL" "$(cat gaps.csv)" "$(csv $h2 query 'select * from gaps' --null NA)"
 
 # The server goes before it has answered to the commit.
 "$kivosql" $postgres update 'create table frail (id int)' >out
@@ -260,7 +265,7 @@ check "no colours when not wanted" 0 "$(grep -c "$(printf '\033\\[1m')" screen)"
 "$kivosql" $postgres query "$slow" >out 2>err
 check "nothing moves without a terminal" "" "$(said err)"
 { "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |
-  head -n 1 | tr -d '\r' >out
+  head -n 1 >out
 check "a closed pipe" "x finished " "$(cat out) $(cat state) $(said err)"
 rows='select x from system_range(1, 999999)'
 for script in "$rows" "$rows; create table behind (id int)"; do

@@ -243,7 +243,7 @@ const std::vector<Row> kRows = {
     {{"12345678901234567890.10", false}, {R"(a,"b"|<c>\)", false}, {"t", false}},
     {{"NaN", false}, {"", false}, {"", true}},
     {{"-1", false}, {"é\r\n\t日本🎉", false}, {"0", false}},
-    {{"", true}, {"", true}, {"maybe", false}},
+    {{"", true}, {"a\rb", false}, {"maybe", false}},
 };
 
 TEST(Kivosql, WritesEachFormat) {
@@ -252,6 +252,7 @@ TEST(Kivosql, WritesEachFormat) {
     const char* null;
     const char* expected;
     const char* ofNothing;
+    bool crlf = false;
   } rows[] = {
       {"table", "∅",
        "┌─────────────────────────┬────────────┬───────┐\n"
@@ -260,7 +261,7 @@ TEST(Kivosql, WritesEachFormat) {
        "│ 12345678901234567890.10 │ a,\"b\"|<c>\\ │ t     │\n"
        "│                     NaN │            │ ∅     │\n"
        "│                      -1 │ é␍␊␉日本🎉 │ 0     │\n"
-       "│                       ∅ │ ∅          │ maybe │\n"
+       "│                       ∅ │ a␍b        │ maybe │\n"
        "└─────────────────────────┴────────────┴───────┘\n"
        "(4 rows)\n",
        "┌───┬─────┬───┐\n│ n │ t|x │ n │\n├───┼─────┼───┤\n└───┴─────┴───┘\n(0 rows)\n"},
@@ -268,48 +269,48 @@ TEST(Kivosql, WritesEachFormat) {
        "── 1 ──\nn    12345678901234567890.10\nt|x  a,\"b\"|<c>\\\nn    t\n"
        "── 2 ──\nn    NaN\nt|x  \nn    ∅\n"
        "── 3 ──\nn    -1\nt|x  é␍␊␉日本🎉\nn    0\n"
-       "── 4 ──\nn    ∅\nt|x  ∅\nn    maybe\n(4 rows)\n",
+       "── 4 ──\nn    ∅\nt|x  a␍b\nn    maybe\n(4 rows)\n",
        "(0 rows)\n"},
       {"csv", "",
-       "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\nNaN,\"\",\r\n-1,\"é\r\n\t日本🎉\",0\r\n,,"
-       "maybe\r\n",
-       "n,t|x,n\r\n"},
+       "n,t|x,n\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\nNaN,\"\",\n-1,\"é\r\n\t日本🎉\",0\n"
+       ",\"a\rb\",maybe\n",
+       "n,t|x,n\n"},
       {"csv", "NaN",
        "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\n\"NaN\",\"\",NaN\r\n-1,\"é\r\n\t日本🎉\",0\r\n"
-       "NaN,NaN,maybe\r\n",
-       "n,t|x,n\r\n"},
+       "NaN,\"a\rb\",maybe\r\n",
+       "n,t|x,n\r\n", true},
       {"json", "",
        "[\n{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true},\n"
        "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null},\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false},\n"
-       "{\"n\":null,\"t|x\":null,\"n_2\":\"maybe\"}\n]\n",
+       "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n]\n",
        "[\n\n]\n"},
       {"jsonl", "",
        "{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true}\n"
        "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null}\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false}\n"
-       "{\"n\":null,\"t|x\":null,\"n_2\":\"maybe\"}\n",
+       "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n",
        ""},
       {"markdown", "∅",
        "| n | t\\|x | n |\n| --- | --- | --- |\n| 12345678901234567890.10 | a,\"b\"\\|&lt;c>\\\\ | t |\n"
-       "| NaN |  | ∅ |\n| -1 | é␍<br>␉日本🎉 | 0 |\n| ∅ | ∅ | maybe |\n",
+       "| NaN |  | ∅ |\n| -1 | é␍<br>␉日本🎉 | 0 |\n| ∅ | a␍b | maybe |\n",
        "| n | t\\|x | n |\n| --- | --- | --- |\n"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(written(row.format, {row.null, 60, false}, kColumns, kRows), row.expected) << row.format;
-    EXPECT_EQ(written(row.format, {row.null, 60, false}, kColumns, {}), row.ofNothing) << row.format;
+    EXPECT_EQ(written(row.format, {row.null, 60, false, row.crlf}, kColumns, kRows), row.expected) << row.format;
+    EXPECT_EQ(written(row.format, {row.null, 60, false, row.crlf}, kColumns, {}), row.ofNothing) << row.format;
   }
 }
 
 TEST(Kivosql, KeepsLargeCellsAndLateOnes) {
   const std::string large(100000, 'x');
   for (const char* format : {"vertical", "csv", "json", "jsonl", "markdown"}) {
-    EXPECT_NE(written(format, {"", 60, false}, {{"a", 12, ""}}, {{{large, false}}}).find(large), std::string::npos);
+    EXPECT_NE(written(format, {"", 60}, {{"a", 12, ""}}, {{{large, false}}}).find(large), std::string::npos);
   }
   EXPECT_EQ(written("table", {"", 4, true}, {{"a", 12, ""}}, {{{large, false}}}),
             "┌──────┐\n│ \x1B[1ma\x1B[0m    │\n├──────┤\n│ xxx… │\n└──────┘\n(1 row)\n");
   // Wider than the rows that the widths were taken from: it stands out, and nothing of it is lost.
   std::vector<Row> rows(1500, Row{{"x", false}});
   rows.back()[0].text = "wide";
-  EXPECT_NE(written("table", {"", 60, false}, {{"a", 12, ""}}, rows).find("│ x │\n│ wide │\n└───┘\n(1,500 rows)"),
+  EXPECT_NE(written("table", {"", 60}, {{"a", 12, ""}}, rows).find("│ x │\n│ wide │\n└───┘\n(1,500 rows)"),
             std::string::npos);
 }
 

@@ -88,6 +88,8 @@ void addOutput(CLI::App& app, Options& options) {
   constexpr const char* kGroup = "Output";
   addChoice(app, "--format", kFormats, options.format, "How rows are written:", kGroup);
   app.add_option("--null", options.null, "How NULL is written, and read by load; JSON has its own")->group(kGroup);
+  app.add_flag("--crlf", options.crlf, "End the lines of CSV with CR LF, as RFC 4180 has them, instead of LF")
+      ->group(kGroup);
   app.add_option("--width", options.maxCells, "Widest cell of a table, 0 for no limit")
       ->capture_default_str()
       ->group(kGroup);
@@ -164,6 +166,7 @@ std::string faultOf(const CLI::App& app, const Options& options) {
   if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {
     return "--null for CSV cannot have a comma, a quote or a line end in it";
   }
+  if (options.crlf && options.format->make != makeCsv) return "--crlf needs --format csv";
   if (std::string fault = textFault(options); !fault.empty()) return fault;
   return heapFault(options.heapMegabytes);
 }

@@ -20,6 +20,7 @@ struct Options {
 
   const Format* format = &kFormats[0];
   std::optional<std::string> null;
+  bool crlf = false;
   std::size_t maxCells = 60;
   int maxRows = 0;
   bool timing = false;

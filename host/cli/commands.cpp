@@ -24,6 +24,7 @@ std::unique_ptr<Writer> makeWriter(Context& context) {
   Style style;
   style.null = options.null.value_or(options.format->null);
   style.maxCells = options.maxCells;
+  style.crlf = options.crlf;
   style.colours = outputOnTerminal() && (noColour == nullptr || *noColour == '\0');
   return options.format->make(context.out, style);
 }

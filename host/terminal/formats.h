@@ -13,6 +13,7 @@ struct Style {
   std::string null;          ///< how NULL is written; JSON has its own
   std::size_t maxCells = 0;  ///< the widest cell of an aligned table; 0 is no limit
   bool colours = false;
+  bool crlf = false;  ///< how a line of CSV ends
 };
 
 /// Writes one result. Rows are written as they come; only the aligned table keeps some back.
@@ -46,7 +47,7 @@ std::unique_ptr<Writer> makeMarkdown(Output& out, const Style& style);
 constexpr Format kFormats[] = {
     {"table", "aligned, for a terminal", "∅", true, makeTable},
     {"vertical", "a line for each value", "∅", true, makeVertical},
-    {"csv", "RFC 4180; NULL is empty, an empty text is \"\"", "", false, makeCsv},
+    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, makeCsv},
     {"json", "one array of objects", "", false, makeJson},
     {"jsonl", "an object a line", "", false, makeJsonLines},
     {"markdown", "a table for a document", "∅", false, makeMarkdown},

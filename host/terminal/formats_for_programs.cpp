@@ -14,7 +14,7 @@ bool needsQuotes(char byte) { return byte == ',' || byte == '"' || byte == '\r' 
 
 class CsvWriter : public Writer {
  public:
-  CsvWriter(Output& out, const Style& style) : out_(out), null_(style.null) {}
+  CsvWriter(Output& out, const Style& style) : out_(out), null_(style.null), lineEnd_(style.crlf ? "\r\n" : "\n") {}
 
   void begin(const std::vector<Column>& columns) override { row(namesOf(columns)); }
 
@@ -27,7 +27,7 @@ class CsvWriter : public Writer {
         writeText(row[column].text);
       }
     }
-    out_.write("\r\n");
+    out_.write(lineEnd_);
   }
 
   void end(unsigned long long /*rows*/) override {}
@@ -49,6 +49,7 @@ class CsvWriter : public Writer {
 
   Output& out_;
   std::string null_;
+  std::string_view lineEnd_;
 };
 
 /// What stands around and between the objects.
