@@ -138,6 +138,13 @@ for carrier in wrapper jdbc; do
 done
 printf '\357\273\277select 1' >marked.sql
 check "a byte order mark" 1 "$(csv run marked.sql)"
+echo "select 1 as a; create table u (id int); select 2 as b where 1 = 0; select 1 / (x - 2) as c from system_range(1, 3);
+  select 3 as d" >several.sql
+check "a table a result" "$(printf 'A\n1\n\nB\n\nC\n-1\n\nD\n3')" \
+  "$("$kivosql" run several.sql --keep-going --format csv 2>err)"
+check "one JSON document" '[[{"A":1}],[],[{"C":-1}],[{"D":3}]]' \
+  "$("$kivosql" run several.sql --keep-going --format json 2>err | tr -d '\n')"
+check "a JSON document that is cut off" '[[{"A":1}],[],[{"C":-1}' "$("$kivosql" run several.sql --format json 2>err | tr -d '\n')"
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 echo "== loading"

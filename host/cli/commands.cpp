@@ -39,6 +39,7 @@ ExitCode flushed(Output& out) {
 /// Writes the rows of the query that the session has begun.
 Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
   const std::unique_ptr<Writer> writer = makeWriter(context);
+  if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
   writer->begin(context.session.columns());
   Row row;
   Step step = Step::row;
@@ -47,7 +48,9 @@ Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
     progress.advance(++rows);
     if (outputOnTerminal()) context.out.flush();
   }
-  if (step == Step::end) writer->end(rows);
+  // In a script that goes on, more follows what a failure cut off.
+  const bool goesOn = context.options.keepGoing && !context.options.format->forPeople;
+  if (step == Step::end || goesOn) writer->end(rows);
   return Interrupt::happened() ? Step::failed : step;
 }
 
@@ -188,6 +191,8 @@ ExitCode runScript(Context& context) {
   if (holdsNul(script, path)) return kFailed;
   const Dialect dialect = literalsFor(context.session.url()).dialect;
   StatementSplitter splitter(script, dialect);
+  const Results& results = context.options.format->ofScript;
+  context.out.write(results.open);
   ExitCode worst = kDone;
   Statement statement;
   while (splitter.next(statement)) {
@@ -198,9 +203,12 @@ ExitCode runScript(Context& context) {
     const ExitCode code =
         Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
     if (code != kDone) worst = code;
-    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) break;
+    // What was written stays open, so that nobody takes it for the whole.
+    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
   }
-  return worst;
+  context.out.write(results.close);
+  const ExitCode written = flushed(context.out);
+  return worst == kDone ? written : worst;
 }
 
 ExitCode runTables(Context& context) {

@@ -15,6 +15,7 @@ struct Context {
   const Options& options;
   Session& session;
   Output& out;
+  unsigned long long results = 0;  ///< written so far
 };
 
 struct Command {

@@ -29,11 +29,23 @@ class Writer {
 /// The heading as a row.
 Row namesOf(const std::vector<Column>& columns);
 
+/// What stands around and between the results of a script.
+struct Results {
+  const char* open;
+  const char* between;
+  const char* close;
+};
+
+constexpr Results kNothingBetween{"", "", ""};
+constexpr Results kBlankLine{"", "\n", ""};
+constexpr Results kOneArray{"[\n", ",\n", "]\n"};
+
 struct Format {
   const char* name;
   const char* about;
   const char* null;  ///< how NULL is written unless asked otherwise
   bool forPeople;    ///< remarks may stand between its rows
+  Results ofScript;
   std::unique_ptr<Writer> (*make)(Output& out, const Style& style);
 };
 
@@ -45,12 +57,12 @@ std::unique_ptr<Writer> makeJsonLines(Output& out, const Style& style);
 std::unique_ptr<Writer> makeMarkdown(Output& out, const Style& style);
 
 constexpr Format kFormats[] = {
-    {"table", "aligned, for a terminal", "∅", true, makeTable},
-    {"vertical", "a line for each value", "∅", true, makeVertical},
-    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, makeCsv},
-    {"json", "one array of objects", "", false, makeJson},
-    {"jsonl", "an object a line", "", false, makeJsonLines},
-    {"markdown", "a table for a document", "∅", false, makeMarkdown},
+    {"table", "aligned, for a terminal", "∅", true, kNothingBetween, makeTable},
+    {"vertical", "a line for each value", "∅", true, kNothingBetween, makeVertical},
+    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, kBlankLine, makeCsv},
+    {"json", "an array of objects; for a script an array of such arrays", "", false, kOneArray, makeJson},
+    {"jsonl", "an object a line", "", false, kNothingBetween, makeJsonLines},
+    {"markdown", "a table for a document", "∅", false, kBlankLine, makeMarkdown},
 };
 
 }  // namespace kivosql
