@@ -7,30 +7,35 @@ import java.util.regex.Pattern;
 final class ConnectionUrl {
   /**
    * Every word that a URL can be built for. In a template {@code {name}} stands for that input, copied unchanged, and a
-   * part in brackets is left out when its input is empty (a port of 0 counts as empty there).
+   * part in brackets is left out when its input is empty (a port of 0 counts as empty). A port outside brackets is one
+   * that the driver cannot do without.
    *
-   * <p>The words with a second template build by that one when there is no host, for a database in this process. It is
-   * {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a directory for Derby; for
+   * <p>An input that the template does not name is refused. Where it names the database and no instance, the database's
+   * name may come as either.
+   *
+   * <p>The words with a second template build by that one when the part that it is for is missing. Without a host that is
+   * a database in this process. It is {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a directory for Derby; for
    * SQLite it is {@code :memory:} or a file's path.
    */
   private static final Word[] WORDS = {
     new Word("oracle", "oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
         .refusingNoInstance("for Oracle the instance name must not be empty"),
-    new Word("mssql", "microsoft", "jdbc:microsoft:sqlserver://{host}[\\{instance}]:{port}[;databaseName={database}]"
+    new Word("mssql", "microsoft", "jdbc:microsoft:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"
         + ";responseBuffering=adaptive"),
-    new Word("velmar", "velmar", "jdbc:velmar:Tds:{host}:{port}[/{instance}]"),
-    new Word("netezza", "netezza", "jdbc:netezza://{host}:{port}[/{instance}]"),
+    new Word("velmar", "velmar", "jdbc:velmar:Tds:{host}[:{port}][/{database}]"),
+    new Word("netezza", "netezza", "jdbc:netezza://{host}[:{port}][/{database}]"),
     new Word("teradata", "teradata", "jdbc:teradata://{host}/DBS_PORT={port}[,DATABASE={database}]")
+        .orWithout("port", "jdbc:teradata://{host}[/DATABASE={database}]")
         .complainingOfInstance("teradata jdbc does not support a specified instance."),
-    new Word("db2", "db2", "jdbc:db2://{host}:{port}[/{instance}]"),
+    new Word("db2", "db2", "jdbc:db2://{host}[:{port}][/{database}]"),
     new Word("kdb", "kx", "jdbc:q:{host}:{port}"),
-    new Word("postgresql", "postgresql", "jdbc:postgresql://{host}:{port}/{instance}"),
+    new Word("postgresql", "postgresql", "jdbc:postgresql://{host}[:{port}]/{database}"),
     new Word("sqlserver", "sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"),
     new Word("mariadb", "mariadb", "jdbc:mariadb://{host}[:{port}]/{database}"),
-    new Word("h2", "h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithoutHost("jdbc:h2:{database}"),
-    new Word("derby", "derby", "jdbc:derby://{host}[:{port}]/{database}").orWithoutHost("jdbc:derby:{database}"),
+    new Word("h2", "h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}"),
+    new Word("derby", "derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}"),
     new Word("hsqldb", "hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
-        .orWithoutHost("jdbc:hsqldb:{database}"),
+        .orWithout("host", "jdbc:hsqldb:{database}"),
     new Word("sqlite", "sqlite", "jdbc:sqlite:{database}"),
   };
 
@@ -68,6 +73,8 @@ final class ConnectionUrl {
 
   /** What a URL is built from. */
   static final class Parts {
+    private static final String[] NAMES = {"host", "port", "instance", "database"};
+
     private final String host;
     private final int port;
     private final String instance;
@@ -96,6 +103,14 @@ final class ConnectionUrl {
     private boolean has(String name) {
       return name.equals("port") ? port != 0 : !isEmpty(get(name));
     }
+
+    Parts withInstanceAsDatabase(String word) {
+      if (!has("instance")) return this;
+      if (has("database") && !database.equals(instance)) {
+        throw new MisuseException("for " + word + " instance and database mean the same, but their values differ");
+      }
+      return new Parts(host, port, null, instance);
+    }
   }
 
   private static final class Word {
@@ -105,7 +120,8 @@ final class ConnectionUrl {
     private final String name;
     private final String vendor;
     private final String template;
-    private String templateWithoutHost;
+    private String missing = "";
+    private String templateWithoutIt;
     private String refusalOfNoInstance;
     private String complaintOfInstance;
 
@@ -113,11 +129,12 @@ final class ConnectionUrl {
       this.name = name;
       this.vendor = vendor;
       this.template = template;
-      this.templateWithoutHost = template;
     }
 
-    Word orWithoutHost(String otherTemplate) {
-      templateWithoutHost = otherTemplate;
+    /** The template for when this part is missing. */
+    Word orWithout(String part, String otherTemplate) {
+      missing = part;
+      templateWithoutIt = otherTemplate;
       return this;
     }
 
@@ -131,15 +148,30 @@ final class ConnectionUrl {
       return this;
     }
 
-    ConnectionUrl build(Parts parts) {
-      boolean instance = parts.has("instance");
-      if (!instance && refusalOfNoInstance != null) throw new MisuseException(refusalOfNoInstance);
-      String url = fill(parts.has("host") ? template : templateWithoutHost, parts);
-      return new ConnectionUrl(vendor, url, instance ? complaintOfInstance : null);
+    ConnectionUrl build(Parts given) {
+      if (refusalOfNoInstance != null && !given.has("instance")) throw new MisuseException(refusalOfNoInstance);
+      Parts parts = instanceMeansDatabase() ? given.withInstanceAsDatabase(name) : given;
+      boolean usual = missing.isEmpty() || parts.has(missing);
+      String chosen = usual ? template : templateWithoutIt;
+      for (String part : Parts.NAMES) {
+        if (!parts.has(part) || hasPlaceFor(part, chosen)) continue;
+        String word = usual ? name : name + " without a " + missing;
+        throw new MisuseException("for " + word + " there is no place for the " + part);
+      }
+      return new ConnectionUrl(vendor, fill(chosen, parts), parts.has("instance") ? complaintOfInstance : null);
+    }
+
+    private boolean instanceMeansDatabase() {
+      return hasPlaceFor("database", template) && !hasPlaceFor("instance", template);
+    }
+
+    /** An instance that gets a complaint of its own counts as having one. */
+    private boolean hasPlaceFor(String part, String inTemplate) {
+      return inTemplate.contains("{" + part + "}") || (part.equals("instance") && complaintOfInstance != null);
     }
 
     /** One pass, so that brackets and braces inside an input stay what they are. */
-    private static String fill(String template, Parts parts) {
+    private String fill(String template, Parts parts) {
       Matcher input = INPUT.matcher(template);
       StringBuffer url = new StringBuffer();
       while (input.find()) {
@@ -148,10 +180,14 @@ final class ConnectionUrl {
       return input.appendTail(url).toString();
     }
 
-    private static String text(Matcher input, Parts parts) {
+    private String text(Matcher input, Parts parts) {
       String optional = input.group(2);
-      if (optional == null) return parts.get(input.group(3));
-      return parts.has(optional) ? input.group(1) + parts.get(optional) : "";
+      if (optional != null) return parts.has(optional) ? input.group(1) + parts.get(optional) : "";
+      String needed = input.group(3);
+      if (needed.equals("port") && !parts.has(needed)) {
+        throw new MisuseException("for " + name + " the port must not be empty");
+      }
+      return parts.get(needed);
     }
   }
 }
