@@ -192,6 +192,7 @@ TEST_F(Drivers, TheNextDriverOfAUrlIsTriedAndTheFirstFailureTold) {
   EXPECT_TRUE(fresh.setUrl("", "", "", "", "", url));
   EXPECT_FALSE(fresh.getConnection("", ""));
   EXPECT_EQ(fresh.errorMessage, "the first driver failed [/0]");
+  EXPECT_EQ(calls(), "Driver.connect(jdbc:shared:thing)\n") << "a wrong password would count twice";
 }
 
 TEST_F(Drivers, AFetchSizeMayBeRefused) {

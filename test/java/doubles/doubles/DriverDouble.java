@@ -1,6 +1,7 @@
 package doubles;
 
 import java.sql.Driver;
+import java.sql.DriverManager;
 import java.sql.DriverPropertyInfo;
 import java.sql.SQLException;
 import java.util.Properties;
@@ -8,6 +9,14 @@ import java.util.logging.Logger;
 
 /** A driver of every URL, whose connections the script plays. With "telling" in it they tell a transaction's state. */
 public class DriverDouble implements Driver {
+  static {
+    try {
+      DriverManager.registerDriver(new DriverDouble());
+    } catch (SQLException refused) {
+      throw new ExceptionInInitializerError(refused);
+    }
+  }
+
   /** As PostgreSQL's driver has it; the doubles go by the name. */
   public interface Connection extends java.sql.Connection {
     int getTransactionState();
@@ -34,7 +43,7 @@ public class DriverDouble implements Driver {
 
   @Override
   public java.sql.Connection connect(String url, Properties properties) throws SQLException {
-    Recorder.value("Driver.connect", Recorder.scripted("Driver.connect", ""));
+    Recorder.enter("Driver.connect", "", url);
     if (url.contains("telling")) return JdbcDouble.make(Connection.class, null);
     return JdbcDouble.make(java.sql.Connection.class, null);
   }
