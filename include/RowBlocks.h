@@ -34,8 +34,9 @@ struct RowBlocksOptions {
 /// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
 /// closed, or run another query, before this object ends; next() then fails.
 ///
-/// Errors: errorState and errorMessage, as of jdbcWrapper. When a row fails, the rows before it come first. Nothing is
-/// printed, and an exception that the source left pending stays for the source to report.
+/// Errors: errorState and errorMessage, as of jdbcWrapper. When a row fails, the rows before it come first; a failure
+/// also closes the result of a jdbcWrapper, so that the database holds nothing for it any more. Nothing is printed, and
+/// an exception that the source left pending stays for the source to report.
 ///
 /// Thread: the one that the source has when this is made; the destructor included. Members throw nothing of their own;
 /// std::bad_alloc can escape, with everything released.

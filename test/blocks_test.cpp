@@ -328,6 +328,19 @@ TEST(BlocksOfResults, OfAWrapperReleaseEverythingWhicheverCallFails) {
   EXPECT_GT(points, 20);
 }
 
+TEST(BlocksOfResults, OfAWrapperHoldNothingInTheDatabaseAfterAFailure) {
+  WrapperSource reader(database("postgresql"));
+  WrapperSource other(database("postgresql"));
+  other.wrapper.executeUpdate("drop table held");
+  ASSERT_EQ(other.wrapper.executeUpdate("create table held as select generate_series(1, 1000) as g"), 1000);
+  ASSERT_TRUE(reader.query("select g, repeat('x', g) from held"));
+  RowBlocks blocks(reader.wrapper, {64, false, 99});
+  expectOutcome(blocks, {std::size_t{2} * 97, 2, "more text than the limit"});
+  EXPECT_EQ(other.wrapper.executeUpdate("set lock_timeout = '20s'"), 0);
+  EXPECT_EQ(other.wrapper.executeUpdate("drop table held"), 0) << other.wrapper.errorMessage;
+  EXPECT_TRUE(reader.query("select 1")) << reader.wrapper.errorMessage;
+}
+
 TEST(BlocksOfResults, AnswerForTheirSource) {
   const Outcome none = {0, 2, "no open result"};
   JdbcUtils unattached;

@@ -35,8 +35,14 @@ public final class RowPacker {
     boolean next() throws SQLException;
   }
 
+  /** Gives back what the rows hold open, after a failure. */
+  private interface Abandonment {
+    void run(Throwable failure);
+  }
+
   private final RowPackerText text;
   private final int mostRows;
+  private Abandonment abandonment = failure -> {};
   private Cursor cursor;
   private ResultSet rows;
   private RowPackerCell[] cells = {};
@@ -77,6 +83,7 @@ public final class RowPacker {
     packer.attempt(() -> {
       Session session = utilities.session();
       Rows source = session.rows();
+      packer.abandonment = failure -> session.abandon(source, failure);
       packer.open(source.source(), () -> next(session, source), source.count());
       for (int column = 1; column <= source.count(); ++column) {
         packer.setCell(column, source.type(column), source.kind(column));
@@ -189,6 +196,7 @@ public final class RowPacker {
     try {
       step.run();
     } catch (Throwable thrown) {
+      abandonment.run(thrown);
       state = ErrorText.isOfDatabase(thrown) ? DATABASE_FAILED : OTHER_FAILED;
       failure = ErrorText.of(thrown);
     }

@@ -97,6 +97,11 @@ final class Session {
     return rows;
   }
 
+  /** Ends rows that their reader cannot go on with, unless they have ended already. */
+  void abandon(Rows failed, Throwable failure) {
+    if (rows == failed) abandonRows(failure);
+  }
+
   /** @return how many rows changed */
   @SuppressWarnings("try") // the ending is there to be closed
   int update(String sql) throws SQLException {
