@@ -74,6 +74,7 @@ class Loader {
     std::string names;
     for (const Column& column : columns_) names += (names.empty() ? "" : ", ") + quotedName(column.name, literals_);
     insert_ = "insert into " + table_ + " (" + names + ") values ";
+    durable_ = sync();
     prepared_ = context_.session.prepareRows(insert_, static_cast<int>(columns_.size()));
     return stopped(loadAll());
   }
@@ -161,14 +162,18 @@ class Loader {
     return context_.session.updateAll(statements);
   }
 
+  /// Has the database write to disk what it committed, where a commit alone does not wait for that.
+  bool sync() { return *literals_.sync == '\0' || context_.session.update(literals_.sync) >= 0; }
+
   /// Stores the batch, or nothing of it, save where the connection broke.
   bool storeBatch() {
     if (storeRows()) return true;
     broken_ = prepared_ && context_.session.isBroken();
     if (broken_ || Interrupt::happened()) return false;
-    if (storeByStatements()) return true;
-    broken_ = context_.session.isBroken();
-    return false;
+    const bool stored = storeByStatements();
+    // A database that cannot write closes itself, and may lose what it had committed.
+    broken_ = (!stored && context_.session.isBroken()) || (durable_ && !sync());
+    return stored && !broken_;
   }
 
   ExitCode store() {
@@ -234,6 +239,7 @@ class Loader {
   Dialect dialect_ = Dialect::standard;
   std::vector<Column> columns_;
   std::string insert_;
+  bool durable_ = false;   ///< the user may have the database write to disk
   bool prepared_ = false;  ///< rows can be stored without statements of their own
   std::vector<Record> batch_;
   PackedRows packed_;

@@ -19,6 +19,7 @@ struct Literals {
   const char* negativeZero;  ///< for a column of floating point: a bare -0 is the integer 0
   const char* jsonWord;      ///< before a JSON text, where one without it is a mere string; else empty
   Dialect dialect;           ///< until the database was asked
+  const char* sync;          ///< has commits written to disk, where a commit does not wait for that; else empty
 };
 
 /// The name of the type of a JSON column, where it matters; java.sql.Types has no code for it.
