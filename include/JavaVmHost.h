@@ -16,8 +16,12 @@ KIVO_EXPORT extern std::string _jvmPath;
 /// Loads the JVM shared library and creates the one Java VM of the process.
 ///
 /// Call it once, on one thread, before any object of this library is made; concurrent calls are not supported. The
-/// calling thread is attached to the VM and stays attached. The VM lives until the process ends, its default time zone
-/// is UTC, and it owns the handlers of SIGSEGV, SIGTERM, SIGINT and SIGQUIT from here on.
+/// calling thread is attached to the VM and stays attached. The VM lives until the process ends, and its default time
+/// zone is UTC.
+///
+/// HotSpot replaces the handlers of SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGILL, SIGBUS, SIGFPE, SIGSEGV, SIGUSR2, SIGPIPE
+/// and SIGXFSZ. A host that handles SIGHUP, SIGINT, SIGQUIT or SIGTERM itself calls sigaction() after javaInit(), or
+/// starts with JAVA_TOOL_OPTIONS=-Xrs; libjsig.so does not keep these handlers. docs/hosting.md has the details.
 ///
 /// @param jvmLibPath file path of the JVM shared library (libjvm.so), handed to the loader unchanged.
 /// @param classPath  Java class path, entries separated by ':'; handed to the VM unchanged ("dir/*" is not expanded).

@@ -15,7 +15,7 @@
 ///
 /// Thread: javaInit() binds the object to the calling thread; every later call, the destructor included, runs there.
 /// Objects are independent of one another. Before a successful javaInit() no member calls Java: all fail except
-/// setUrl(), and setAutoCommit() only records the mode.
+/// setUrl() and setAutoCommit(), which records the mode.
 ///
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
 /// sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
@@ -122,9 +122,10 @@ class KIVO_EXPORT JdbcUtils {
   /// @return true also when Java threw on asking for the type (0 then, the exception left pending).
   bool getColumnInfo(int columnNumber, std::string& name, int& type);
 
-  /// Switches auto-commit and records the mode, also when there is no connection to switch.
-  /// @return true when that mode was already recorded or Java was called, even if Java refused (the exception is left
-  ///         pending); false without a connection.
+  /// Records the mode and switches the connection to it. Does neither when that mode is recorded already, so after a
+  /// refusal, set the other mode before trying again. getConnection() sets the mode to true.
+  /// @return true when that mode was recorded already, with or without a connection, or when Java was called, even if
+  ///         Java refused (the exception is left pending). False when the mode was recorded but there is no connection.
   bool setAutoCommit(bool on);
 
   /// Commits; true when Java was called.
@@ -164,7 +165,7 @@ class KIVO_EXPORT JdbcUtils {
   jmethodID nextMethod = nullptr;            ///< ResultSet.next, looked up by executeQuery().
   jmethodID setAutoCommitMethod = nullptr;   ///< Connection.setAutoCommit, looked up by getConnection().
   jmethodID commitMethod = nullptr;          ///< Connection.commit, looked up by getConnection().
-  bool autoCommit = false;                   ///< The mode last given to setAutoCommit().
+  bool autoCommit = false;                   ///< The mode recorded by setAutoCommit().
   jmethodID getStringMethod = nullptr;       ///< ResultSet.getString, looked up by executeQuery().
   jmethodID getObjectMethod = nullptr;       ///< ResultSet.getObject, looked up by executeQuery().
   jmethodID getAsUtcStringMethod = nullptr;  ///< Static com.ulvanejdbc.datetime.getAsUtcString.
