@@ -11,7 +11,8 @@
 ///
 /// The Java class decides what parameters, rows, columns and their numbering mean; this class creates the instance,
 /// passes calls through, converts text and turns Java exceptions into false results. The description of every Java
-/// exception goes to standard error, and no operation returns with one pending.
+/// exception goes to standard error, and no operation returns with one pending. docs/connection-class.md lists the
+/// methods that the Java class needs.
 ///
 /// Thread: javaInit() binds the object to the calling thread; every later call, the destructor included, runs there.
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
