@@ -14,21 +14,6 @@ using kivo::findMethod;
 using kivo::JavaMethod;
 using kivo::LocalRef;
 
-// Hosts allocate these objects themselves: the layout is part of the binary interface.
-static_assert(sizeof(RowBlocks) == 96);
-static_assert(offsetof(RowBlocks, env) == 0);
-static_assert(offsetof(RowBlocks, packer) == 8);
-static_assert(offsetof(RowBlocks, packMethod) == 16);
-static_assert(offsetof(RowBlocks, failureMethod) == 24);
-static_assert(offsetof(RowBlocks, ends) == 32);
-static_assert(offsetof(RowBlocks, texts) == 40);
-static_assert(offsetof(RowBlocks, rowCount) == 48);
-static_assert(offsetof(RowBlocks, columnCount) == 52);
-static_assert(offsetof(RowBlocks, blockState) == 56);
-static_assert(offsetof(RowBlocks, errorState) == 60);
-static_assert(offsetof(RowBlocks, errorMessage) == 64);
-static_assert(sizeof(RowBlocksOptions) == 12);
-
 namespace {
 
 constexpr const char* kPackerClass = "com/ulvanejdbc/RowPacker";

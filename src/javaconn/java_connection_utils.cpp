@@ -2,18 +2,13 @@
 
 #include "JavaConnectionUtils.h"
 #include "JavaVmHost.h"
+#include "jni/attach.h"
 #include "jni/local_ref.h"
 #include "jni/method.h"
 #include "jni/pending.h"
 #include "jni/text.h"
 
 using namespace kivo;
-
-// Hosts allocate these objects themselves: the layout is part of the binary interface.
-static_assert(sizeof(JavaConnectionUtils) == 48);
-static_assert(offsetof(JavaConnectionUtils, env) == 0);
-static_assert(offsetof(JavaConnectionUtils, className) == 8);
-static_assert(offsetof(JavaConnectionUtils, connectionObject) == 40);
 
 namespace {
 
@@ -51,14 +46,6 @@ bool callQuestion(JavaConnectionUtils& bridge, const JavaMethod& method) {
   });
 }
 
-/// Stores the text at @p index. @return false when a Java call failed, with its exception pending.
-bool storeText(JNIEnv* env, jobjectArray array, jsize index, const std::string& text) {
-  const LocalRef<jstring> element = newJavaText(env, text);
-  if (!element) return false;
-  env->SetObjectArrayElement(array, index, element.get());
-  return !isPending(env);
-}
-
 }  // namespace
 
 JavaConnectionUtils::JavaConnectionUtils(std::string& name) : className(name) {}
@@ -70,7 +57,7 @@ JavaConnectionUtils::~JavaConnectionUtils() {
 bool JavaConnectionUtils::javaInit() {
   if (env == nullptr) {
     if (_globaljvm == nullptr) return false;
-    _globaljvm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr);
+    env = attachThread();
     if (env == nullptr) return false;
   }
   if (connectionObject != nullptr) return true;
@@ -93,13 +80,8 @@ jobjectArray JavaConnectionUtils::buildStringArray(std::vector<std::string>& str
   LocalRef<jobjectArray> array(env);
   LocalRef<jclass> stringClass(env);
   PendingCheck check(env);
-  if (!stringClass.reset(env->FindClass("java/lang/String"))) return nullptr;
-  if (!array.reset(env->NewObjectArray(count, stringClass.get(), nullptr))) return nullptr;
-  stringClass.reset();
-  for (jsize index = 0; index < count; ++index) {
-    if (!storeText(env, array.get(), index, strings[static_cast<std::size_t>(index)])) return nullptr;
-  }
-  return array.release();
+  const auto textAt = [&strings](jsize index) { return strings[static_cast<std::size_t>(index)].c_str(); };
+  return makeTextArray(env, stringClass, array, count, textAt) ? array.release() : nullptr;
 }
 
 bool JavaConnectionUtils::setParams(std::vector<std::string>& names, std::vector<std::string>& values) {

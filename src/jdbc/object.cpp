@@ -1,6 +1,7 @@
 #include "JavaVmHost.h"
 #include "JdbcUtils.h"
 #include "jdbc/diagnostics.h"
+#include "jni/attach.h"
 #include "jni/local_ref.h"
 #include "jni/pending.h"
 #include "jni/text.h"
@@ -30,7 +31,7 @@ JdbcUtils::~JdbcUtils() {
 bool JdbcUtils::javaInit() {
   if (env != nullptr) return true;
   if (_globaljvm == nullptr) return false;
-  _globaljvm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr);
+  env = attachThread();
   return env != nullptr;
 }
 
@@ -55,17 +56,8 @@ jobjectArray JdbcUtils::NewStringArray(char** strings, int count) {
   if (env == nullptr) return nullptr;
   describeLeftover(env);
 
-  LocalRef<jclass> stringClass(env, env->FindClass("java/lang/String"));
-  if (!stringClass) return nullptr;
-  LocalRef<jobjectArray> array(env, env->NewObjectArray(count, stringClass.get(), nullptr));
-  if (!array) return nullptr;
-  stringClass.reset();
-  for (jsize index = 0; index < count; ++index) {
-    if (strings[index] == nullptr) continue;
-    const auto text = newJavaText(env, strings[index]);
-    if (!text) return nullptr;
-    env->SetObjectArrayElement(array.get(), index, text.get());
-    if (isPending(env)) return nullptr;
-  }
-  return array.release();
+  LocalRef<jobjectArray> array(env);
+  LocalRef<jclass> stringClass(env);
+  const auto textAt = [strings](jsize index) { return strings[index]; };
+  return makeTextArray(env, stringClass, array, count, textAt) ? array.release() : nullptr;
 }

@@ -35,6 +35,26 @@ class TextCharacters {
 LocalRef<jstring> newJavaText(JNIEnv* env, const char* text);
 inline LocalRef<jstring> newJavaText(JNIEnv* env, const std::string& text) { return newJavaText(env, text.c_str()); }
 
+/// Makes a Java String[] of the texts that @p textAt gives for 0 to @p count - 1; a null text stays a null element. The
+/// references are the caller's, who decides what happens before they go.
+/// @return false on failure, with Java's exception pending; @p array is then of no use.
+template <class TextAt>
+bool makeTextArray(JNIEnv* env, LocalRef<jclass>& stringClass, LocalRef<jobjectArray>& array, jsize count,
+                   TextAt textAt) {
+  if (!stringClass.reset(env->FindClass("java/lang/String"))) return false;
+  if (!array.reset(env->NewObjectArray(count, stringClass.get(), nullptr))) return false;
+  stringClass.reset();
+  for (jsize index = 0; index < count; ++index) {
+    const char* const text = textAt(index);
+    if (text == nullptr) continue;
+    const LocalRef<jstring> element = newJavaText(env, text);
+    if (!element) return false;
+    env->SetObjectArrayElement(array.get(), index, element.get());
+    if (env->ExceptionCheck() == JNI_TRUE) return false;
+  }
+  return true;
+}
+
 /// The rewriting of newJavaText(), without a VM.
 /// @return whether @p text needed it; only then is @p rewritten set.
 bool rewriteForJava(const char* text, std::string& rewritten);

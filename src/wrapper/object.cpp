@@ -1,43 +1,16 @@
 #include <pthread.h>
 
-#include <cstddef>
 #include <string>
 
 #include "JavaVmHost.h"
 #include "jdbcWrapper.h"
+#include "jni/attach.h"
 #include "jni/method.h"
 #include "wrapper/calls.h"
 #include "wrapper/methods.h"
 
 using namespace kivo;
 using namespace kivo::wrapper;
-
-// Hosts allocate these objects themselves: the layout is part of the binary interface.
-static_assert(sizeof(jdbcWrapper) == 216);
-static_assert(offsetof(jdbcWrapper, env) == 0);
-static_assert(offsetof(jdbcWrapper, threadId) == 8);
-static_assert(offsetof(jdbcWrapper, utilitiesClass) == 16);
-static_assert(offsetof(jdbcWrapper, utilitiesObject) == 24);
-static_assert(offsetof(jdbcWrapper, setUrlMethod) == 32);
-static_assert(offsetof(jdbcWrapper, getUrlMethod) == 40);
-static_assert(offsetof(jdbcWrapper, getConnectionMethod) == 48);
-static_assert(offsetof(jdbcWrapper, getTablesMethod) == 56);
-static_assert(offsetof(jdbcWrapper, getStatementMethod) == 64);
-static_assert(offsetof(jdbcWrapper, executeQueryMethod) == 72);
-static_assert(offsetof(jdbcWrapper, executeUpdateMethod) == 80);
-static_assert(offsetof(jdbcWrapper, nextMethod) == 88);
-static_assert(offsetof(jdbcWrapper, addToBatchMethod) == 96);
-static_assert(offsetof(jdbcWrapper, executeBatchMethod) == 104);
-static_assert(offsetof(jdbcWrapper, getColumnMethod) == 112);
-static_assert(offsetof(jdbcWrapper, getNumColumnsMethod) == 120);
-static_assert(offsetof(jdbcWrapper, getColumnNameMethod) == 128);
-static_assert(offsetof(jdbcWrapper, getColumnTypeMethod) == 136);
-static_assert(offsetof(jdbcWrapper, closeConnectionMethod) == 144);
-static_assert(offsetof(jdbcWrapper, getVendorMethod) == 152);
-static_assert(offsetof(jdbcWrapper, getErrorCodeMethod) == 160);
-static_assert(offsetof(jdbcWrapper, getErrorMessageMethod) == 168);
-static_assert(offsetof(jdbcWrapper, errorState) == 176);
-static_assert(offsetof(jdbcWrapper, errorMessage) == 184);
 
 namespace {
 
@@ -100,9 +73,8 @@ jdbcWrapper::~jdbcWrapper() {
 
 bool jdbcWrapper::javaInit() {
   if (_globaljvm == nullptr) return false;
-  // Null first: after an attach that failed, the environment of another thread must not stay behind.
-  env = nullptr;
-  _globaljvm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr);
+  // Null after an attach that failed: the environment of another thread must not stay behind.
+  env = attachThread();
   attachedEnv = env;
   return true;
 }
