@@ -23,6 +23,7 @@ chmod 755 "$work"
 (umask 077 && echo "$PASSWORD" >"$work/password")
 place="--url jdbc:postgresql://$HOST:$PORT/$DATABASE --user $USER"
 postgres="$place --password-file $work/password"
+parts="--type postgresql --host $HOST --port $PORT --user $USER --password-file $work/password"
 "$tools/mariadb" start "$work/mariadb" >"$work/settings"
 . "$work/settings"
 mariadb="--url jdbc:mariadb://$HOST:$PORT/$DATABASE --user $USER --password-file $work/password"
@@ -81,6 +82,16 @@ errors 2 'password in --instance' --type postgresql --host h --instance "d?passw
 errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
 errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
+errors 2 'postgres is not known .* postgresql, mariadb' --type postgres tables
+errors 2 'h2 is not known to --through jdbc' --type h2 --through jdbc tables
+errors 2 'mean the same, but their values differ' --type postgresql --instance d --database e tables
+for carrier in wrapper jdbc; do
+  errors 2 'kdb has no place for --database' --type kdb --database d --through $carrier tables
+  for option in instance database; do
+    check "--$option through $carrier" template1 \
+      "$(csv $parts --$option template1 --through $carrier query 'select current_database()')"
+  done
+done
 errors 2 'no "xml"' --format xml tables
 errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
 errors 2 'crlf needs --format csv' --crlf tables

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/commands.h"
+#include "cli/connection_parts.h"
 #include "jvm/java_vm.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -20,7 +21,7 @@ constexpr const char* kExamples = R"(Examples:
     kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders"
 
   The same from parts, for a script: the password from a file that only you can read:
-    kivosql --type postgresql --host db --port 5432 --instance shop --user ada --password-file ~/.shop tables
+    kivosql --type postgresql --host db --database shop --user ada --password-file ~/.shop tables
 
   Export, and load somewhere else; each batch of rows is one transaction:
     kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders" --format csv > orders.csv
@@ -55,25 +56,13 @@ void addChoice(CLI::App& app, const std::string& name, const Row (&table)[Size],
   app.add_option_function<std::string>(name, choose, choices(about, table))->type_name("NAME")->group(group);
 }
 
-/// The parts of a URL; the first decides how the others are put together.
-struct Part {
-  const char* name;
-  std::string Target::*field;
-  const char* about;
-};
-
-constexpr Part kParts[] = {
-    {"--type", &Target::type, "Instead of a URL, its parts: the kind of database, such as postgresql"},
-    {"--host", &Target::host, "Its host"},
-    {"--port", &Target::port, "Its port"},
-    {"--instance", &Target::instance, "Its instance, or database where the kind has no instances"},
-    {"--database", &Target::database, "Its database"},
-};
-
 void addConnection(CLI::App& app, Options& options) {
   constexpr const char* kGroup = "Connection (default: an H2 database in memory)";
   Target& target = options.target;
   app.add_option("--url", target.url, "A JDBC URL of any driver on the class path")->group(kGroup);
+  app.add_option("--type", target.type,
+                 "Instead of a URL, its parts: the kind of database, one of\n  " + databaseWords())
+      ->group(kGroup);
   for (const Part& part : kParts) app.add_option(part.name, target.*part.field, part.about)->group(kGroup);
   app.add_option("--user", target.user, "The user")->group(kGroup);
   app.add_option("--password-file", options.passwordFile, "A file that only you can read, with the password in it")
@@ -147,10 +136,11 @@ std::string textFault(const Options& options) {
 
 /// What the parser cannot see. @return the fault, empty when there is none.
 std::string faultOf(const CLI::App& app, const Options& options) {
+  if (app.count("--url") > 0 && app.count("--type") > 0) return "--url already says what --type does";
   for (const Part& part : kParts) {
     if (app.count(part.name) == 0) continue;
     if (app.count("--url") > 0) return std::string("--url already says what ") + part.name + " does";
-    if (app.count("--type") == 0) return std::string(part.name) + " needs --type";
+    if (options.target.type.empty()) return std::string(part.name) + " needs --type";
     // A host with a user before it looks as in a URL.
     std::string fault = passwordFault(part.name, "//" + options.target.*part.field);
     if (!fault.empty()) return fault;
@@ -199,7 +189,8 @@ bool parse(int argc, char** argv, Options& options, ExitCode& code) {
   }
 
   if (options.target.url.empty() && options.target.type.empty()) options.target.url = kEmbedded;
-  const std::string fault = faultOf(app, options);
+  std::string fault = faultOf(app, options);
+  if (fault.empty() && !options.target.type.empty()) fault = fitParts(options.target, *options.carrier);
   if (!fault.empty()) code = refuse(fault);
   return fault.empty();
 }

@@ -167,7 +167,8 @@ struct Carrier {
   const char* name;
   const char* about;
   bool writes;
-  bool takesParts;  ///< of a URL, instead of one
+  bool takesParts;   ///< of a URL, instead of one
+  bool vendorsOnly;  ///< of databases, the vendors of JdbcUtils only
   std::unique_ptr<Session> (*make)();
 };
 
@@ -176,9 +177,9 @@ std::unique_ptr<Session> makeJdbcSession();
 std::unique_ptr<Session> makeBridgeSession();
 
 constexpr Carrier kCarriers[] = {
-    {"wrapper", "jdbcWrapper: any driver", true, true, makeWrapperSession},
-    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, makeJdbcSession},
-    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, makeBridgeSession},
+    {"wrapper", "jdbcWrapper: any driver", true, true, false, makeWrapperSession},
+    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, true, makeJdbcSession},
+    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, makeBridgeSession},
 };
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
