@@ -17,6 +17,12 @@ namespace {
 
 using Record = std::vector<CsvField>;
 
+/// What a row of the table is made of.
+struct Line {
+  Record values;
+  std::size_t number;  ///< of the file's line on which it begins
+};
+
 /// A batch lies in the Java heap when it is stored, in some databases' drivers several times over.
 constexpr unsigned long long kMostBatchBytes = 4ULL << 20U;
 
@@ -75,6 +81,7 @@ class Loader {
     for (const Column& column : columns_) names += (names.empty() ? "" : ", ") + quotedName(column.name, literals_);
     insert_ = "insert into " + table_ + " (" + names + ") values ";
     durable_ = sync();
+    transactional_ = hasTransactions();
     prepared_ = context_.session.prepareRows(insert_, static_cast<int>(columns_.size()));
     return stopped(loadAll());
   }
@@ -110,8 +117,7 @@ class Loader {
       // A line with nothing on it is a value only where there is one column.
       if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty() && !record[0].quoted) continue;
       if (!accepts(record)) return refused();
-      if (batch_.empty()) firstLine_ = reader_.line();
-      batch_.push_back(std::move(record));
+      batch_.push_back({std::move(record), reader_.line()});
       if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMostBatchBytes) continue;
       if (const ExitCode code = store(); code != kDone) return code;
     }
@@ -136,51 +142,68 @@ class Loader {
   bool storeRows() {
     if (!prepared_) return false;
     packed_.clear();
-    for (const Record& record : batch_) {
-      for (std::size_t column = 0; column < record.size(); ++column) {
-        const Cell value = valueOf(record[column]);
+    for (const Line& line : batch_) {
+      for (std::size_t column = 0; column < line.values.size(); ++column) {
+        const Cell value = valueOf(line.values[column]);
         packed_.add({parameter(value, columns_[column].type), value.isNull});
       }
     }
     return context_.session.storeRows(packed_);
   }
 
-  /// The way that every database knows, and that tells which row failed. One that works where the fast one did not is
-  /// kept to.
-  bool storeByStatements() {
-    prepared_ = false;
+  /// The batch in a form that every database knows.
+  std::vector<std::string> inserts() const {
     std::vector<std::string> statements;
     statements.reserve(batch_.size());
-    for (const Record& record : batch_) {
+    for (const Line& line : batch_) {
       std::string sql = insert_;
-      for (std::size_t column = 0; column < record.size(); ++column) {
+      for (std::size_t column = 0; column < line.values.size(); ++column) {
         sql += column == 0 ? "(" : ", ";
-        sql += literal(valueOf(record[column]), columns_[column], literals_, dialect_);
+        sql += literal(valueOf(line.values[column]), columns_[column], literals_, dialect_);
       }
       statements.push_back(sql + ')');
     }
-    return context_.session.updateAll(statements);
+    return statements;
   }
 
   /// Has the database write to disk what it committed, where a commit alone does not wait for that.
   bool sync() { return *literals_.sync == '\0' || context_.session.update(literals_.sync) >= 0; }
 
-  /// Stores the batch, or nothing of it, save where the connection broke.
+  /// Whether the database undoes a batch that fails.
+  bool hasTransactions() {
+    if (*literals_.definition == '\0') return true;
+    Row row;
+    if (!context_.session.query(literals_.definition + table_, 0) || context_.session.next(row) != Step::row)
+      return false;
+    const bool has = row.size() == 2 && row[1].text.find("\n) ENGINE=InnoDB") != std::string_view::npos;
+    return context_.session.next(row) == Step::end && has;
+  }
+
+  /// Stores the batch, or nothing of it, except where doubt_ says otherwise.
   bool storeBatch() {
     if (storeRows()) return true;
-    broken_ = prepared_ && context_.session.isBroken();
-    if (broken_ || Interrupt::happened()) return false;
-    const bool stored = storeByStatements();
+    if ((prepared_ && broke()) || Interrupt::happened()) return false;
+    // Where this way works and the fast one did not, the rest goes this way too.
+    prepared_ = false;
+    const std::vector<std::string> statements = inserts();
+    const bool stored = context_.session.updateAll(statements);
     // A database that cannot write closes itself, and may lose what it had committed.
-    broken_ = (!stored && context_.session.isBroken()) || (durable_ && !sync());
-    return stored && !broken_;
+    if (durable_ && !sync()) doubt_ = "they may not be on disk";
+    if (stored || !doubt_.empty() || broke()) return doubt_.empty();
+    if (!transactional_) doubt_ = "the table has no transactions";
+    failed_ = context_.session.failedStatement(statements, transactional_ && !Interrupt::happened());
+    return false;
+  }
+
+  bool broke() {
+    if (!context_.session.isBroken()) return false;
+    doubt_ = "the connection broke";
+    return true;
   }
 
   ExitCode store() {
     if (Interrupt::happened()) return failed("");
-    if (!batch_.empty() && !storeBatch()) {
-      return failed(path_ + ", " + batchRows() + ", from line " + std::to_string(firstLine_) + ": ");
-    }
+    if (!batch_.empty() && !storeBatch()) return failed(place() + ": ");
     stored_ += batch_.size();
     batch_.clear();
     storedBytes_ = reader_.bytes();
@@ -205,16 +228,25 @@ class Loader {
     return kFailed;
   }
 
-  std::string batchRows() const { return range(stored_ + 1, stored_ + batch_.size()); }
+  /// Where in the file the batch failed.
+  std::string place() const {
+    if (!failed_) {
+      return path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
+             std::to_string(batch_.front().number);
+    }
+    return path_ + ", row " + grouped(stored_ + *failed_ + 1) + ", line " + std::to_string(batch_[*failed_].number);
+  }
 
   /// Exactly which rows are in the table, where that can be known.
   void tellStored() const {
-    const std::string stored = range(1, stored_) + " of " + path_ + (stored_ == 1 ? " is stored, " : " are stored, ");
-    if (broken_) {
-      const std::string open = batchRows() + " of " + path_ + " may be stored: the connection broke";
-      complain(stored_ == 0 ? open : stored + open);
+    const unsigned long long certain = doubt_.empty() || durable_ ? stored_ : 0;
+    const std::string sure = range(1, certain) + " of " + path_ + (certain == 1 ? " is stored" : " are stored");
+    const std::string unsure =
+        range(certain + 1, stored_ + batch_.size()) + " of " + path_ + " may be stored: " + doubt_;
+    if (doubt_.empty()) {
+      complain(certain == 0 ? "no row of " + path_ + " is stored" : "only " + sure);
     } else {
-      complain(stored_ == 0 ? "no row of " + path_ + " is stored" : stored + "none behind");
+      complain(certain == 0 ? unsure : sure + ", " + unsure);
     }
   }
 
@@ -241,10 +273,11 @@ class Loader {
   std::string insert_;
   bool durable_ = false;   ///< the user may have the database write to disk
   bool prepared_ = false;  ///< rows can be stored without statements of their own
-  std::vector<Record> batch_;
+  bool transactional_ = true;
+  std::vector<Line> batch_;
   PackedRows packed_;
-  std::size_t firstLine_ = 0;
-  bool broken_ = false;  ///< the connection, on storing the batch
+  std::optional<std::size_t> failed_;  ///< of the batch
+  std::string doubt_;                  ///< why some of the batch may be stored although it failed
   unsigned long long stored_ = 0;
   unsigned long long storedBytes_ = 0;  ///< of the file
   std::string fault_;

@@ -23,6 +23,29 @@ class LocalFrame {
   bool pushed_;
 };
 
+std::string takeText(JNIEnv* env, jobject text) {
+  auto* const string = static_cast<jstring>(text);
+  const char* characters = string == nullptr ? nullptr : env->GetStringUTFChars(string, nullptr);
+  if (characters == nullptr) return {};
+  std::string taken = characters;
+  env->ReleaseStringUTFChars(string, characters);
+  return taken;
+}
+
+/// @return null when memory ran out.
+jobjectArray newArray(JNIEnv* env, const std::vector<std::string>& texts) {
+  const jclass type = env->FindClass("java/lang/String");
+  const auto size = static_cast<jsize>(texts.size());
+  const jobjectArray array = type == nullptr ? nullptr : env->NewObjectArray(size, type, nullptr);
+  for (jsize index = 0; array != nullptr && index < size; ++index) {
+    const jstring element = env->NewStringUTF(toJava(texts[static_cast<std::size_t>(index)]).c_str());
+    if (element == nullptr) return nullptr;
+    env->SetObjectArrayElement(array, index, element);
+    env->DeleteLocalRef(element);
+  }
+  return array;
+}
+
 }  // namespace
 
 JavaRowLoader::~JavaRowLoader() {
@@ -59,12 +82,29 @@ bool JavaRowLoader::store(PackedRows& rows, std::string& why) {
   if (ends == nullptr) return false;
   const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
   if (text == nullptr) return false;
-  auto* const reason = static_cast<jstring>(env_->CallObjectMethod(loader_, store, ends, text));
+  const jobject reason = env_->CallObjectMethod(loader_, store, ends, text);
   if (env_->ExceptionCheck() == JNI_TRUE) return false;
-  const char* characters = reason == nullptr ? nullptr : env_->GetStringUTFChars(reason, nullptr);
-  if (characters != nullptr) why = characters;
-  if (characters != nullptr) env_->ReleaseStringUTFChars(reason, characters);
+  why = takeText(env_, reason);
   return reason == nullptr;
+}
+
+bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::string>& statements,
+                         std::size_t& number, std::string& why) {
+  const LocalFrame frame(env);
+  if (!frame.pushed()) return false;
+  const jclass type = env->FindClass("com/ulvanejdbc/FailedStatement");
+  if (type == nullptr) return false;
+  const jmethodID find = env->GetStaticMethodID(
+      type, "find", "(Lcom/ulvanejdbc/jdbcUtilities;[Ljava/lang/String;)Lcom/ulvanejdbc/FailedStatement;");
+  const jfieldID numberField = find == nullptr ? nullptr : env->GetFieldID(type, "number", "I");
+  const jfieldID whyField = numberField == nullptr ? nullptr : env->GetFieldID(type, "why", "Ljava/lang/String;");
+  const jobjectArray array = whyField == nullptr ? nullptr : newArray(env, statements);
+  if (array == nullptr) return false;
+  const jobject found = env->CallStaticObjectMethod(type, find, utilities, array);
+  if (found == nullptr) return false;
+  number = static_cast<std::size_t>(env->GetIntField(found, numberField));
+  why = takeText(env, env->GetObjectField(found, whyField));
+  return true;
 }
 
 }  // namespace kivosql

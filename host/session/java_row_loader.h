@@ -27,4 +27,9 @@ class JavaRowLoader {
   jobject loader_ = nullptr;
 };
 
+/// The companion jar's FailedStatement. @param statements as they are on this side.
+/// @return false when it cannot be told.
+bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::string>& statements,
+                         std::size_t& number, std::string& why);
+
 }  // namespace kivosql

@@ -109,6 +109,11 @@ class Session {
   /// Runs the statements as one transaction: all of them, or none.
   virtual bool updateAll(const std::vector<std::string>& statements) = 0;
 
+  /// Finds the one of the statements for which updateAll() failed just now; error() is that one's then.
+  /// @param mayRunAgain the statements are undone for certain, and may be run once more and undone once more.
+  /// @return counted from 0; nothing when it cannot be told.
+  virtual std::optional<std::size_t> failedStatement(const std::vector<std::string>& statements, bool mayRunAgain) = 0;
+
   /// Gets ready for storeRows(). @param insert the statement up to and with its word "values"
   /// @return false when rows must be stored by statements that have the values as literals.
   virtual bool prepareRows(const std::string& /*insert*/, int /*columns*/) { return false; }

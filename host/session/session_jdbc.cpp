@@ -61,14 +61,21 @@ class JdbcSession : public Session {
 
   /// Statement by statement: the library's batch commits also when one of its statements failed.
   bool updateAll(const std::vector<std::string>& statements) override {
+    failed_.reset();
     if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
-    for (const std::string& sql : statements) {
-      std::string text = toJava(sql);
+    for (std::size_t number = 0; number < statements.size(); ++number) {
+      std::string text = toJava(statements[number]);
       if (!Interrupt::happened() && done(database_.executeUpdate(text) >= 0)) continue;
+      failed_ = number;
       keepError([this] { rollBack(); });
       return false;
     }
     return endTransaction();
+  }
+
+  std::optional<std::size_t> failedStatement(const std::vector<std::string>& /*statements*/,
+                                             bool /*mayRunAgain*/) override {
+    return failed_;
   }
 
   bool tables(std::vector<std::string>& names) override {
@@ -133,6 +140,7 @@ class JdbcSession : public Session {
   JdbcUtils database_;
   BlockRows rows_;  ///< of the last query; goes before the database
   bool callersTransaction_ = false;
+  std::optional<std::size_t> failed_;  ///< of the statements of updateAll()
 };
 
 }  // namespace

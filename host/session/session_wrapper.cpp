@@ -50,6 +50,16 @@ class WrapperSession : public Session {
     return done(database_.executeBatch(executed));
   }
 
+  std::optional<std::size_t> failedStatement(const std::vector<std::string>& statements, bool mayRunAgain) override {
+    std::size_t number = 0;
+    std::string why;
+    if (!mayRunAgain || !findFailedStatement(database_.env, database_.utilitiesObject, statements, number, why)) {
+      return {};
+    }
+    setError(why);
+    return number;
+  }
+
   bool prepareRows(const std::string& insert, int columns) override {
     return loader_.open(database_.env, database_.utilitiesObject, toJava(insert), columns);
   }

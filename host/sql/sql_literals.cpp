@@ -10,17 +10,17 @@ namespace {
 
 constexpr const char* kZero = "-0e0";
 constexpr Literals kLiterals[] = {
-    {"h2", "\"", "'", "X'", "'", true, false, kZero, "json ", Dialect::standard, "checkpoint sync"},
-    {"postgresql", "\"", "'", "decode('", "', 'hex')", false, false, "'-0'", "", Dialect::standard, ""},
-    {"mariadb", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash, ""},
-    {"mysql", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash, ""},
-    {"sqlserver", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard, ""},
-    {"microsoft", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard, ""},
-    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, "", Dialect::flat, ""},
-    {"hsqldb", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat, ""},
-    {"sqlite", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat, ""},
+    {"h2", "\"", "'", "X'", "'", true, false, kZero, "json ", Dialect::standard, "", "checkpoint sync"},
+    {"postgresql", "\"", "'", "decode('", "', 'hex')", false, false, "'-0'", "", Dialect::standard, "", ""},
+    {"mariadb", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash, "show create table ", ""},
+    {"mysql", "`", "'", "X'", "'", true, false, kZero, "", Dialect::backslash, "show create table ", ""},
+    {"sqlserver", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard, "", ""},
+    {"microsoft", "\"", "N'", "0x", "", false, false, kZero, "", Dialect::standard, "", ""},
+    {"oracle", "\"", "'", "hextoraw('", "')", false, true, kZero, "", Dialect::flat, "", ""},
+    {"hsqldb", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat, "", ""},
+    {"sqlite", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::flat, "", ""},
 };
-constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::standard, ""};
+constexpr Literals kOthers = {"", "\"", "'", "X'", "'", true, false, kZero, "", Dialect::standard, "", ""};
 
 std::string doubled(std::string_view text, std::string_view characters) {
   std::string result;

@@ -19,6 +19,7 @@ struct Literals {
   const char* negativeZero;  ///< for a column of floating point: a bare -0 is the integer 0
   const char* jsonWord;      ///< before a JSON text, where one without it is a mere string; else empty
   Dialect dialect;           ///< until the database was asked
+  const char* definition;    ///< asks for a table's definition, where that may be without transactions; else empty
   const char* sync;          ///< has commits written to disk, where a commit does not wait for that; else empty
 };
 

@@ -134,6 +134,11 @@ final class Session {
     }
   }
 
+  /** Whether the statements that failed last as one were undone, as far as the database can. */
+  boolean undone() {
+    return transactions != null && transactions.undone();
+  }
+
   DriverTraits traits() {
     connection();
     return traits;

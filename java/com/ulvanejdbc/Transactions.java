@@ -23,6 +23,8 @@ final class Transactions {
   /** The batch runs inside the caller's transaction. */
   private boolean nested;
 
+  private boolean undone;
+
   Transactions(Connection connection, DriverTraits traits) {
     this.connection = connection;
     this.traits = traits;
@@ -62,6 +64,11 @@ final class Transactions {
       throw failure;
     }
     endBatch(true);
+  }
+
+  /** Whether what failed last was undone. */
+  boolean undone() {
+    return undone;
   }
 
   private void beginBatch() throws SQLException {
@@ -126,9 +133,11 @@ final class Transactions {
   }
 
   /** The failure that is to be undone stays the one to be reported. */
-  private static void undo(Throwable failure, Ending step) {
+  private void undo(Throwable failure, Ending step) {
+    undone = false;
     try {
       step.close();
+      undone = true;
     } catch (SQLException | RuntimeException alsoFailed) {
       failure.addSuppressed(alsoFailed);
     }
