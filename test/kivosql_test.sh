@@ -50,7 +50,7 @@ errors() { # CODE PATTERN ARGUMENT...
   said all >err
   check "exit code of $*: $(cat err)" "$wanted" "$code"
   grep -qE -- "$pattern" err || check "error text of $*" "$pattern" "$(cat err)"
-  check "lines of error text of $*" 1 "$(wc -l <err)"
+  check "error texts of $*" 1 "$(grep -c '^kivosql: ' err)"
   ! grep -q "$secret" out err || check "no password in the texts of $*" "" "$(cat out err)"
 }
 
@@ -75,6 +75,10 @@ errors 1 'relation "нет"' $postgres --through jdbc query 'select * from "не
 unset LC_ALL
 errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
 errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
+for server in "$postgres" "$postgres --through jdbc" "$h2"; do
+  errors 1 '^ {7}\^$' $server query 'select 1
+ frm 2'
+done
 errors 2 'subcommand'
 errors 2 'does not know' "--password=$secret" tables
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables

@@ -12,6 +12,7 @@
 #include "sql/sql_literals.h"
 #include "sql/statement_splitter.h"
 #include "terminal/display.h"
+#include "terminal/fault_line.h"
 #include "terminal/formats.h"
 #include "terminal/password.h"
 
@@ -193,6 +194,35 @@ TEST(Kivosql, MakesOneParagraphOfJavasErrors) {
             "ConnectException: Connection refused");
   EXPECT_EQ(readable("", "java.lang.NullPointerException\n\tat a.b\n"), "NullPointerException");
   EXPECT_EQ(readable("", ""), "the operation failed, and Java gave no reason");
+}
+
+TEST(Kivosql, PointsAtTheFault) {
+  const std::string wide(1000, 'x');
+  const struct {
+    std::string sql;
+    const char* errorText;
+    std::string expected;
+  } rows[] = {
+      {"select 'é日本🎉'\nfrom\tt wher x = 1\r\nlimit 5", "ERROR: at or near \"x\"\n  Position: 27 [42601/0]",
+       "  from␉t wher x = 1\n              ^"},
+      {"select '日本' frm 3", "ERROR: syntax error\n  Position: 17", "  select '日本' frm 3\n                    ^"},
+      {"select (1", "ERROR: at end of input\n  Position: 10", "  select (1\n           ^"},
+      {wide + "y" + wide, "ERROR: too long\n  Position: 1001",
+       "  …" + wide.substr(0, 60) + "y" + wide.substr(0, 58) + "…\n  " + std::string(61, ' ') + "^"},
+      {"select 1", "ERROR: told of another statement\n  Position: 11", ""},
+      {"select f(1)", "ERROR: in a function\n  Internal Query: selec\n  Internal Position: 1", ""},
+      {"select 'é',\n\tx frm 3", "Syntax error: Encountered \"3\" at line 2, column 15.", "  ␉x frm 3\n         ^"},
+      {"select\n1 x", "Syntax error: Encountered \"<EOF>\" at line 1, column 12.", ""},
+      {"select 'é\\', \"b\",\r\n\tx frm 3",
+       "Syntax error in SQL statement \"select 'é\\\\', \"\"b\"\",\\000d\\000a\\0009x frm [*]3\"; SQL "
+       "statement:\nselect",
+       "  ␉x frm 3\n         ^"},
+      {"select '[*]' frm 3", "Syntax error in SQL statement \"select '[*]' frm [*]3\"",
+       "  select '[*]' frm 3\n                   ^"},
+      {"select 1", "Syntax error in SQL statement \"selec [*]2\"", ""},
+      {"select 1", "Division by zero", ""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(faultLine(row.sql, row.errorText), row.expected) << row.errorText;
 }
 
 TEST(Kivosql, MeasuresTextAsATerminalShowsIt) {

@@ -10,6 +10,7 @@
 
 #include "sql/sql_literals.h"
 #include "sql/statement_splitter.h"
+#include "terminal/fault_line.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
 #include "terminal/progress.h"
@@ -54,6 +55,18 @@ Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
   return Interrupt::happened() ? Step::failed : step;
 }
 
+/// Reports that the statement failed, and where in it.
+ExitCode statementFailed(const Context& context, const std::string& sql, const std::string& place) {
+  const ExitCode code = failed(context, place);
+  StatementSplitter splitter(sql, literalsFor(context.session.url()).dialect);
+  Statement statement;
+  // A driver that runs several counts in one of them.
+  const bool isOne = splitter.next(statement) && !splitter.next(statement);
+  const std::string line = isOne && code == kFailed ? faultLine(sql, context.session.details()) : "";
+  if (!line.empty()) say(line);
+  return code;
+}
+
 ExitCode query(Context& context, const std::string& sql, const std::string& place) {
   Progress progress;
   const Stopwatch watch;
@@ -64,7 +77,7 @@ ExitCode query(Context& context, const std::string& sql, const std::string& plac
   const Step step = begun ? writeRows(context, progress, rows) : Step::failed;
   const ExitCode code = flushed(context.out);
   progress.stop();
-  if (step == Step::failed) return failed(context, place);
+  if (step == Step::failed) return statementFailed(context, sql, place);
   tellTiming(context, rows, watch.elapsed());
   return code;
 }
@@ -74,7 +87,7 @@ ExitCode update(Context& context, const std::string& sql, const std::string& pla
   const Stopwatch watch;
   const int count = context.session.update(sql);
   progress.stop();
-  if (count < 0) return failed(context, place);
+  if (count < 0) return statementFailed(context, sql, place);
   remark(context, counted(static_cast<unsigned>(count), "row") + " changed");
   tellTiming(context, static_cast<unsigned>(count), watch.elapsed());
   return flushed(context.out);
