@@ -1,10 +1,11 @@
 package com.ulvanejdbc;
 
+import java.sql.BatchUpdateException;
 import java.sql.SQLException;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.Deque;
-import java.util.LinkedHashSet;
+import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
 import java.util.stream.Collectors;
@@ -14,11 +15,22 @@ final class ErrorText {
   private static final int MOST_LINES = 20;
 
   private final String text;
-  private final String codes;
+  private String codes;
 
   private ErrorText(String text, String codes) {
     this.text = text;
     this.codes = codes;
+  }
+
+  /** An exception of the chain, with the codes of the one that it is the cause of. */
+  private static final class Link {
+    private final Throwable failure;
+    private final String codesAbove;
+
+    private Link(Throwable failure, String codesAbove) {
+      this.failure = failure;
+      this.codesAbove = codesAbove;
+    }
   }
 
   /** The failure's own text first, then its next exceptions and causes, the nearest first. */
@@ -36,7 +48,7 @@ final class ErrorText {
   static boolean isOfDatabase(Throwable failure) {
     try {
       return failure instanceof SQLException
-          && chain(failure).stream().noneMatch(link -> link instanceof OutOfMemoryError);
+          && chain(failure).stream().noneMatch(link -> link.failure instanceof OutOfMemoryError);
     } catch (Throwable cannotBeTold) {
       return false;
     }
@@ -45,9 +57,10 @@ final class ErrorText {
   private static String lines(Throwable failure) {
     List<ErrorText> told = new ArrayList<>();
     int more = 0;
-    for (Throwable link : chain(failure)) {
+    for (Link link : chain(failure)) {
+      if (isToldByAnother(link)) continue;
       if (told.size() < MOST_LINES) {
-        addUnlessTold(told, link);
+        addUnlessTold(told, link.failure);
       } else {
         ++more;
       }
@@ -56,36 +69,60 @@ final class ErrorText {
     return more == 0 ? lines : lines + "\nand " + more + " more";
   }
 
-  private static Set<Throwable> chain(Throwable failure) {
-    Set<Throwable> chain = new LinkedHashSet<>();
-    Deque<Throwable> left = new ArrayDeque<>();
-    left.add(failure);
+  private static List<Link> chain(Throwable failure) {
+    List<Link> chain = new ArrayList<>();
+    Set<Throwable> seen = new HashSet<>();
+    Deque<Link> left = new ArrayDeque<>();
+    left.add(new Link(failure, ""));
     while (!left.isEmpty()) {
-      Throwable link = left.remove();
+      Link link = left.remove();
       // Some drivers link exceptions in rings.
-      if (!chain.add(link)) continue;
-      if (link instanceof SQLException) addUnlessNull(left, ((SQLException) link).getNextException());
-      addUnlessNull(left, link.getCause());
+      if (!seen.add(link.failure)) continue;
+      chain.add(link);
+      boolean isSql = link.failure instanceof SQLException;
+      if (isSql) addUnlessNull(left, ((SQLException) link.failure).getNextException(), "");
+      addUnlessNull(left, link.failure.getCause(), isSql ? codes((SQLException) link.failure) : link.codesAbove);
     }
     return chain;
   }
 
-  private static void addUnlessNull(Deque<Throwable> left, Throwable next) {
-    if (next != null) left.add(next);
+  private static void addUnlessNull(Deque<Link> left, Throwable next, String codesAbove) {
+    if (next != null) left.add(new Link(next, codesAbove));
+  }
+
+  /**
+   * A batch's exception repeats the next one behind the whole statement, a cause with the codes of what it caused is
+   * the same failure before it got its details, and drivers' inner exceptions come with the text of their cause.
+   */
+  private static boolean isToldByAnother(Link link) {
+    Throwable failure = link.failure;
+    if (!(failure instanceof SQLException)) {
+      return failure.getCause() != null && message(failure).equals(message(failure.getCause()));
+    }
+    SQLException next = ((SQLException) failure).getNextException();
+    if (failure instanceof BatchUpdateException) return next != null && message(failure).contains(message(next));
+    return ((SQLException) failure).getErrorCode() != 0 && codes((SQLException) failure).equals(link.codesAbove);
+  }
+
+  private static String message(Throwable failure) {
+    return failure.getMessage() == null ? failure.getClass().getName() : failure.getMessage().trim();
   }
 
   /** Drivers wrap an exception in another that repeats its text, perhaps with words of their own in front. */
   private static void addUnlessTold(List<ErrorText> told, Throwable failure) {
-    String message = failure.getMessage() == null ? failure.getClass().getName() : failure.getMessage().trim();
+    String message = message(failure);
     String codes = failure instanceof SQLException ? codes((SQLException) failure) : "";
     for (ErrorText line : told) {
-      if (line.text.endsWith(message) && (codes.isEmpty() || codes.equals(line.codes))) return;
+      if (!line.text.endsWith(message)) continue;
+      if (line.codes.isEmpty()) line.codes = codes;
+      if (codes.isEmpty() || codes.equals(line.codes)) return;
     }
     told.add(new ErrorText(prefix(failure) + message, codes));
   }
 
   private static String codes(SQLException failure) {
     String state = failure.getSQLState() == null ? "" : failure.getSQLState();
+    if (state.isEmpty() && failure.getErrorCode() == 0) return "";
     return " [" + state + "/" + failure.getErrorCode() + "]";
   }
 
