@@ -10,7 +10,8 @@ namespace kivosql {
 
 namespace {
 
-bool needsQuotes(char byte) { return byte == ',' || byte == '"' || byte == '\r' || byte == '\n'; }
+/// A lambda, which a loop over every byte of a result takes in.
+constexpr auto kNeedsQuotes = [](char byte) { return byte == ',' || byte == '"' || byte == '\r' || byte == '\n'; };
 
 class CsvWriter : public Writer {
  public:
@@ -35,7 +36,7 @@ class CsvWriter : public Writer {
  private:
   /// Quoted when it must be, and when it would pass for NULL.
   void writeText(std::string_view text) {
-    if (std::none_of(text.begin(), text.end(), needsQuotes) && text != null_ && !text.empty()) {
+    if (std::none_of(text.begin(), text.end(), kNeedsQuotes) && text != null_ && !text.empty()) {
       out_.write(text);
       return;
     }
