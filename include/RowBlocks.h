@@ -14,8 +14,8 @@ class jdbcWrapper;
 
 /// How rows are to come by the block.
 struct RowBlocksOptions {
-  int rows = 1024;            ///< the most rows a block, 1 to 65536; a block also ends once it holds a megabyte of text
-  bool standardUtf8 = false;  ///< standard UTF-8 instead of JNI's modified form; half a surrogate pair becomes U+FFFD
+  int rows = 1024;             ///< the most rows a block, 1 to 65536; a block also ends once it holds a megabyte
+  bool standardUtf8 = false;   ///< standard UTF-8 instead of JNI's modified form; half a surrogate pair becomes U+FFFD
   int mostRowBytes = 1 << 28;  ///< the most bytes of text that a row may have, 1 to 2^29; a larger one is a failure
 };
 
@@ -29,7 +29,7 @@ struct RowBlocksOptions {
 ///     if (blocks.errorState != 0) report(blocks.errorMessage);
 ///
 /// A driver that fetches fewer rows at a time than a block takes is asked to fetch more, at most four times its own
-/// number, while a megabyte holds them.
+/// number, while a megabyte holds them. Of rows that are too wide for that it is asked to fetch fewer.
 ///
 /// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
 /// closed, or run another query, before this object ends; next() then fails.

@@ -248,7 +248,16 @@ void expectOutcome(RowBlocks& blocks, const Outcome& expected) {
   EXPECT_EQ(blocks.errorState, expected.errorState);
 }
 
+/// A query of many columns, the last of them from the clause itself.
+std::string columnsOf(int count, const std::string& from) {
+  std::string sql = "select ";
+  for (int column = 1; column < count; ++column) sql += std::to_string(column) + ',';
+  return sql + from;
+}
+
 TEST(BlocksOfResults, EndAsTheRowsDo) {
+  const std::string many = columnsOf(10000, "x from system_range(1, 3)");
+  const std::string wide = columnsOf(1600, "g from generate_series(1, 1000) g");
   const struct {
     const char* what;
     const char* word;
@@ -260,7 +269,27 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
       {"one row short of a block", "h2", "select x from system_range(1, 127)", {128, false, 100}, {127, 0, ""}},
       {"a block", "h2", "select x from system_range(1, 128)", {128, false, 100}, {128, 0, ""}},
       {"a row more than a block", "h2", "select x from system_range(1, 129)", {128, false, 100}, {129, 0, ""}},
-      {"rows of a megabyte", "h2", "select repeat('x', 1048576) from system_range(1, 20)", {}, {20, 0, ""}},
+      {"rows that grow by a byte",
+       "h2",
+       "select repeat('x', x) from system_range(1, 300) union all select repeat('x', x) from system_range(16370, "
+       "16390)",
+       {1, false, 20000},
+       {321, 0, ""}},
+      {"few rows of many columns, where a full block would not fit the heap",
+       "h2",
+       many.c_str(),
+       {65536, false, 1 << 20},
+       {std::size_t{3} * 10000, 0, ""}},
+      {"rows of many columns, of which the heap holds few",
+       "postgresql",
+       wide.c_str(),
+       {65536, false, 1 << 20},
+       {std::size_t{1000} * 1600, 0, ""}},
+      {"more rows of a megabyte than the heap holds",
+       "h2",
+       "select repeat('x', 1048576) from system_range(1, 60)",
+       {},
+       {60, 0, ""}},
       {"options out of range", "h2", "select x from system_range(1, 9)", {-5, false, 1 << 30}, {9, 0, ""}},
       {"a row at the limit", "h2", "select repeat('x', 99), x from system_range(1, 9)", {4, false, 100}, {18, 0, ""}},
       {"a row beyond the limit",
@@ -279,16 +308,16 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
        "select 1 / (5000 - g) from generate_series(1, 9000) g",
        {300, false, 100},
        {512 + 14 * 300, 1, "division by zero [22012"}},
-      {"a failing fetch of wide rows, always of 256",
+      {"a failing fetch of wide rows, of 256 and then of as many as fit a megabyte",
        "postgresql",
        "select 1 / (5000 - g), repeat('x', 5000) from generate_series(1, 9000) g",
        {300, false, 9000},
-       {std::size_t{2} * 19 * 256, 1, "division by zero [22012"}},
-      {"a failing fetch of rows that grow wide: three times 1024 rows, then 256 again",
+       {std::size_t{2} * (256 + 23 * 206), 1, "division by zero [22012"}},
+      {"a failing fetch of rows that grow wide: three times 1024 rows, then as many as fit a megabyte",
        "postgresql",
        "select 1 / (6000 - g), repeat('x', case when g > 2000 then 8000 else 1 end) from generate_series(1, 9000) g",
        {1024, false, 9000},
-       {std::size_t{2} * (3 * 1024 + 11 * 256), 1, "division by zero [22012"}},
+       {std::size_t{2} * (3 * 1024 + 22 * 129), 1, "division by zero [22012"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
@@ -359,6 +388,11 @@ TEST(BlocksOfResults, AnswerForTheirSource) {
   EXPECT_TRUE(utils.utils.env->ExceptionCheck());
   utils.utils.env->ExceptionClear();
   utils.utils.env->DeleteLocalRef(thrown);
+
+  // As getColumn() reads a column that could not be described: as text.
+  ASSERT_TRUE(utils.query("select date '12345-01-01'"));
+  utils.utils.columnTypes = {1111};
+  EXPECT_EQ(read(utils.blocks({})), Grid{"12345-01-01"});
 
   ASSERT_TRUE(utils.query("select 'x' from system_range(1, 3)"));
   RowBlocks ofClosed(utils.utils);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 #include "JdbcUtils.h"
 #include "RowBlocks.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr const char* kPackerClass = "com/ulvanejdbc/RowPacker";
 constexpr JavaMethod kPack{"pack", "()Ljava/nio/ByteBuffer;"};
 constexpr JavaMethod kFailure{"failure", "()Ljava/lang/String;"};
-constexpr JavaMethod kOfResult{"ofResult", "(Ljava/sql/ResultSet;IZI)Lcom/ulvanejdbc/RowPacker;"};
+constexpr JavaMethod kOfResult{"ofResult", "(Ljava/sql/ResultSet;[IIZI)Lcom/ulvanejdbc/RowPacker;"};
 constexpr JavaMethod kOfUtilities{"ofUtilities", "(Lcom/ulvanejdbc/jdbcUtilities;IZI)Lcom/ulvanejdbc/RowPacker;"};
 
 constexpr const char* kNoSource = "there is no open result to read";
@@ -60,26 +61,37 @@ jmethodID findPacker(RowBlocks& blocks, LocalRef<jclass>& packerClass, const Jav
   return env->GetStaticMethodID(packerClass.get(), make.name, make.signature);
 }
 
-/// Makes the packer of a source, or records why there is none.
-void open(RowBlocks& blocks, jobject source, const JavaMethod& make, const RowBlocksOptions& options) {
-  if (blocks.env == nullptr || source == nullptr) {
-    blocks.blockState = kEnded;
-    blocks.errorState = 2;
-    blocks.errorMessage = kNoSource;
-    return;
-  }
-  const kivo::PendingAside aside(blocks.env);
+/// @return whether there is a source to read; if not, that is the error.
+bool hasSource(RowBlocks& blocks, jobject source) {
+  if (blocks.env != nullptr && source != nullptr) return true;
+  blocks.blockState = kEnded;
+  blocks.errorState = 2;
+  blocks.errorMessage = kNoSource;
+  return false;
+}
+
+/// Makes the packer, or records why there is none. @param source the first arguments of @p make
+template <class... Source>
+void open(RowBlocks& blocks, const RowBlocksOptions& options, const JavaMethod& make, Source... source) {
   LocalRef<jclass> packerClass(blocks.env);
   const jmethodID method = findPacker(blocks, packerClass, make);
   if (method == nullptr) return fail(blocks, kNoPacker);
   const LocalRef<jobject> made(
       blocks.env, blocks.env->CallStaticObjectMethod(
-                      packerClass.get(), method, source, static_cast<jint>(std::clamp(options.rows, 1, kMostRows)),
+                      packerClass.get(), method, source..., static_cast<jint>(std::clamp(options.rows, 1, kMostRows)),
                       static_cast<jboolean>(options.standardUtf8),
                       static_cast<jint>(std::clamp(options.mostRowBytes, 1, kMostRowBytes))));
   if (!made || kivo::isPending(blocks.env) || !kivo::keepGlobal(blocks.env, blocks.packer, made.get())) {
     fail(blocks, kOutOfMemory);
   }
+}
+
+/// @return null when the VM has no memory.
+LocalRef<jintArray> newIntArray(JNIEnv* env, const std::vector<int>& numbers) {
+  const auto count = static_cast<jsize>(numbers.size());
+  LocalRef<jintArray> array(env, env->NewIntArray(count));
+  if (array) env->SetIntArrayRegion(array.get(), 0, count, numbers.data());
+  return array;
 }
 
 /// Takes the block over that the packer has made.
@@ -114,11 +126,21 @@ void reportFailure(RowBlocks& blocks) {
 }  // namespace
 
 RowBlocks::RowBlocks(JdbcUtils& source, const RowBlocksOptions& options) : env(source.env) {
-  open(*this, source.resultSet, kOfResult, options);
+  if (!hasSource(*this, source.resultSet)) return;
+  const kivo::PendingAside aside(env);
+  // As getColumn() does, also where the driver would now say something else.
+  const LocalRef<jintArray> types = newIntArray(env, source.columnTypes);
+  if (types) {
+    open(*this, options, kOfResult, source.resultSet, types.get());
+  } else {
+    fail(*this, kOutOfMemory);
+  }
 }
 
 RowBlocks::RowBlocks(jdbcWrapper& source, const RowBlocksOptions& options) : env(source.env) {
-  open(*this, source.utilitiesObject, kOfUtilities, options);
+  if (!hasSource(*this, source.utilitiesObject)) return;
+  const kivo::PendingAside aside(env);
+  open(*this, options, kOfUtilities, source.utilitiesObject);
 }
 
 RowBlocks::~RowBlocks() {

@@ -111,7 +111,7 @@ class JniLedger {
   struct Call {
     Thread& thread;
     Rule& rule;
-    std::array<const void*, 3> arguments;
+    std::array<const void*, 4> arguments;
     Fault fault = Fault::kNull;
   };
   struct Method {

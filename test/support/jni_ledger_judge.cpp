@@ -132,7 +132,7 @@ void JniLedger::endFrame(Thread& thread) {
 
 /// Writes down what the VM handed out.
 void JniLedger::adopt(const Call& call, const void* result) {
-  const std::array<const void*, 3>& arguments = call.arguments;
+  const std::array<const void*, 4>& arguments = call.arguments;
   if (call.rule.result == 'l') {
     locals_[result] = &call.thread;
     mostLocals_ = std::max(mostLocals_, ++call.thread.locals);

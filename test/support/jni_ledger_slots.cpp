@@ -104,6 +104,8 @@ JNINativeInterface_ JniLedger::Slots::usedTable() {
   use<&T::NewObjectArray>(t, {"NewObjectArray", ".ro", 'l', "MN"});
   use<&T::GetObjectArrayElement>(t, {"GetObjectArrayElement", "r.", 'l', "NB"});
   use<&T::SetObjectArrayElement>(t, {"SetObjectArrayElement", "r.o", '-', "B"});
+  use<&T::NewIntArray>(t, {"NewIntArray", ".", 'l', "MN"});
+  use<&T::SetIntArrayRegion>(t, {"SetIntArrayRegion", "r...", '-', ""});
   use<&T::GetIntArrayElements>(t, {"GetIntArrayElements", "r.", 'c', "MN"});
   use<&T::ReleaseIntArrayElements>(t, {"ReleaseIntArrayElements", "rc.", '-', "", "", true});
   use<&T::NewGlobalRef>(t, {"NewGlobalRef", "o", 'g', "MN"});

@@ -3,9 +3,9 @@ package com.ulvanejdbc;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.sql.ResultSet;
-import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Types;
+import java.util.Arrays;
 
 /**
  * Reads an open result by the block: each {@link #pack} reads up to a number of rows into one buffer, which native code
@@ -29,6 +29,9 @@ public final class RowPacker {
   private static final int ENOUGH_BYTES = 1 << 20;
 
   private static final int FETCH_GROWTH = 4;
+
+  /** What a fetched value takes in the heap besides its bytes: PostgreSQL's driver has an array for each. */
+  private static final int VALUE_BYTES = 32;
 
   /** Goes to the next row. */
   private interface Cursor {
@@ -62,14 +65,17 @@ public final class RowPacker {
     text = new RowPackerText(standard, mostBytes);
   }
 
-  /** Cells as the per-cell way over the result itself gives them: dates and times in UTC, all else as the driver does. */
-  public static RowPacker ofResult(ResultSet rows, int mostRows, boolean standard, int mostBytes) {
+  /**
+   * Cells as the per-cell way over the result itself gives them: dates and times in UTC, all else as the driver does.
+   *
+   * @param types the columns' types by which that way goes
+   */
+  public static RowPacker ofResult(ResultSet rows, int[] types, int mostRows, boolean standard, int mostBytes) {
     RowPacker packer = new RowPacker(mostRows, standard, mostBytes);
     packer.attempt(() -> {
-      ResultSetMetaData columns = rows.getMetaData();
-      packer.open(rows, rows::next, columns.getColumnCount());
-      for (int column = 1; column <= packer.cells.length; ++column) {
-        int type = columns.getColumnType(column);
+      packer.open(rows, rows::next, types.length);
+      for (int column = 1; column <= types.length; ++column) {
+        int type = types[column - 1];
         boolean isTemporal = type == Types.DATE || type == Types.TIME || type == Types.TIMESTAMP;
         packer.setCell(column, type, isTemporal ? CellKind.TEMPORAL : CellKind.TEXT);
       }
@@ -117,7 +123,6 @@ public final class RowPacker {
     rows = source;
     cursor = advance;
     cells = new RowPackerCell[columns];
-    block = new int[HEADER_INTS + mostRows * columns];
   }
 
   private void setCell(int column, int type, CellKind kind) throws SQLException {
@@ -126,11 +131,12 @@ public final class RowPacker {
 
   private void packRows() throws SQLException {
     int at = HEADER_INTS;
-    while (rowCount < mostRows && rowStart < ENOUGH_BYTES) {
+    while (rowCount < mostRows && at * Integer.BYTES + rowStart < ENOUGH_BYTES) {
       if (!cursor.next()) {
         state = ENDED;
         return;
       }
+      reserve(at + cells.length);
       text.beginRow();
       for (int index = 0; index < cells.length; ++index) {
         boolean isValue = cells[index].pack(text);
@@ -141,17 +147,23 @@ public final class RowPacker {
     }
   }
 
+  /** The block grows with the rows: few results fill one. */
+  private void reserve(int needed) {
+    if (needed > block.length) block = Arrays.copyOf(block, Math.max(needed, 2 * block.length));
+  }
+
   /**
    * Lets the driver fetch up to four times the rows that it would, while a block takes as many: on PostgreSQL a round trip
    * costs some 50 microseconds, as much as reading eighty rows. Rows as wide as the last ones must fit in a megabyte, as
-   * those fetched lie in the heap.
+   * those fetched lie in the heap; of wider ones fewer are fetched.
    */
   private void fetchByTheBlock() {
     try {
       if (usualFetch == 0) usualFetch = rows.getFetchSize();
       if (usualFetch <= 0) return;
-      int fitting = Math.min(mostRows, ENOUGH_BYTES / Math.max(1, rowStart / rowCount));
-      rows.setFetchSize(Math.max(usualFetch, Math.min(fitting, FETCH_GROWTH * usualFetch)));
+      int fitting = ENOUGH_BYTES / (rowStart / rowCount + VALUE_BYTES * cells.length + 1);
+      int most = Math.min(mostRows, FETCH_GROWTH * usualFetch);
+      rows.setFetchSize(Math.max(1, Math.min(fitting, Math.max(most, usualFetch))));
     } catch (SQLException | RuntimeException | LinkageError refused) {
       // It is but a hint; the driver's own choice serves as well.
       usualFetch = -1;

@@ -70,7 +70,7 @@ final class RowPackerCell {
 
   private Way chooseWay() throws SQLException {
     Driver driver = Driver.of(rows);
-    boolean isServerText = driver == Driver.POSTGRESQL && isTextOnTheWire(rows.getMetaData()) && isServerTextUtf8();
+    boolean isServerText = driver == Driver.POSTGRESQL && isServerText(rows.getMetaData());
     if (kind == CellKind.BINARY) return Way.HEX;
     if (kind == CellKind.TEMPORAL) {
       if (driver == Driver.H2 && type == Types.DATE) return Way.LOCAL_DATE;
@@ -79,7 +79,7 @@ final class RowPackerCell {
       return TemporalSource.of(rows) == TemporalSource.TEXT ? Way.TEMPORAL_STRING : Way.AS_ITS_KIND;
     }
     if (kind == CellKind.ANY) return Way.AS_ITS_KIND;
-    if (isServerText && type != Types.BINARY) return Way.SERVER_TEXT;
+    if (isServerText) return Way.SERVER_TEXT;
     if (kind == CellKind.DECIMAL) return Way.AS_ITS_KIND;
     return driver.writesWholeNumbersPlainly && isWholeNumber() ? Way.WHOLE_NUMBER : Way.STRING;
   }
@@ -112,6 +112,11 @@ final class RowPackerCell {
 
   private boolean isWholeNumber() {
     return type == Types.TINYINT || type == Types.SMALLINT || type == Types.INTEGER || type == Types.BIGINT;
+  }
+
+  /** Whether the driver's bytes are the server's text: it takes those of binary values out of their hexadecimal digits. */
+  private boolean isServerText(ResultSetMetaData columns) throws SQLException {
+    return isTextOnTheWire(columns) && columns.getColumnType(column) != Types.BINARY && isServerTextUtf8();
   }
 
   /** PostgreSQL's driver tells whether the server sends a column as text; it sends some in binary form when asked often. */
