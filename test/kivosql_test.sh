@@ -15,16 +15,17 @@ finish() {
   rm -rf "$work"
 }
 trap finish EXIT
+trap 'exit 1' HUP INT TERM
 
 mkdir "$work/postgres" "$work/mariadb"
 chmod 755 "$work"
-"$tools/postgres" start "$work/postgres" >"$work/settings"
+"$tools/postgres" start "$work/postgres" $$ >"$work/settings"
 . "$work/settings"
 (umask 077 && echo "$PASSWORD" >"$work/password")
 place="--url jdbc:postgresql://$HOST:$PORT/$DATABASE --user $USER"
 postgres="$place --password-file $work/password"
 parts="--type postgresql --host $HOST --port $PORT --user $USER --password-file $work/password"
-"$tools/mariadb" start "$work/mariadb" >"$work/settings"
+"$tools/mariadb" start "$work/mariadb" $$ >"$work/settings"
 . "$work/settings"
 mariadb="--url jdbc:mariadb://$HOST:$PORT/$DATABASE --user $USER --password-file $work/password"
 h2="--url jdbc:h2:$work/h2"
