@@ -7,7 +7,8 @@
 #include "kivo_export.h"
 
 /// The Java VM of the process: null until javaInit() has created it, then set until the process ends.
-/// Written by javaInit() only; read it from any thread afterwards, for instance to detach a thread of your own.
+/// Read it from any thread afterwards, for instance to detach a thread of your own. Only javaInit() writes it. A host
+/// whose process has a VM already, made by another library, may store that one here instead of calling javaInit().
 KIVO_EXPORT extern JavaVM* _globaljvm;
 
 /// The JVM library path of the most recent javaInit() call, whether or not that call succeeded.

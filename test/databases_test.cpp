@@ -1,14 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
+#include "JavaVmHost.h"
 #include "KivoUtf8.h"
 #include "jdbcWrapper.h"
 #include "wrapper_on_databases.h"
@@ -186,6 +189,60 @@ TEST_P(Databases, LargeTextComesWhole) {
   EXPECT_EQ(read.size(), row.size) << read.substr(0, 200);
   EXPECT_TRUE(read == std::string(row.size, 'x'));
   update("drop table large");
+}
+
+TEST_P(Databases, AnEmptyStatementFailsAndALongOneRuns) {
+  recreate("lone", "id int");
+  update("insert into lone values (7)");
+  for (const char* empty : {"", " "}) {
+    EXPECT_FALSE(wrapper.executeQuery(empty, 0)) << empty;
+    EXPECT_NE(wrapper.errorState, 0) << empty;
+    EXPECT_NE(wrapper.errorMessage, "") << empty;
+  }
+  // SQLite takes up to a million bytes.
+  EXPECT_EQ(only("select id from lone where id =" + std::string(999000, ' ') + "7"), "7");
+}
+
+/// Adds up the first column of a query's rows.
+template <class Source>
+long sum(Source& source) {
+  long total = 0;
+  for (char* value = nullptr; source.next() && source.getColumn(1, value); std::free(value)) {
+    total += value == nullptr ? 0 : std::strtol(value, nullptr, 10);
+  }
+  return total;
+}
+
+TEST_P(Databases, EightThreadsReadAtOnceThroughTwoClasses) {
+  constexpr int kThreads = 8;
+  constexpr int kRounds = 20;
+  recreate("shared", "id int");
+  batch(std::vector<std::string>(100, "insert into shared values (1)"));
+  std::atomic<int> right{0};
+  const auto work = [&](int number) {
+    std::string sql = "select id * " + std::to_string(number) + " from shared";
+    std::string className = "com/ulvanejdbc/JdbcConnection";
+    std::vector<std::string> names = {"url", "user", "password", "query"};
+    std::vector<std::string> values = {database.url, database.user, database.password, sql};
+    jdbcWrapper own;
+    connect(own);
+    JavaConnectionUtils bridge(className);
+    EXPECT_TRUE(bridge.javaInit() && bridge.setParams(names, values) && bridge.makeConnection());
+    for (int round = 0; round < kRounds; ++round) {
+      EXPECT_TRUE(own.executeQuery(sql, 0) && bridge.query()) << own.errorMessage;
+      if (sum(own) == 100L * number && sum(bridge) == 100L * number) ++right;
+    }
+    EXPECT_TRUE(own.closeConnection()) << own.errorMessage;
+  };
+  std::vector<std::thread> threads;
+  for (int number = 1; number <= kThreads; ++number) {
+    threads.emplace_back([&work, number] {
+      work(number);
+      _globaljvm->DetachCurrentThread();
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(right, kThreads * kRounds);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);

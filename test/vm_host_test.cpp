@@ -126,6 +126,23 @@ TEST(VmHost, TheFirstVmStaysAndObjectsAttachToIt) {
             "true, text before\nfalse, could not create Java VM\nkept\nattached");
 }
 
+TEST(VmHost, AVmThatAnotherLibraryMadeIsRefusedAndCanBeHandedOver) {
+  EXPECT_EQ(inChild([] {
+              const std::string library = kivo::test::jvmLibrary();
+              void* handle = dlopen(library.c_str(), RTLD_LAZY | RTLD_GLOBAL);
+              const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(handle, "JNI_CreateJavaVM"));
+              JavaVMInitArgs arguments{JNI_VERSION_1_4, 0, nullptr, JNI_FALSE};
+              JavaVM* other = nullptr;
+              JNIEnv* env = nullptr;
+              if (create(&other, reinterpret_cast<void**>(&env), &arguments) != JNI_OK) return std::string("no VM");
+              std::string found = init(library, 64) + (_globaljvm == nullptr ? ", none\n" : ", a VM\n");
+              _globaljvm = other;
+              JdbcUtils utils;
+              return found + (utils.javaInit() && utils.env == env ? "attached" : "detached");
+            }),
+            "false, could not create Java VM, none\nattached");
+}
+
 TEST(VmHost, AHeapThatTheVmRefusesIsAFailureAndTheSmallestOneWorks) {
   const std::pair<int, const char*> rows[] = {{0, "false, could not create Java VM"},
                                               {-5, "false, could not create Java VM"},
