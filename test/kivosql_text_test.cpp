@@ -176,10 +176,13 @@ TEST(Kivosql, TakesOnlyNamesForTables) {
 
 TEST(Kivosql, FindsPasswordsInUrls) {
   for (const char* url : {"jdbc:postgresql://h/d?user=a&password=b", "jdbc:h2:mem:x;PASSWORD=b", "jdbc:x://a:b@h/d",
-                          "jdbc:oracle:thin:scott/tiger@h:1521:x", "jdbc:mariadb://h/d?keyStorePassword=b"}) {
+                          "jdbc:oracle:thin:scott/tiger@h:1521:x", "jdbc:mariadb://h/d?keyStorePassword=b",
+                          "jdbc:mysql://u:p/w@h/d", "//u:12@h:1/d", "jdbc:q:h:1:u:b", "jdbc:x://h/d?pass=b"}) {
     EXPECT_TRUE(holdsPassword(url)) << url;
   }
-  for (const char* url : {"jdbc:postgresql://h:5432/d?user=a", "jdbc:oracle:thin:@//h:1521/x", "jdbc:h2:./a@b"}) {
+  for (const char* url :
+       {"jdbc:postgresql://h:5432/d?user=a", "jdbc:oracle:thin:@//h:1521/x", "jdbc:h2:./a@b", "jdbc:q:h:1",
+        "jdbc:x://h:1,[::1]:2/d?user=a@b", "jdbc:x://h;user=a:b@c", "jdbc:x://h/d?bypass=no"}) {
     EXPECT_FALSE(holdsPassword(url)) << url;
   }
 }
