@@ -59,7 +59,7 @@ csv() { "$kivosql" "$@" --format csv | tail -n +2; }
 
 echo "== exit codes and error texts"
 echo "$secret" >readable
-chmod 644 readable
+mkfifo pipe
 errors 1 'Syntax error.*\[42' query 'selec 1'
 printf 'selec 1; selec 2' >bad.sql
 errors 1 '^kivosql: bad.sql:1: .*\[42' run bad.sql
@@ -85,6 +85,9 @@ errors 2 'does not know' "--password=$secret" tables
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
 errors 2 'password in --instance' --type postgresql --host h --instance "d?password=$secret" tables
 errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
+errors 2 'begin with jdbc:, here probably jdbc:postgresql://' --url postgres://u@h/d tables
+errors 2 'begin with jdbc:, here probably jdbc:sqlite:FILE' --url sqlite:s.db tables
+errors 2 'begin with jdbc: \(' --url h2:mem:x tables
 errors 2 '--host needs --type' --host h tables
 errors 2 '--url already' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'postgres is not known .* postgresql, mariadb' --type postgres tables
@@ -103,7 +106,11 @@ errors 2 'crlf needs --format csv' --crlf tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
 errors 2 'more than this machine has' --heap-mb 99999999 tables
 errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
-errors 2 'others have access' --user u --password-file readable tables
+for mode in 640 604; do
+  chmod $mode readable
+  errors 2 'others have access' --user u --password-file readable tables
+done
+errors 2 'pipe is not a file' --user u --password-file pipe tables
 errors 2 'not the name of a table' describe 't; drop table t'
 errors 2 'needs --url' --through bridge --type postgresql --host h tables
 errors 2 'only reads' --through bridge update 'delete from t'

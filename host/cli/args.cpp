@@ -124,6 +124,29 @@ std::string passwordFault(const std::string& option, const std::string& value) {
          " can be read by everyone on this machine: use --password-file, KIVO_PASSWORD or the prompt";
 }
 
+/// How other programs write a URL, and how a driver takes it.
+struct Scheme {
+  const char* begin;
+  const char* likely;
+};
+
+constexpr Scheme kSchemes[] = {
+    {"postgres://", "jdbc:postgresql://HOST:PORT/DATABASE and --user"},
+    {"postgresql://", "jdbc:postgresql://HOST:PORT/DATABASE and --user"},
+    {"mysql://", "jdbc:mariadb://HOST:PORT/DATABASE and --user"},
+    {"mariadb://", "jdbc:mariadb://HOST:PORT/DATABASE and --user"},
+    {"sqlite:", "jdbc:sqlite:FILE"},
+};
+
+std::string urlFault(const std::string& url) {
+  if (url.empty() || url.rfind("jdbc:", 0) == 0) return {};
+  std::string fault = "--url must begin with jdbc:";
+  for (const Scheme& scheme : kSchemes) {
+    if (url.rfind(scheme.begin, 0) == 0) fault += std::string(", here probably ") + scheme.likely;
+  }
+  return fault;
+}
+
 /// SQL and names go to Java as text; a file's name is mere bytes.
 std::string textFault(const Options& options) {
   for (std::size_t argument = 0; argument < 2; ++argument) {
@@ -149,6 +172,10 @@ std::string faultOf(const CLI::App& app, const Options& options) {
     return std::string("--through ") + options.carrier->name + " needs --url instead of --type";
   }
   if (std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
+  // A bridge's class may take URLs of its own.
+  if (options.carrier->takesParts) {
+    if (std::string fault = urlFault(options.target.url); !fault.empty()) return fault;
+  }
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }
