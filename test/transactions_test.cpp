@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
+#include "JavaVmHost.h"
 #include "wrapper_on_databases.h"
 
 namespace kivo::test {
@@ -128,7 +134,100 @@ TEST_P(DatabasesWithReturning, AnInsertThatGivesRowsIsCommittedBeforeTheyAreRead
   }
 }
 
+/// Calls the companion's cancel() from a thread of its own, again and again, since it may come too early.
+class Canceller {
+ public:
+  /// @param due when to begin
+  Canceller(jdbcWrapper& wrapper, std::function<bool()> due)
+      : thread_([this, &wrapper, due = std::move(due)] {
+          while (!ended_ && !due()) pause();
+          for (pause(); !ended_; pause()) cancel(static_cast<jobject>(wrapper.utilitiesObject));
+        }) {}
+  ~Canceller() {
+    ended_ = true;
+    thread_.join();
+  }
+
+ private:
+  static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }
+
+  static void cancel(jobject utilities) {
+    JNIEnv* env = nullptr;
+    _globaljvm->AttachCurrentThread(reinterpret_cast<void**>(&env), nullptr);
+    env->CallVoidMethod(utilities, env->GetMethodID(env->GetObjectClass(utilities), "cancel", "()V"));
+    env->ExceptionClear();
+    _globaljvm->DetachCurrentThread();
+  }
+
+  std::atomic<bool> ended_{false};
+  std::thread thread_;
+};
+
+/// What is cancelled would take from half a minute to minutes.
+class Cancelling : public Databases {
+ protected:
+  void SetUp() override {
+    Databases::SetUp();
+    recreate("counted", "id int");
+    recreate("kept", "id int");
+    std::vector<std::string> inserts;
+    for (int id = 1; id <= 100; ++id) inserts.push_back("insert into counted values (" + std::to_string(id) + ")");
+    ASSERT_EQ(batch(inserts), 100) << wrapper.errorMessage;
+    update("insert into kept values (7)");
+  }
+
+  void expectCancelled() {
+    EXPECT_EQ(wrapper.errorState, 1);
+    EXPECT_EQ(only("select id from kept"), "7");
+  }
+
+  const std::string slow = "from counted a, counted b, counted c, counted d where a.id + b.id + c.id + d.id < 0";
+};
+
+TEST_P(Cancelling, EndsABatchAndUndoesIt) {
+  const std::string change =
+      "update kept set id = (select count(*) from counted a, counted b, counted c where a.id + b.id + c.id < 0)";
+  {
+    const Canceller canceller(wrapper, [] { return true; });
+    EXPECT_LT(batch(std::vector<std::string>(300, change)), 0);
+  }
+  expectCancelled();
+}
+
+class CancellingStatements : public Cancelling {};
+
+TEST_P(CancellingStatements, EndsThem) {
+  for (const bool reads : {true, false}) {
+    SCOPED_TRACE(reads ? "a query" : "an update");
+    {
+      const Canceller canceller(wrapper, [] { return true; });
+      EXPECT_TRUE(reads ? !wrapper.executeQuery("select count(*) " + slow, 0)
+                        : wrapper.executeUpdate("update kept set id = (select count(*) " + slow + ")") < 0);
+    }
+    expectCancelled();
+  }
+}
+
+class CancellingRows : public Cancelling {};
+
+/// Some come at once, and no more for a long time.
+TEST_P(CancellingRows, EndsThemWhereTheyAre) {
+  std::atomic<int> read{0};
+  {
+    const Canceller canceller(wrapper, [&read] { return read > 0; });
+    query("select a.id from counted a, counted b union all select a.id " + slow);
+    while (wrapper.next()) ++read;
+  }
+  EXPECT_GT(read, 0);
+  expectCancelled();
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, Databases, testing::Range(0, 6), nameOf);
+INSTANTIATE_TEST_SUITE_P(Each, Cancelling, testing::Range(0, 6), nameOf);
+// Derby's driver cannot.
+INSTANTIATE_TEST_SUITE_P(Each, CancellingStatements, testing::Values(0, 1, 3, 4, 5), nameOf);
+// HSQLDB gives no row before it has them all.
+INSTANTIATE_TEST_SUITE_P(Each, CancellingRows, testing::Values(0, 2, 3, 4, 5), nameOf);
 INSTANTIATE_TEST_SUITE_P(Each, DatabasesWithBegin, testing::Values(0, 3, 4, 5), nameOf);
 INSTANTIATE_TEST_SUITE_P(Each, DatabasesWhoseSelectWrites, testing::Values(0, 5), nameOf);
 INSTANTIATE_TEST_SUITE_P(Each, DatabasesWithReturning, testing::Values(4, 5), nameOf);

@@ -1,12 +1,12 @@
 package com.ulvanejdbc;
 
+import com.ulvanejdbc.Transactions.Ending;
 import java.sql.BatchUpdateException;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.Statement;
 import java.util.ArrayList;
 import java.util.List;
-import java.util.function.Consumer;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import java.util.stream.IntStream;
@@ -33,19 +33,33 @@ final class Batch {
     return taken;
   }
 
-  /** @param running is told what runs, and null afterwards */
-  static void execute(Connection connection, List<String> statements, Consumer<Statement> running) throws SQLException {
-    if (statements.isEmpty()) return;
-    try (Statement statement = connection.createStatement()) {
-      running.accept(statement);
-      for (String sql : statements) statement.addBatch(sql);
+  /** @param atOnce how many statements to hand to the driver together; between such groups the batch can be cancelled */
+  static void execute(Connection connection, List<String> statements, int atOnce, Cancellation cancellation)
+      throws SQLException {
+    int size = statements.size();
+    for (int first = 0; first < size; first += atOnce) {
+      List<String> group = statements.subList(first, Math.min(first + atOnce, size));
+      try {
+        execute(connection, group, cancellation);
+      } catch (BatchUpdateException failure) {
+        String text = "the batch was rolled back: statement " + (first + failedStatement(failure, group.size())) + " of "
+            + size + " failed";
+        throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
+      }
+    }
+  }
+
+  @SuppressWarnings("try") // the ending is there to be closed
+  private static void execute(Connection connection, List<String> group, Cancellation cancellation)
+      throws SQLException {
+    try (Statement statement = connection.createStatement(); Ending closes = () -> cancellation.begin(null)) {
+      for (String sql : group) statement.addBatch(sql);
+      cancellation.begin(statement);
+      cancellation.check();
       statement.executeBatch();
     } catch (BatchUpdateException failure) {
-      String text = "the batch was rolled back: statement " + failedStatement(failure, statements.size()) + " of "
-          + statements.size() + " failed";
-      throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
-    } finally {
-      running.accept(null);
+      cancellation.check();
+      throw failure;
     }
   }
 

@@ -29,6 +29,17 @@ enum DriverTraits {
       return state != null && !state.equals("IDLE") && !state.equals(IDLE_IN_OLD_DRIVERS);
     }
 
+    /** Its statements cancel nothing while the next rows of theirs are fetched. */
+    @Override
+    void cancel(Statement statement) throws SQLException {
+      Connection connection = statement.getConnection();
+      try {
+        connection.getClass().getMethod("cancelQuery").invoke(connection);
+      } catch (ReflectiveOperationException unknown) {
+        statement.cancel();
+      }
+    }
+
     /** Known to the driver from the server's last answer: asking would cost each query a round trip. Null when not told. */
     private String state(Connection connection) {
       try {
@@ -39,12 +50,24 @@ enum DriverTraits {
     }
   },
 
-  H2("h2", "set lazy_query_execution true"),
+  H2("h2", "set lazy_query_execution true") {
+    /** It goes on with a batch after a statement that was cancelled, and sends each by itself in any case. */
+    @Override
+    int statementsAtOnce() {
+      return 1;
+    }
+  },
 
   /** It gathers all rows, a database in files on disk beyond so many; below that many it is several times faster. */
   HSQLDB("hsqldb", "set session result memory rows 20000"),
 
   MARIADB("mariadb", DriverTraits.IN_UTC) {
+    /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
+    @Override
+    int statementsAtOnce() {
+      return 16;
+    }
+
     /** A MySQL server, which this driver reaches as well, does not understand the question. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
@@ -68,6 +91,14 @@ enum DriverTraits {
     @Override
     int fetchSize(boolean onlyReads) {
       return Integer.MIN_VALUE;
+    }
+  },
+
+  /** It cannot cancel a statement that runs, only a batch between two. */
+  DERBY("derby") {
+    @Override
+    int statementsAtOnce() {
+      return 1;
     }
   },
 
@@ -110,6 +141,8 @@ enum DriverTraits {
 
   /** The driver's own choice. MariaDB's takes all rows at once. */
   private static final int DEFAULT_FETCH_SIZE = 0;
+
+  private static final int STATEMENTS_AT_ONCE = 256;
 
   private final String vendor;
   private final String setting;
@@ -162,6 +195,16 @@ enum DriverTraits {
   /** Whether a text parameter of the type OTHER comes to what the text in quotes does, but for {@link RowLoader}'s exceptions. */
   boolean readsParametersAsLiterals() {
     return false;
+  }
+
+  /** Any thread. */
+  void cancel(Statement statement) throws SQLException {
+    statement.cancel();
+  }
+
+  /** How many statements of a batch to hand over together: as many as PostgreSQL's driver sends without an answer. */
+  int statementsAtOnce() {
+    return STATEMENTS_AT_ONCE;
   }
 
   /** Whether a cell's type may differ from its column's. */

@@ -83,7 +83,7 @@ public final class JdbcConnection {
     return session.rows().text(column);
   }
 
-  /** Asks the database to give up the query that runs. Any thread; it may come too late. */
+  /** Ends the query that runs or the rows being read; see {@link jdbcUtilities#cancel}. */
   public void cancel() throws SQLException {
     session.cancel();
   }

@@ -16,11 +16,8 @@ final class Session {
   private String vendor;
   private DriverTraits traits;
   private Transactions transactions;
-  private volatile Statement statement;
-
-  /** What runs instead of the statement, if anything. */
-  private volatile Statement running;
-
+  private volatile Cancellation cancellation;
+  private Statement statement;
   private Rows rows;
 
   /** Connects, unless a live connection is held. */
@@ -31,6 +28,7 @@ final class Session {
     vendor = target.vendor;
     traits = DriverTraits.of(vendor);
     transactions = new Transactions(connection, traits);
+    cancellation = new Cancellation(traits);
     try {
       // A URL can switch it off, and nothing here would ever commit.
       if (!connection.getAutoCommit()) connection.setAutoCommit(true);
@@ -45,14 +43,10 @@ final class Session {
     return connection != null && connection.isValid(seconds);
   }
 
+  /** Ends the statement that runs, the rows being read or the batch; any thread. It may come too late. */
   void cancel() throws SQLException {
-    Statement toCancel = running == null ? statement : running;
-    if (toCancel != null) toCancel.cancel();
-  }
-
-  /** Has {@link #cancel} reach a statement other than this object's own, or that one again after null. */
-  void setRunning(Statement other) {
-    running = other;
+    Cancellation current = cancellation;
+    if (current != null) current.cancel();
   }
 
   /** Makes the statement, unless there is one. */
@@ -72,6 +66,7 @@ final class Session {
       if (onlyReads) transactions.beginRows();
       traits.prepare(ready, onlyReads);
       ready.setMaxRows(maxRows);
+      cancellation.begin(ready);
       rows = new Rows(ready.executeQuery(sql), traits.anyTypeInAnyCell());
     } catch (Throwable failure) {
       abandonRows(failure);
@@ -83,7 +78,10 @@ final class Session {
   boolean next() throws SQLException {
     Rows current = rows();
     try {
+      cancellation.check();
       if (current.next()) return true;
+      // Rows that were cancelled just end in MariaDB's driver.
+      cancellation.check();
     } catch (Throwable failure) {
       abandonRows(failure);
       throw failure;
@@ -103,11 +101,12 @@ final class Session {
   }
 
   /** @return how many rows changed */
-  @SuppressWarnings("try") // the ending is there to be closed
+  @SuppressWarnings("try") // the endings are there to be closed
   int update(String sql) throws SQLException {
     Statement ready = statement();
     endRows();
-    try (Ending ending = transactions::giveBack) {
+    try (Ending ending = transactions::giveBack; Ending notCancelled = cancellation::end) {
+      cancellation.begin(ready);
       return ready.executeUpdate(sql);
     }
   }
@@ -120,23 +119,33 @@ final class Session {
   /** @return how many statements ran */
   int runBatch() throws SQLException {
     List<String> statements = batch.take();
-    runAsOne(onConnection -> Batch.execute(onConnection, statements, this::setRunning));
+    runAsOne(onConnection -> Batch.execute(onConnection, statements, traits.statementsAtOnce(), cancellation));
     return statements.size();
   }
 
   /** Runs statements of the caller's own: all of them or none. */
-  @SuppressWarnings("try") // the ending is there to be closed
+  @SuppressWarnings("try") // the endings are there to be closed
   void runAsOne(Work work) throws SQLException {
     statement();
     endRows();
     try (Ending ending = transactions::giveBack) {
-      transactions.runAsOne(work);
+      transactions.runAsOne(onConnection -> {
+        try (Ending notCancelled = cancellation::end) {
+          cancellation.begin(null);
+          work.run(onConnection);
+        }
+      });
     }
   }
 
   /** Whether the statements that failed last as one were undone, as far as the database can. */
   boolean undone() {
     return transactions != null && transactions.undone();
+  }
+
+  /** What {@link #cancel} cancels while work of the caller's own runs; null for nothing. */
+  void setRunning(Statement runs) {
+    cancellation.begin(runs);
   }
 
   DriverTraits traits() {
@@ -197,6 +206,7 @@ final class Session {
   @SuppressWarnings("try") // the ending is there to be closed
   private void endRows() throws SQLException {
     if (rows == null) return;
+    cancellation.end();
     try (Ending ending = () -> transactions.endRows(true)) {
       rows.close();
     }
@@ -205,6 +215,7 @@ final class Session {
   /** Ends the rows after a failure, which stays the one to be reported whatever else fails. */
   @SuppressWarnings("try") // the resources are there to be closed
   private void abandonRows(Throwable failure) {
+    cancellation.end();
     // The rows close with the statement. SQLite's would refuse all that follows a query of nothing but a comment.
     try (Ending ending = () -> transactions.endRows(false); Statement spoilt = statement) {
       rows = null;
@@ -216,6 +227,7 @@ final class Session {
   private void forget() {
     connection = null;
     transactions = null;
+    cancellation = null;
     statement = null;
     rows = null;
   }

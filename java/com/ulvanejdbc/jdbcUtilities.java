@@ -127,8 +127,9 @@ public class jdbcUtilities {
   }
 
   /**
-   * Asks the database to give up the statement that runs. Any thread; it may come too late. It alone throws, since the
-   * error of the call that it interrupts is that one's thread's to tell.
+   * Ends the statement that runs, the rows being read, or the batch, which then fail; does nothing when nothing runs.
+   * Any thread; it may come too late. Rows end at the next row and a batch at its next statement also where the driver
+   * cannot cancel. It alone throws, since the error of the call that it ends belongs to that call's thread.
    */
   public void cancel() throws SQLException {
     session.cancel();

@@ -1,0 +1,51 @@
+package com.ulvanejdbc;
+
+import java.sql.SQLException;
+import java.sql.SQLFeatureNotSupportedException;
+import java.sql.Statement;
+
+/**
+ * Ends what runs on a connection, from any thread. Drivers cancel only a statement that the database is working on, and
+ * some not even that, so the wish is also kept, and looked at between two rows and between the statements of a batch.
+ */
+final class Cancellation {
+  private static final String CANCELLED = "57014";
+
+  private final DriverTraits traits;
+  private Statement statement;
+  private boolean running;
+  private volatile boolean asked;
+
+  Cancellation(DriverTraits traits) {
+    this.traits = traits;
+  }
+
+  /** @param runs what to cancel from now on; null for nothing but the wish */
+  synchronized void begin(Statement runs) {
+    statement = runs;
+    running = true;
+  }
+
+  /** Waits for a cancel on its way, which would otherwise hit what the connection does next. */
+  synchronized void end() {
+    statement = null;
+    running = false;
+    asked = false;
+  }
+
+  void check() throws SQLException {
+    if (asked) throw new SQLException("the statement was cancelled", CANCELLED);
+  }
+
+  /** Does nothing when nothing runs. */
+  synchronized void cancel() throws SQLException {
+    if (!running) return;
+    asked = true;
+    if (statement == null) return;
+    try {
+      traits.cancel(statement);
+    } catch (SQLFeatureNotSupportedException onlyTheWish) {
+      return;
+    }
+  }
+}
