@@ -233,6 +233,7 @@ TEST_P(Databases, EightThreadsReadAtOnceThroughTwoClasses) {
       if (sum(own) == 100L * number && sum(bridge) == 100L * number) ++right;
     }
     EXPECT_TRUE(own.closeConnection()) << own.errorMessage;
+    closeConnection(bridge);
   };
   std::vector<std::thread> threads;
   for (int number = 1; number <= kThreads; ++number) {
