@@ -80,6 +80,8 @@ for server in "$postgres" "$postgres --through jdbc" "$h2"; do
   errors 1 '^ {7}\^$' $server query 'select 1
  frm 2'
 done
+errors 1 'does not say where its columns end' --through bridge query "select $(seq -s, 10001)"
+check "as many columns as there may be" "$(seq -s, 10000)" "$(csv --through bridge query "select $(seq -s, 10000)")"
 errors 2 'subcommand'
 errors 2 'does not know' "--password=$secret" tables
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables

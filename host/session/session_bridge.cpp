@@ -133,7 +133,8 @@ class BridgeSession : public Session {
 
   bool readFirst() {
     values_.clear();
-    for (int column = 1; column <= kMostColumns; ++column) {
+    // One more than there may be, to see that there is none.
+    for (int column = 1; column <= kMostColumns + 1; ++column) {
       char* value = nullptr;
       if (!java_->getColumn(column, value)) return isBehindLast(column);
       take(value, values_.emplace_back());
