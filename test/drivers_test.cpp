@@ -204,6 +204,13 @@ TEST_F(Drivers, AFetchSizeMayBeRefused) {
   }
 }
 
+TEST_F(Drivers, ARowThatFailsIsNotTheEndOfTheRows) {
+  EXPECT_TRUE(wrapper.executeQuery("select 1", 0) && wrapper.next());
+  answer("ResultSet.next", "throw");
+  EXPECT_FALSE(wrapper.next());
+  EXPECT_EQ(wrapper.errorMessage, "ResultSet.next refused [/0]");
+}
+
 TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
   const std::string own = "setAutoCommit(false) commit() setAutoCommit(true) ";
   const struct {
