@@ -137,6 +137,10 @@ check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's
 check "the doctor's, too" yes \
   "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
 
+mkdir -p other/com/ulvanejdbc
+echo junk | tee other/libjvm.so >other/com/ulvanejdbc/jdbcUtilities.class
+check "variables from the outside" 42 "$(CLASSPATH=$work/other LD_LIBRARY_PATH=$work/other KIVO_JVM=/nowhere \
+  "$kivosql" query 'select 42' --format csv | tail -n 1)"
 for command in 'run -' 'load - information_schema.users'; do
   check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
 done
@@ -274,6 +278,14 @@ sleep 1
 check "no password in the process list" 0 "$(cat /proc/$!/cmdline /proc/$!/environ | grep -c "$secret")"
 wait $!
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
+env KIVO_PASSWORD="$secret" "$kivosql" $place query "select * from \"$secret\"" >out 2>err || true
+check "no password in an error of the database's" 1 "$(grep -c 'relation "\*\*\*"' err)"
+# The VM writes what it has in registers, on stacks and in its log of exceptions to hs_err_pid*.log.
+(ulimit -c 0 && exec env KIVO_PASSWORD="$secret" "$kivosql" $place query "$slow" >out 2>err) &
+sleep 1
+kill -SEGV $!
+wait $! || true
+check "no password in the VM's crash file" "1 0" "$(grep -c 'SIGSEGV (' hs_err_pid$!.log) $(grep -c "$secret" hs_err_pid$!.log)"
 (umask 077 && printf '%s\r\n' "$secret" >windows)
 check "the password from a file with CRLF" 1 "$(csv $place --password-file windows query 'select 1')"
 

@@ -14,6 +14,7 @@
 #include "terminal/display.h"
 #include "terminal/fault_line.h"
 #include "terminal/formats.h"
+#include "terminal/messages.h"
 #include "terminal/password.h"
 
 namespace kivosql {
@@ -184,6 +185,23 @@ TEST(Kivosql, FindsPasswordsInUrls) {
        {"jdbc:postgresql://h:5432/d?user=a", "jdbc:oracle:thin:@//h:1521/x", "jdbc:h2:./a@b", "jdbc:q:h:1",
         "jdbc:x://h:1,[::1]:2/d?user=a@b", "jdbc:x://h;user=a:b@c", "jdbc:x://h/d?bypass=no"}) {
     EXPECT_FALSE(holdsPassword(url)) << url;
+  }
+}
+
+TEST(Kivosql, MasksThePassword) {
+  const struct {
+    const char* secret;
+    const char* text;
+    const char* expected;
+  } rows[] = {
+      {"s3cr3t", "xs3cr3ts3cr3t: s3cr3", "x******: s3cr3"},
+      {"a", "java.lang.Class: a, (a) and 'a'", "java.lang.Class: ***, (***) and '***'"},
+      {"+a", "b+a", "b***"},
+      {"", "nothing", "nothing"},
+  };
+  for (const auto& row : rows) {
+    keepSecret(row.secret);
+    EXPECT_EQ(masked(row.text), row.expected);
   }
 }
 

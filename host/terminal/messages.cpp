@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cstdio>
 
 #include "terminal/display.h"
@@ -22,12 +23,30 @@ std::string& secret() {
   return text;
 }
 
+/// A shorter secret is masked only where it stands alone: inside a word it is mere chance, and the gap would give it
+/// away.
+constexpr std::size_t kLeastInWords = 4;
+
+/// Whether a word runs across @p at.
+bool isInWord(const std::string& text, std::size_t at) {
+  const auto isPart = [](unsigned char byte) { return std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80; };
+  return at > 0 && at < text.size() && isPart(static_cast<unsigned char>(text[at - 1])) &&
+         isPart(static_cast<unsigned char>(text[at]));
+}
+
 }  // namespace
 
 std::string masked(std::string text) {
   const std::string& hidden = secret();
-  for (std::size_t at = 0; !hidden.empty() && (at = text.find(hidden, at)) != std::string::npos; at += 3) {
-    text.replace(at, hidden.size(), "***");
+  for (std::size_t at = 0; !hidden.empty() && (at = text.find(hidden, at)) != std::string::npos;) {
+    const std::size_t end = at + hidden.size();
+    const bool inWord = isInWord(text, at) || isInWord(text, end);
+    if (inWord && hidden.size() < kLeastInWords) {
+      ++at;
+    } else {
+      text.replace(at, hidden.size(), "***");
+      at += 3;
+    }
   }
   return text;
 }
