@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <filesystem>
 
 #include "cli/commands.h"
+#include "cli/nearest.h"
+#include "jvm/jar.h"
 #include "jvm/java_vm.h"
 #include "terminal/display.h"
 #include "terminal/messages.h"
@@ -9,28 +12,60 @@ namespace kivosql {
 
 namespace {
 
+bool contains(const std::vector<std::string>& entries, const std::string& entry) {
+  return std::find(entries.begin(), entries.end(), entry) != entries.end();
+}
+
 /// What a failed connection's text holds, and what helps.
 struct Cure {
   const char* sign;
   const char* cure;
 };
 
+constexpr const char* kHost = "see that --host, or the host in --url, is right";
+constexpr const char* kLogin = "see that --user and the password are right";
+constexpr const char* kName = "see that the database's name is right";
+constexpr const char* kFolder = "see that the file's folder exists and that you may write there";
+
 constexpr Cure kCures[] = {
-    {"driver", "put the driver's jar on the class path: --class-path JAR"},
-    {"NoClassDefFound", "put the driver's jar on the class path: --class-path JAR"},
+    {"NoClassDefFound", "put the jar or folder with this class on the class path: --class-path"},
     {"Unknown vendor", "--through wrapper takes any driver; jdbc only the vendors of JdbcUtils"},
+    {"could not parse the url", "a URL is jdbc:, the driver's word, a colon, and what the driver takes"},
     {"refused", "see that the server runs, and that --host and --port, or --url, are right"},
-    {"UnknownHost", "see that --host, or the host in --url, is right"},
-    {"unknown host", "see that --host, or the host in --url, is right"},
-    {"[28", "see that --user and the password are right"},
-    {"assword", "see that --user and the password are right"},
-    {"uthentication", "see that --user and the password are right"},
-    {"Access denied", "see that --user and the password are right"},
-    {"[3D", "see that the database's name is right"},
+    {"UnknownHost", kHost},
+    {"unknown host", kHost},
+    {"fail to connect to host", kHost},
+    {"[28", kLogin},
+    {"assword", kLogin},
+    {"uthentication", kLogin},
+    {"Access denied", kLogin},
+    {"[3D", kName},
+    {"Unknown database", kName},
+    {"database \"", kName},
+    {"Database '", kName},
+    {"path to '", kFolder},
+    {"creating file", kFolder},
     {"", "read what the driver says; --verbose shows all of it"},
 };
 
-std::string cureFor(const std::string& error) {
+/// For a URL that no driver takes.
+std::string cureForDriver(const std::string& url, const ClassPath& classPath) {
+  const std::size_t begin = url.find(':') + 1;
+  const std::string word = url.substr(begin, url.find(':', begin) - begin);
+  std::vector<std::string> words;
+  for (const DriverJar& driver : kDriverJars) {
+    words.emplace_back(driver.word);
+    if (word != driver.word) continue;
+    if (contains(classPath.entries, driver.jar)) return "the driver is there: see that --url is as it takes it";
+    return std::string("apt-get install ") + driver.package + ", or --class-path with the driver's jar";
+  }
+  const std::string likely = nearest(word, words);
+  return likely.empty() ? "put the driver's jar on the class path: --class-path JAR"
+                        : "--url with jdbc:" + likely + ": instead of jdbc:" + word + ":";
+}
+
+std::string cureFor(const std::string& error, const std::string& url, const ClassPath& classPath) {
+  if (error.find("no driver found") != std::string::npos) return cureForDriver(url, classPath);
   const auto* cure = std::find_if(std::begin(kCures), std::end(kCures),
                                   [&error](const Cure& row) { return error.find(row.sign) != std::string::npos; });
   return cure->cure;
@@ -80,35 +115,49 @@ bool checkVm(Report& report, const Options& options, Jvm& jvm) {
   return true;
 }
 
-bool checkClassPath(Report& report, const Options& options, ClassPath& classPath) {
-  report.heading("Class path");
-  classPath = findClassPath(options.classPath);
-  bool good = !classPath.companion.empty();
-  if (good) {
-    report.good("companion", classPath.companion);
-  } else {
-    report.bad("companion", "kivo-jdbc.jar is not beside this program", "--class-path with the jar of the build");
-  }
-  for (const std::string& entry : classPath.missing) {
-    good = report.bad("entry", entry + " does not exist", "correct --class-path");
-  }
-  for (const std::string& entry : classPath.given) report.good("entry", entry);
+/// An entry that is there.
+bool checkEntry(Report& report, const std::string& name, const std::string& entry, const std::string& cure) {
+  std::error_code unknown;
+  const bool good = std::filesystem::is_directory(entry, unknown) || isJar(entry);
+  if (good) report.good(name, entry);
+  return good || report.bad(name, entry + " is not a jar, or not all of one", cure);
+}
+
+bool checkDrivers(Report& report, const ClassPath& classPath) {
+  bool good = true;
   for (const DriverJar& driver : kDriverJars) {
-    const auto& entries = classPath.entries;
-    const bool there = std::find(entries.begin(), entries.end(), driver.jar) != entries.end();
-    if (there) report.good(driver.word, driver.jar);
-    if (!there) report.absent(driver.word, std::string("apt-get install ") + driver.package);
+    const std::string package = driver.package;
+    if (!contains(classPath.entries, driver.jar)) {
+      report.absent(driver.word, "apt-get install " + package);
+    } else if (!checkEntry(report, driver.word, driver.jar, "apt-get install --reinstall " + package)) {
+      good = false;
+    }
   }
   return good;
 }
 
-bool checkConnection(Report& report, const Options& options) {
+bool checkClassPath(Report& report, const Options& options, ClassPath& classPath) {
+  constexpr const char* kBuild = "--class-path with the jar of the build";
+  report.heading("Class path");
+  classPath = findClassPath(options.classPath);
+  bool good = classPath.companion.empty() ? report.bad("companion", "kivo-jdbc.jar is not beside this program", kBuild)
+                                          : checkEntry(report, "companion", classPath.companion, kBuild);
+  for (const std::string& entry : classPath.missing) {
+    good = report.bad("entry", entry + " does not exist", "correct --class-path");
+  }
+  for (const std::string& entry : classPath.given) {
+    good = checkEntry(report, "entry", entry, "get it again, or take it out of --class-path") && good;
+  }
+  return checkDrivers(report, classPath) && good;
+}
+
+bool checkConnection(Report& report, const Options& options, const ClassPath& classPath) {
   report.heading(std::string("Connection, through ") + options.carrier->name);
   const std::unique_ptr<Session> session = options.carrier->make();
   const bool connected = session->open(options.target);
   const std::string name = session->url().empty() ? options.target.url + options.target.type : session->url();
   if (!connected) {
-    report.bad("connect", name + ": " + session->error(), cureFor(session->error()));
+    report.bad("connect", name + ": " + session->error(), cureFor(session->error(), name, classPath));
     if (options.verbose) report.details(session->details());
     return false;
   }
@@ -128,7 +177,7 @@ ExitCode runDoctor(const Options& options, Output& out) {
   const std::string error = found ? startVm(jvm, classPath, options.heapMegabytes) : "";
   if (!error.empty()) report.bad("start", error, "another Java VM: --jvm");
   if (!found || !error.empty()) return kNoJvm;
-  const bool connected = checkConnection(report, options);
+  const bool connected = checkConnection(report, options, classPath);
   return connected && complete ? kDone : kNoConnection;
 }
 
