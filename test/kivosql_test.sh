@@ -121,6 +121,7 @@ errors 2 'cannot read /$' load / t
 errors 1 'error reading' run /proc/self/mem
 errors 1 '"a␛\[31m b' describe "\"a$(printf '\033[31m\nb')\""
 errors 3 'no driver' --url jdbc:nosuch:x tables
+errors 3 'does not begin with jdbc:' --through bridge --url postgres://h/d tables
 errors 3 'refused' --url jdbc:postgresql://127.0.0.1:1/x tables
 errors 3 'Unknown vendor' --through jdbc tables
 errors 4 'no Java VM' --jvm /nowhere tables

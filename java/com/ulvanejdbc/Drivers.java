@@ -27,6 +27,9 @@ final class Drivers {
       if (connection != null) return connection;
     }
     if (!failures.isEmpty()) throw failures.get(0);
+    if (!target.url.startsWith("jdbc:")) {
+      throw new MisuseException("no driver found for this URL, which does not begin with jdbc:");
+    }
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
     String word = target.vendor.matches("[\\w-]+") ? "\"" + target.vendor + "\" " : "";
     throw new MisuseException("no driver found for this " + word + "URL: the jar of a JDBC driver that takes it must be "
