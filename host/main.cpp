@@ -73,5 +73,6 @@ int main(int argc, char** argv) {
   ExitCode code = kDone;
   if (!parse(argc, argv, options, code) || !addPassword(options, code)) return code;
   Output out(STDOUT_FILENO);
-  return options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
+  code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
+  return code == kInterrupted ? Interrupt::exitCode() : code;
 }

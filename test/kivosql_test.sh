@@ -366,13 +366,28 @@ echo "== interrupts"
 echo 1 >slow.csv
 yes 'set enable_sort = on;' | head -n 300000 >short.sql
 query="query 'select pg_sleep(99)'"
+rows="--format csv query 'select pg_sleep(case when n > 999 then 99 else 0 end), n from generate_series(1, 1000) n'"
 load="load slow.csv slow --no-header"
 run="run short.sql --format csv"
-for command in "wrapper $query" "jdbc $query" "bridge $query" "wrapper $load" "jdbc $load" "wrapper $run" "jdbc $run"; do
+active() {
+  csv $postgres query "select count(*) from pg_stat_activity
+    where state = 'active' and query similar to '%(pg_sleep|insert into slow)%' and pid <> pg_backend_pid()"
+}
+for command in "wrapper $query" "jdbc $query" "bridge $query" "wrapper $rows" "jdbc $rows" "wrapper $load" "jdbc $load" \
+  "wrapper $run" "jdbc $run"; do
   on_terminal 'rows/s\|changed' '\003' "'$kivosql' $postgres --through $command >out; echo code=\$?"
   check "Ctrl-C through $command" "1 1" "$(grep -c 'code=130' screen) $(grep -c 'interrupted.$' screen)"
-  check "the database knows" 0 "$(csv $postgres query "select count(*) from pg_stat_activity
-    where state = 'active' and query similar to '%(pg_sleep\(99|insert into slow)%' and pid <> pg_backend_pid()")"
+  check "the database knows" 0 "$(active)"
+done
+# Twice, as shells and service managers send them.
+for signal in TERM:143 HUP:129; do
+  code=0
+  "$kivosql" $postgres $load 2>err &
+  until [ "$(active)" = 1 ]; do sleep 0.1; done
+  kill -s "${signal%:*}" $!
+  kill -s "${signal%:*}" $!
+  wait $! || code=$?
+  check "SIG$signal" "${signal#*:} 1 1" "$code $(grep -c 'interrupted$' err) $(grep -c 'no row of slow.csv is stored' err)"
 done
 
 server=$(head -n 1 postgres/data/postmaster.pid)

@@ -31,7 +31,8 @@ constexpr const char* kExamples = R"(Examples:
     kivosql --url jdbc:oracle:thin:@db:1521:shop doctor
 
 The password comes from --password-file, from KIVO_PASSWORD or from a prompt; never from an argument.
-Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Java VM, 130 interrupted.)";
+Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Java VM, 130 interrupted
+(143 by SIGTERM, 129 by SIGHUP).)";
 
 constexpr const char* kEmbedded = "jdbc:h2:mem:kivosql";
 

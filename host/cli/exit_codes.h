@@ -8,7 +8,8 @@ enum ExitCode {
   kWrongUse = 2,
   kNoConnection = 3,
   kNoJvm = 4,
-  kInterrupted = 130,  ///< as a shell has it for SIGINT
+  kSignalExit = 128,   ///< and the signal's number, as a shell has it
+  kInterrupted = 130,  ///< by Ctrl-C; Interrupt::exitCode() knows other signals
 };
 
 }  // namespace kivosql

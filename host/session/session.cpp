@@ -81,19 +81,39 @@ Step BlockRows::next(Row& row) {
   return Step::row;
 }
 
-bool cancelInJava(void* object) {
+namespace {
+
+/// Makes a Java call on a thread that is not attached. @return whether that worked.
+template <typename Call>
+bool callFromOutside(void* object, Call call) {
   JNIEnv* env = nullptr;
   if (object == nullptr || _globaljvm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) != JNI_OK) {
     return false;
   }
-  auto* const target = static_cast<jobject>(object);
-  const jmethodID cancel = env->GetMethodID(env->GetObjectClass(target), "cancel", "()V");
-  if (cancel != nullptr) env->CallVoidMethod(target, cancel);
-  const bool asked = env->ExceptionCheck() == JNI_FALSE;
+  call(env, static_cast<jobject>(object));
+  const bool worked = env->ExceptionCheck() == JNI_FALSE;
   env->ExceptionClear();
-  // Detaching releases the local reference too.
+  // Detaching releases local references too.
   _globaljvm->DetachCurrentThread();
-  return asked;
+  return worked;
+}
+
+}  // namespace
+
+bool cancelInJava(void* object) {
+  return callFromOutside(object, [](JNIEnv* env, jobject target) {
+    const jmethodID cancel = env->GetMethodID(env->GetObjectClass(target), "cancel", "()V");
+    if (cancel != nullptr) env->CallVoidMethod(target, cancel);
+  });
+}
+
+bool cancelStatementInJava(void* statement) {
+  return callFromOutside(statement, [](JNIEnv* env, jobject target) {
+    const jclass type = env->FindClass("com/ulvanejdbc/Cancellation");
+    const jmethodID cancel =
+        type == nullptr ? nullptr : env->GetStaticMethodID(type, "cancel", "(Ljava/sql/Statement;)V");
+    if (cancel != nullptr) env->CallStaticVoidMethod(type, cancel, target);
+  });
 }
 
 bool closeInJava(JNIEnv* env, void* object) {

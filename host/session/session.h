@@ -190,6 +190,9 @@ constexpr Carrier kCarriers[] = {
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
 bool cancelInJava(void* object);
 
+/// The same for a statement of a driver, in the way that the driver needs.
+bool cancelStatementInJava(void* statement);
+
 /// Calls close() of a Java object, if its class has one. @return false, with the exception described, when it threw.
 bool closeInJava(JNIEnv* env, void* object);
 

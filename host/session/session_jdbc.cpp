@@ -1,3 +1,5 @@
+#include <mutex>
+
 #include "JdbcUtils.h"
 #include "session/java_errors.h"
 #include "session/session.h"
@@ -31,6 +33,7 @@ class JdbcSession : public Session {
     };
     std::string text = toJava(sql);
     if (!endTransaction() || (!callersTransaction_ && !done(database_.setAutoCommit(false)))) return false;
+    setRunning(true);
     if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
       rows_.open(database_);
       return true;
@@ -53,7 +56,7 @@ class JdbcSession : public Session {
   int update(const std::string& sql) override {
     std::string text = toJava(sql);
     if (!endTransaction()) return -1;
-    const int count = database_.executeUpdate(text);
+    const int count = runUpdate(text);
     if (!done(count >= 0)) return -1;
     callersTransaction_ = leavesTransaction(sql, callersTransaction_);
     return count;
@@ -65,7 +68,7 @@ class JdbcSession : public Session {
     if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
     for (std::size_t number = 0; number < statements.size(); ++number) {
       std::string text = toJava(statements[number]);
-      if (!Interrupt::happened() && done(database_.executeUpdate(text) >= 0)) continue;
+      if (!Interrupt::happened() && done(runUpdate(text) >= 0)) continue;
       failed_ = number;
       keepError([this] { rollBack(); });
       return false;
@@ -84,7 +87,10 @@ class JdbcSession : public Session {
     return true;
   }
 
-  bool cancel() override { return cancelInJava(database_.statement); }
+  bool cancel() override {
+    const std::lock_guard<std::mutex> lock(cancelling_);
+    return !running_ || cancelStatementInJava(database_.statement);
+  }
 
   bool isBroken() override { return isBrokenInJava(database_.env, database_.connection); }
 
@@ -108,11 +114,25 @@ class JdbcSession : public Session {
 
   /// Nothing to do when none is open.
   bool endTransaction() {
+    setRunning(false);
     if (database_.connection == nullptr || database_.autoCommit) return true;
     database_.closeRS();
     if (done(database_.commit())) return done(database_.setAutoCommit(true));
     keepError([this] { done(database_.setAutoCommit(true)); });
     return false;
+  }
+
+  int runUpdate(std::string& sql) {
+    setRunning(true);
+    const int count = database_.executeUpdate(sql);
+    setRunning(false);
+    return count;
+  }
+
+  /// Waits for a cancel on its way, which would otherwise hit what the connection does next.
+  void setRunning(bool running) {
+    const std::lock_guard<std::mutex> lock(cancelling_);
+    running_ = running;
   }
 
   /// The library has no rollback of its own; as a statement, all of its vendors know it. What cannot be undone must not
@@ -141,6 +161,8 @@ class JdbcSession : public Session {
   BlockRows rows_;  ///< of the last query; goes before the database
   bool callersTransaction_ = false;
   std::optional<std::size_t> failed_;  ///< of the statements of updateAll()
+  std::mutex cancelling_;
+  bool running_ = false;  ///< what cancel() is to end
 };
 
 }  // namespace

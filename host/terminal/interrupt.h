@@ -6,10 +6,11 @@
 
 namespace kivosql {
 
-/// Makes Ctrl-C end the statement that runs, in the database too. Lives from after open() to before close().
+/// Makes Ctrl-C, SIGTERM and SIGHUP end the statement that runs, in the database too. Lives from after open() to before
+/// close().
 ///
-/// The Java VM takes SIGINT when it starts, and its threads unblock it, so that sigwait() in a thread of the host's
-/// never sees it; a handler installed later simply takes the VM's place.
+/// The Java VM takes these signals when it starts, and its threads unblock them, so that sigwait() in a thread of the
+/// host's never sees them; a handler installed later simply takes the VM's place.
 class Interrupt {
  public:
   explicit Interrupt(Session& session);
@@ -17,8 +18,11 @@ class Interrupt {
   Interrupt(const Interrupt&) = delete;
   Interrupt& operator=(const Interrupt&) = delete;
 
-  /// Whether it came. Any thread, any time.
+  /// Whether one came. Any thread, any time.
   static bool happened();
+
+  /// Of a process that one ended.
+  static int exitCode();
 
  private:
   void watch();

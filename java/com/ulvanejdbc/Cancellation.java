@@ -20,6 +20,12 @@ final class Cancellation {
     this.traits = traits;
   }
 
+  /** Cancels a statement of the caller's own. Native code finds it by name. */
+  static void cancel(Statement statement) throws SQLException {
+    String url = statement.getConnection().getMetaData().getURL();
+    DriverTraits.of(ConnectionUrl.ready(url).vendor).cancel(statement);
+  }
+
   /** @param runs what to cancel from now on; null for nothing but the wish */
   synchronized void begin(Statement runs) {
     statement = runs;
