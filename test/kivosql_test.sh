@@ -82,8 +82,19 @@ for server in "$postgres" "$postgres --through jdbc" "$h2"; do
 done
 errors 1 'does not say where its columns end' --through bridge query "select $(seq -s, 10001)"
 check "as many columns as there may be" "$(seq -s, 10000)" "$(csv --through bridge query "select $(seq -s, 10000)")"
-errors 2 'subcommand'
-errors 2 'does not know' "--password=$secret" tables
+errors 2 'a command is missing; there are query, update'
+errors 2 'no command "quer"; did you mean query\?' quer 'select 1'
+errors 2 'query takes SQL; "1" is one argument too many' query select 1
+errors 2 'no option --password; did you mean --password-file\?' "--password=$secret" tables
+errors 2 'no option -p \(' "-p$secret" tables
+errors 2 'no option --no-heder; did you mean --no-header\?' load f t --no-heder
+errors 2 '--batch is an option of load' --batch 5 load f t
+errors 2 '--batch is a whole number from 1 to 2,147,483,647, not "0"' load f t --batch 0
+errors 2 '--batch needs a value' load f t --batch
+errors 2 '--url is there more than once' --url jdbc:h2:mem:x --url jdbc:h2:mem:y tables
+errors 2 'no "jsn"; did you mean json\?' --format jsn tables
+check "the help of load" "1 1 1" "$("$kivosql" load --help >out && grep -c 'FILE.* A CSV file' out) $(
+  grep -c 'TABLE.* The name of a table' out) $(grep -c -- '--url TEXT' out)"
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
 errors 2 'password in --instance' --type postgresql --host h --instance "d?password=$secret" tables
 errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor

@@ -1,9 +1,13 @@
 #include "cli/args.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <limits>
 
 #include "cli/commands.h"
 #include "cli/connection_parts.h"
+#include "cli/nearest.h"
+#include "cli/usage_errors.h"
 #include "jvm/java_vm.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -49,13 +53,47 @@ template <typename Row, std::size_t Size>
 void addChoice(CLI::App& app, const std::string& name, const Row (&table)[Size], const Row*& chosen, const char* about,
                const char* group) {
   const auto choose = [name, &table, &chosen](const std::string& value) {
+    std::vector<std::string> names;
+    std::string all;
     for (const Row& row : table) {
       if (value == row.name) chosen = &row;
+      names.emplace_back(row.name);
+      all += (all.empty() ? "" : ", ") + names.back();
     }
-    if (value != chosen->name) throw CLI::ValidationError(name, "there is no \"" + value + "\"");
+    if (value == chosen->name) return;
+    const std::string likely = nearest(value, names);
+    throw CLI::ValidationError(name + ": there is no \"" + value + "\"; " +
+                               (likely.empty() ? "there are " + all : "did you mean " + likely + "?"));
   };
   app.add_option_function<std::string>(name, choose, choices(about, table))->type_name("NAME")->group(group);
 }
+
+template <typename Number>
+CLI::Option* addNumber(CLI::App& app, const std::string& name, Number& value, int least, const char* about) {
+  const auto read = [name, &value, least](const std::string& text) {
+    int number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end || number < least) {
+      throw CLI::ValidationError(name + " is a whole number from " + std::to_string(least) + " to " +
+                                 grouped(std::numeric_limits<int>::max()) + ", not \"" + text + '"');
+    }
+    value = static_cast<Number>(number);
+  };
+  return app.add_option_function<std::string>(name, read, about)
+      ->type_name("NUMBER")
+      ->default_str(std::to_string(value));
+}
+
+/// Help of a command has the program's own options too.
+class Help : public CLI::Formatter {
+ public:
+  std::string make_footer(const CLI::App* app) const override {
+    const CLI::App* program = app->get_parent();
+    const std::string options = program == nullptr ? "" : make_groups(program, CLI::AppFormatMode::Sub) + '\n';
+    return options + Formatter::make_footer(app);
+  }
+};
 
 void addConnection(CLI::App& app, Options& options) {
   constexpr const char* kGroup = "Connection (default: an H2 database in memory)";
@@ -80,12 +118,8 @@ void addOutput(CLI::App& app, Options& options) {
   app.add_option("--null", options.null, "How NULL is written, and read by load; JSON has its own")->group(kGroup);
   app.add_flag("--crlf", options.crlf, "End the lines of CSV with CR LF, as RFC 4180 has them, instead of LF")
       ->group(kGroup);
-  app.add_option("--width", options.maxCells, "Widest cell of a table, 0 for no limit")
-      ->capture_default_str()
-      ->group(kGroup);
-  app.add_option("--max-rows", options.maxRows, "The most rows of a query")
-      ->check(CLI::NonNegativeNumber)
-      ->group(kGroup);
+  addNumber(app, "--width", options.maxCells, 0, "Widest cell of a table, 0 for no limit")->group(kGroup);
+  addNumber(app, "--max-rows", options.maxRows, 0, "Maximum rows of a query, 0 for no limit")->group(kGroup);
   app.add_flag("--timing", options.timing, "Say how long it took")->group(kGroup);
   app.add_flag("--verbose", options.verbose, "With an error, all that Java said of it")->group(kGroup);
 }
@@ -96,9 +130,7 @@ void addJava(CLI::App& app, Options& options) {
   app.add_option("--class-path", options.classPath, "Jars and folders, separated by ':', before those found unasked")
       ->allow_extra_args(false)
       ->group(kGroup);
-  app.add_option("--heap-mb", options.heapMegabytes, "Most megabytes of Java heap")
-      ->capture_default_str()
-      ->group(kGroup);
+  addNumber(app, "--heap-mb", options.heapMegabytes, 1, "Maximum megabytes of Java heap")->group(kGroup);
 }
 
 void addCommands(CLI::App& app, Options& options) {
@@ -106,16 +138,15 @@ void addCommands(CLI::App& app, Options& options) {
   for (const Command& command : kCommands) {
     CLI::App* added = app.add_subcommand(command.name, command.about);
     added->callback([&options, &command] { options.command = &command; });
-    for (std::size_t argument = 0; argument < 2 && command.arguments[argument] != nullptr; ++argument) {
-      added->add_option(command.arguments[argument], options.arguments[argument])->required();
+    for (std::size_t argument = 0; argument < 2 && command.arguments[argument].name != nullptr; ++argument) {
+      const Argument& row = command.arguments[argument];
+      added->add_option(row.name, options.arguments[argument], row.about)->required();
     }
   }
   app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Run the rest after a statement that failed");
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  load->add_option("--batch", options.batchRows, "Most rows a transaction")
-      ->check(CLI::PositiveNumber)
-      ->capture_default_str();
+  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows per transaction");
   app.require_subcommand(1);
 }
 
@@ -151,7 +182,7 @@ std::string urlFault(const std::string& url) {
 /// SQL and names go to Java as text; a file's name is mere bytes.
 std::string textFault(const Options& options) {
   for (std::size_t argument = 0; argument < 2; ++argument) {
-    const char* name = options.command->arguments[argument];
+    const char* name = options.command->arguments[argument].name;
     const bool isText = name != nullptr && std::string_view(name) != "FILE";
     if (isText && !isUtf8(options.arguments[argument])) return std::string("the ") + name + " is not UTF-8";
   }
@@ -200,6 +231,7 @@ bool parse(int argc, char** argv, Options& options, ExitCode& code) {
   CLI::App app("Reads from and writes to any JDBC database.", "kivosql");
   app.set_version_flag("--version", "kivosql " KIVOSQL_VERSION);
   app.footer(kExamples);
+  app.formatter(std::make_shared<Help>());
   options.arguments.resize(2);
   addConnection(app, options);
   addOutput(app, options);
@@ -207,12 +239,8 @@ bool parse(int argc, char** argv, Options& options, ExitCode& code) {
   addCommands(app, options);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ExtrasError&) {
-    // Its own text would repeat the arguments, among them a password that should not have been one.
-    code = refuse("there is an option or argument that kivosql does not know");
-    return false;
   } catch (const CLI::ParseError& error) {
-    code = error.get_exit_code() == 0 ? static_cast<ExitCode>(app.exit(error)) : refuse(error.what());
+    code = error.get_exit_code() == 0 ? static_cast<ExitCode>(app.exit(error)) : refuse(usageFault(app, error));
     return false;
   }
 

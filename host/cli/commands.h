@@ -18,10 +18,15 @@ struct Context {
   unsigned long long results = 0;  ///< written so far
 };
 
+struct Argument {
+  const char* name;
+  const char* about;
+};
+
 struct Command {
   const char* name;
   const char* about;
-  const char* arguments[2];   ///< their names; null for none
+  Argument arguments[2];      ///< their names are null for none
   bool writes;                ///< needs a session that can
   ExitCode (*run)(Context&);  ///< with an open session; null for the one command that makes its own
 };
@@ -33,14 +38,26 @@ ExitCode runTables(Context& context);
 ExitCode runDescribe(Context& context);
 ExitCode runLoad(Context& context);
 
+constexpr Argument kSql = {"SQL", "The statement"};
+constexpr Argument kNoArgument = {nullptr, nullptr};
+
 constexpr Command kCommands[] = {
-    {"query", "Run a query and print its rows", {"SQL", nullptr}, false, runQuery},
-    {"update", "Run a statement that changes data or tables", {"SQL", nullptr}, true, runUpdate},
-    {"run", "Run the statements of a file, or of standard input for -", {"FILE", nullptr}, false, runScript},
-    {"tables", "List the tables", {nullptr, nullptr}, false, runTables},
-    {"describe", "List a table's columns", {"TABLE", nullptr}, false, runDescribe},
-    {"load", "Add a CSV file's rows to a table", {"FILE", "TABLE"}, true, runLoad},
-    {"doctor", "Say what works and what does not, with the cure", {nullptr, nullptr}, false, nullptr},
+    {"query", "Run a query and print its rows", {kSql, kNoArgument}, false, runQuery},
+    {"update", "Run a statement that changes data or tables", {kSql, kNoArgument}, true, runUpdate},
+    {"run",
+     "Run the statements of a file",
+     {{"FILE", "A file of statements that end with ;, or - for standard input"}, kNoArgument},
+     false,
+     runScript},
+    {"tables", "List the tables", {kNoArgument, kNoArgument}, false, runTables},
+    {"describe", "List a table's columns", {{"TABLE", "Its name, as in SQL"}, kNoArgument}, false, runDescribe},
+    {"load",
+     "Add a CSV file's rows to a table",
+     {{"FILE", "A CSV file whose first line names columns of the table, or - for standard input"},
+      {"TABLE", "The name of a table that is there, as in SQL"}},
+     true,
+     runLoad},
+    {"doctor", "Say what works and what does not, with the cure", {kNoArgument, kNoArgument}, false, nullptr},
 };
 
 /// Opens a file, or standard input for "-". @return null with the fault reported.
