@@ -158,7 +158,7 @@ mkdir -p other/com/ulvanejdbc
 echo junk | tee other/libjvm.so >other/com/ulvanejdbc/jdbcUtilities.class
 check "variables from the outside" 42 "$(CLASSPATH=$work/other LD_LIBRARY_PATH=$work/other KIVO_JVM=/nowhere \
   "$kivosql" query 'select 42' --format csv | tail -n 1)"
-for command in 'run -' 'load - information_schema.users'; do
+for command in 'run -' 'query -' 'load - information_schema.users'; do
   check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
 done
 
@@ -184,6 +184,9 @@ for carrier in wrapper jdbc; do
 done
 printf '\357\273\277select 1' >marked.sql
 check "a byte order mark" 1 "$(csv run marked.sql)"
+echo "select ';';" >one.sql
+check "a query on standard input" ';' "$(csv query - <one.sql)"
+check "two queries on standard input" 1 "$(echo 'select 1; selec 2' | "$kivosql" query - 2>&1 | grep -c 'must hold one statement')"
 echo "select 1 as a; create table u (id int); select 2 as b where 1 = 0; select 1 / (x - 2) as c from system_range(1, 3);
   select 3 as d" >several.sql
 check "a table a result" "$(printf 'A\n1\n\nB\n\nC\n-1\n\nD\n3')" \

@@ -101,16 +101,17 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
   return flushed(context.out);
 }
 
+/// Whether the statement can be run; otherwise the reason is reported.
+bool isUsable(const Statement& statement, const std::string& place) {
+  const bool utf8 = isUtf8(std::string(statement.text));
+  if (!statement.complete) complain(place + "a quote or comment in this statement never ends");
+  if (statement.complete && !utf8) complain(place + "this statement is not UTF-8");
+  return statement.complete && utf8;
+}
+
 ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
-  if (!statement.complete) {
-    complain(place + "a quote or comment in this statement never ends");
-    return kFailed;
-  }
+  if (!isUsable(statement, place)) return kFailed;
   const std::string sql(statement.text);
-  if (!isUtf8(sql)) {
-    complain(place + "this statement is not UTF-8");
-    return kFailed;
-  }
   return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
 }
 
@@ -121,6 +122,38 @@ bool holdsNul(const std::string& script, const std::string& path) {
   const auto line = 1 + std::count(script.begin(), script.begin() + static_cast<std::ptrdiff_t>(at), '\n');
   complain(path + ':' + std::to_string(line) + ": a NUL character; nothing was run");
   return true;
+}
+
+/// Reads the statements of a file, or of standard input for "-". @return false with the fault reported.
+bool readScript(const std::string& path, std::string& script, ExitCode& code) {
+  std::ifstream file;
+  std::istream* const input = openInput(path, file);
+  code = kWrongUse;
+  if (input == nullptr) return false;
+  script.assign(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
+  if (standardInputFailed()) {
+    complain("cannot read standard input");
+    return false;
+  }
+  code = kFailed;
+  return !holdsNul(script, path);
+}
+
+/// Runs the command's own statement, or for "-" the one on standard input.
+ExitCode runOne(Context& context, ExitCode (*run)(Context&, const std::string&, const std::string&)) {
+  const std::string& argument = context.options.arguments[0];
+  if (argument != "-") return run(context, argument, "");
+  std::string script;
+  if (ExitCode code = kDone; !readScript(argument, script, code)) return code;
+  StatementSplitter splitter(script, literalsFor(context.session.url()).dialect);
+  Statement first;
+  Statement second;
+  if (!splitter.next(first) || splitter.next(second)) {
+    complain("standard input must hold one statement; kivosql run takes any number");
+    return kWrongUse;
+  }
+  return isUsable(first, "") ? run(context, std::string(first.text), "") : kFailed;
 }
 
 /// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
@@ -186,22 +219,14 @@ void tellTiming(const Context& context, unsigned long long rows, double elapsed)
       " per second");
 }
 
-ExitCode runQuery(Context& context) { return query(context, context.options.arguments[0], ""); }
+ExitCode runQuery(Context& context) { return runOne(context, query); }
 
-ExitCode runUpdate(Context& context) { return update(context, context.options.arguments[0], ""); }
+ExitCode runUpdate(Context& context) { return runOne(context, update); }
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
-  std::ifstream file;
-  std::istream* const input = openInput(path, file);
-  if (input == nullptr) return kWrongUse;
-  std::string script(std::istreambuf_iterator<char>(input->rdbuf()), {});
-  if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
-  if (standardInputFailed()) {
-    complain("cannot read standard input");
-    return kWrongUse;
-  }
-  if (holdsNul(script, path)) return kFailed;
+  std::string script;
+  if (ExitCode code = kDone; !readScript(path, script, code)) return code;
   const Dialect dialect = literalsFor(context.session.url()).dialect;
   StatementSplitter splitter(script, dialect);
   const Results& results = context.options.format->ofScript;

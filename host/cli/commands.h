@@ -38,7 +38,7 @@ ExitCode runTables(Context& context);
 ExitCode runDescribe(Context& context);
 ExitCode runLoad(Context& context);
 
-constexpr Argument kSql = {"SQL", "The statement"};
+constexpr Argument kSql = {"SQL", "The statement, or - for standard input"};
 constexpr Argument kNoArgument = {nullptr, nullptr};
 
 constexpr Command kCommands[] = {
