@@ -283,28 +283,42 @@ TEST_F(Drivers, OnlyWhatReadsGetsATransactionForItsRows) {
   }
 }
 
-TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnce) {
+TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnceOrNotAtAll) {
   const struct {
-    const char* countsAndText;
-    const char* number;
+    const char* counts;
+    const char* text;
+    const char* which;
+    const char* state = "23505";
   } rows[] = {
-      {"-3,-3,-3 Batch entry 1 insert was aborted.  Call getNextException to see more.", "2"},
-      {"-3,-3,-3 L'element du batch 2 insert a ete annule. Appeler getNextException pour plus.", "3"},
-      {"1,-3,1 [jcc][t4][102] Batch failure. Use getNextException().", "2"},
-      {"1,-3,1 Error 0. Use getNextException().", "2"},
-      {"1,-3,-3 [jcc][t4][2] Batch failure. Use getNextException().", "2"},
-      {"1,-3,-3 Batch entry 7 of another numbering", "2"},
-      {"1,1 duplicate key", "3"},
+      {"-3,-3,-3", "Batch entry 1 insert was aborted.  Call getNextException to see more.", "statement 2 of 3"},
+      {"-3,-3,-3", "Batch entry \u0662 insert was aborted.", "statement 3 of 3"},
+      {"-3,-3,-3", "L'element du batch 2 insert a ete annule. Appeler getNextException.", "statement 3 of 3"},
+      {"1,-3,1", "[jcc][t4][102] Batch failure. Use getNextException().", "statement 2 of 3"},
+      {"1,-3,1", "Error 0. Use getNextException().", "statement 2 of 3"},
+      {"1,-3,-3", "[jcc][t4][2] Batch failure. Use getNextException().", "statement 2 of 3"},
+      {"1,-3,-3", "Batch entry 7 of another numbering", "statement 2 of 3"},
+      {"-3,-3,1", "duplicate key", "statement 1 of 3"},
+      {"1,1", "duplicate key", "statement 3 of 3"},
+      // What cannot be, or may be said of any.
+      {"-3,-3,-3", "Batch entry 1,002 insert was aborted.", "one of 3 statements"},
+      {"-3,-3,-3", "Batch entry 1\u202F002 insert was aborted.", "one of 3 statements"},
+      {"-3,-3,-3", "Batch entry \u0661\u066C\u0660\u0660\u0662 insert was aborted.", "one of 3 statements"},
+      {"-3,-3,-3", "Batch entry 99999999999 insert was aborted.", "one of 3 statements"},
+      {"-3,-3,-3", "duplicate key", "one of 3 statements"},
+      {"1,1,1", "duplicate key", "one of 3 statements"},
+      {"1,1,1,-3", "duplicate key", "one of 3 statements"},
+      {"none", "duplicate key", "one of 3 statements"},
+      {"null", "duplicate key", "one of 3 statements"},
+      {"-3,-3,-3", "Batch entry 0 insert was aborted: no connection", "one of 3 statements", "08006"},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.countsAndText);
-    const std::string answered = row.countsAndText;
-    answer("Statement.executeBatch", answered);
+    SCOPED_TRACE(std::string(row.counts) + ' ' + row.text);
+    answer("Statement.executeBatch", std::string(row.counts) + ' ' + row.state + ' ' + row.text);
     batch(3);
     EXPECT_EQ(wrapper.errorState, 1);
-    EXPECT_EQ(wrapper.errorMessage, std::string("the batch was rolled back: statement ") + row.number +
-                                        " of 3 failed [23505/0]\n" + answered.substr(answered.find(' ') + 1) +
-                                        " [23505/0]");
+    const std::string codes = std::string(" [") + row.state + "/0]";
+    EXPECT_EQ(wrapper.errorMessage,
+              std::string("the batch was rolled back: ") + row.which + " failed" + codes + '\n' + row.text + codes);
   }
 }
 
@@ -330,6 +344,13 @@ TEST_F(Drivers, ALongChainIsToldInPart) {
   EXPECT_EQ(told.find("Statement.executeUpdate refused, 40000\n"), 0U) << told.substr(0, 2000);
   EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 20);
   EXPECT_EQ(told.substr(told.rfind('\n')), "\nand 39981 more");
+}
+
+TEST_F(Drivers, ARingOfExceptionsIsToldOnce) {
+  answer("Statement.executeUpdate", "throw 2 ring");
+  EXPECT_LT(wrapper.executeUpdate("any"), 0);
+  EXPECT_EQ(wrapper.errorMessage,
+            "Statement.executeUpdate refused, 2\nStatement.executeUpdate refused, 1\nStatement.executeUpdate refused");
 }
 
 }  // namespace

@@ -16,9 +16,16 @@ import java.util.stream.IntStream;
  * the caller's statement, on which some drivers refuse a query while a batch waits.
  */
 final class Batch {
-  /** Where the update counts do not tell: the first number, from 0, also in the translations of PostgreSQL's driver. */
-  private static final Pattern TOLD = Pattern.compile("(?:batch entry|(?=.*getNextException))[^\\d\\[]*(\\d{1,9})",
+  /**
+   * The first number of the text, as PostgreSQL's driver has it in each of its languages: counted from 0, in the digits
+   * and with the grouping of any locale.
+   */
+  private static final Pattern TOLD = Pattern.compile(
+      "(?:batch entry|(?=.*getNextException))[^\\p{Nd}\\[]*(\\p{Nd}+(?:[\\p{P}\\p{Zs}&&[^ ]]\\p{Nd}{2,3})*)",
       Pattern.CASE_INSENSITIVE | Pattern.DOTALL);
+
+  private static final String BROKEN_CONNECTION = "08";
+  private static final int UNKNOWN = -1;
 
   private List<String> waiting = new ArrayList<>();
 
@@ -33,17 +40,21 @@ final class Batch {
     return taken;
   }
 
-  /** @param atOnce how many statements to hand to the driver together; between such groups the batch can be cancelled */
-  static void execute(Connection connection, List<String> statements, int atOnce, Cancellation cancellation)
+  /** In groups, between which the batch can be cancelled. */
+  static void execute(Connection connection, List<String> statements, DriverTraits traits, Cancellation cancellation)
       throws SQLException {
     int size = statements.size();
+    int atOnce = traits.statementsAtOnce();
     for (int first = 0; first < size; first += atOnce) {
       List<String> group = statements.subList(first, Math.min(first + atOnce, size));
       try {
         execute(connection, group, cancellation);
       } catch (BatchUpdateException failure) {
-        String text = "the batch was rolled back: statement " + (first + failedStatement(failure, group.size())) + " of "
-            + size + " failed";
+        int failed = failedStatement(failure, group.size(), traits);
+        String which = failed == UNKNOWN
+            ? "one of " + size + " statements"
+            : "statement " + (first + failed + 1) + " of " + size;
+        String text = "the batch was rolled back: " + which + " failed";
         throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
       }
     }
@@ -63,19 +74,30 @@ final class Batch {
     }
   }
 
-  /** Counted from 1. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
-  private static int failedStatement(BatchUpdateException failure, int size) {
+  /** Counted from 0. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
+  private static int failedStatement(BatchUpdateException failure, int size, DriverTraits traits) {
+    if (size == 1) return 0;
+    if (String.valueOf(failure.getSQLState()).startsWith(BROKEN_CONNECTION)) return UNKNOWN;
     int[] counts = failure.getUpdateCounts();
-    int index = 0;
-    while (index < counts.length && counts[index] != Statement.EXECUTE_FAILED) ++index;
+    if (counts == null || counts.length > size) counts = new int[0];
+    int unmarked = 0;
+    while (unmarked < counts.length && counts[unmarked] != Statement.EXECUTE_FAILED) ++unmarked;
     long marks = IntStream.of(counts).filter(count -> count == Statement.EXECUTE_FAILED).count();
-    int told = marks == 1 ? index : told(failure);
-    return told < size ? told + 1 : Math.min(index + 1, size);
+    if (marks == 1) return unmarked;
+    int told = told(failure, size);
+    if (told != UNKNOWN) return told;
+    // Where all are marked, or none of all, it may be any.
+    boolean stopped = unmarked < size && (unmarked > 0 || traits.countsEndAtFailure());
+    boolean says = marks == 0 ? stopped : marks < counts.length;
+    return says ? unmarked : UNKNOWN;
   }
 
-  /** The statement that the text tells, counted from 0; far beyond all when it tells none. */
-  private static int told(BatchUpdateException failure) {
+  /** The statement that the text tells. */
+  private static int told(BatchUpdateException failure, int size) {
     Matcher told = TOLD.matcher(String.valueOf(failure.getMessage()));
-    return told.lookingAt() ? Integer.parseInt(told.group(1)) : Integer.MAX_VALUE;
+    if (!told.lookingAt()) return UNKNOWN;
+    String digits = told.group(1).replaceAll("\\P{Nd}", "");
+    boolean longer = digits.length() > String.valueOf(size).length();
+    return longer || Integer.parseInt(digits) >= size ? UNKNOWN : Integer.parseInt(digits);
   }
 }

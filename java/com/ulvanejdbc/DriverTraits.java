@@ -59,7 +59,12 @@ enum DriverTraits {
   },
 
   /** It gathers all rows, a database in files on disk beyond so many; below that many it is several times faster. */
-  HSQLDB("hsqldb", "set session result memory rows 20000"),
+  HSQLDB("hsqldb", "set session result memory rows 20000") {
+    @Override
+    boolean countsEndAtFailure() {
+      return true;
+    }
+  },
 
   MARIADB("mariadb", DriverTraits.IN_UTC) {
     /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
@@ -205,6 +210,11 @@ enum DriverTraits {
   /** How many statements of a batch to hand over together: as many as PostgreSQL's driver sends without an answer. */
   int statementsAtOnce() {
     return STATEMENTS_AT_ONCE;
+  }
+
+  /** Whether no update counts mean that the first statement failed; in other drivers they may mean anything. */
+  boolean countsEndAtFailure() {
+    return false;
   }
 
   /** Whether a cell's type may differ from its column's. */

@@ -119,7 +119,7 @@ final class Session {
   /** @return how many statements ran */
   int runBatch() throws SQLException {
     List<String> statements = batch.take();
-    runAsOne(onConnection -> Batch.execute(onConnection, statements, traits.statementsAtOnce(), cancellation));
+    runAsOne(onConnection -> Batch.execute(onConnection, statements, traits, cancellation));
     return statements.size();
   }
 

@@ -97,18 +97,23 @@ final class JdbcDouble implements InvocationHandler {
     return Recorder.value(sql, Recorder.scripted(sql, DEFAULT_RESULT));
   }
 
-  /** @param answer counts, with the text of a failure behind them if it is to fail; or nothing */
+  /** @param answer counts, with the SQL state and the text of a failure behind them if it is to fail; or nothing */
   private int[] executeBatch(String answer) throws BatchUpdateException {
     int added = batched;
     batched = 0;
     if (!answer.isEmpty()) {
-      String[] parts = answer.split(" ", 2);
-      int[] counts = Arrays.stream(parts[0].split(",")).mapToInt(Integer::parseInt).toArray();
-      if (parts.length == 2) throw new BatchUpdateException(parts[1], "23505", counts);
-      return counts;
+      String[] parts = answer.split(" ", 3);
+      if (parts.length == 3) throw new BatchUpdateException(parts[2], parts[1], counts(parts[0]));
+      return counts(parts[0]);
     }
     int[] ones = new int[added];
     Arrays.fill(ones, 1);
     return ones;
+  }
+
+  private static int[] counts(String list) {
+    if (list.equals("null")) return null;
+    if (list.equals("none")) return new int[0];
+    return Arrays.stream(list.split(",")).mapToInt(Integer::parseInt).toArray();
   }
 }

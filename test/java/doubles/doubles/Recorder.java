@@ -13,7 +13,7 @@ public final class Recorder {
 
   private Recorder() {}
 
-  /** From now on the member answers so: "throw", "throw 9" causes, "null", text that it understands, or as "usual". */
+  /** From now on the member answers so: "throw", "throw 9" causes, "throw 9 ring", "null", text that it understands, or as "usual". */
   public static void answer(String member, String text) {
     ANSWERS.put(member, text);
     ANSWERS.remove(member, "usual");
@@ -56,8 +56,14 @@ public final class Recorder {
 
   private static SQLException refusal(String member, String text) {
     SQLException refusal = new SQLException(member + " refused");
-    int causes = text.equals("throw") ? 0 : Integer.parseInt(text.substring("throw ".length()));
+    SQLException innermost = refusal;
+    String[] words = text.split(" ");
+    int causes = words.length == 1 ? 0 : Integer.parseInt(words[1]);
     for (int cause = 1; cause <= causes; ++cause) refusal = new SQLException(member + " refused, " + cause, refusal);
+    if (text.endsWith("ring")) {
+      innermost.initCause(refusal);
+      innermost.setNextException(refusal);
+    }
     return refusal;
   }
 
