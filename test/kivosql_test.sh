@@ -301,7 +301,11 @@ check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
 env KIVO_PASSWORD="$secret" "$kivosql" $place query "select * from \"$secret\"" >out 2>err || true
 check "no password in an error of the database's" 1 "$(grep -c 'relation "\*\*\*"' err)"
 # The VM writes what it has in registers, on stacks and in its log of exceptions to hs_err_pid*.log.
-(ulimit -c 0 && exec env KIVO_PASSWORD="$secret" "$kivosql" $place query "$slow" >out 2>err) &
+(ulimit -c 0 && exec env KIVO_PASSWORD="$secret" "$kivosql" $place query 'select pg_sleep(98)' >out 2>err) &
+for _ in $(seq 600); do
+  find /proc/$!/fd -lname 'socket:*' 2>/dev/null | grep -q . && break
+  sleep 0.1
+done
 sleep 1
 kill -SEGV $!
 wait $! || true
