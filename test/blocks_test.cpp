@@ -357,6 +357,36 @@ TEST(BlocksOfResults, OfAWrapperReleaseEverythingWhicheverCallFails) {
   EXPECT_GT(points, 20);
 }
 
+/// Takes the memory that a Java VM has for buffers outside its heap, but for one of 64 kB, until it ends.
+class NoBufferMemory {
+ public:
+  explicit NoBufferMemory(JNIEnv* owner) : env(owner) {
+    EXPECT_EQ(env->PushLocalFrame(4096), JNI_OK);
+    const jclass buffers = env->FindClass("java/nio/ByteBuffer");
+    const jmethodID make = env->GetStaticMethodID(buffers, "allocateDirect", "(I)Ljava/nio/ByteBuffer;");
+    jobject last = nullptr;
+    jobject made = nullptr;
+    while ((made = env->CallStaticObjectMethod(buffers, make, jint{1} << 16)) != nullptr) last = made;
+    env->ExceptionClear();
+    env->DeleteLocalRef(last);
+  }
+  ~NoBufferMemory() { env->PopLocalFrame(nullptr); }
+  NoBufferMemory(const NoBufferMemory&) = delete;
+  NoBufferMemory& operator=(const NoBufferMemory&) = delete;
+
+ private:
+  JNIEnv* env;
+};
+
+TEST(BlocksOfResults, BringTheRowsThatThereIsMemoryFor) {
+  WrapperSource reader(database("h2"));
+  ASSERT_TRUE(reader.query("select repeat('x', case when x < 12 then 1 else 500000 end) from system_range(1, 20)"));
+  RowBlocks blocks(reader.wrapper, {8});
+  const NoBufferMemory none(reader.wrapper.env);
+  // A full block, then what there is room for of the second.
+  expectOutcome(blocks, {11, 2, "out of memory"});
+}
+
 TEST(BlocksOfResults, OfAWrapperHoldNothingInTheDatabaseAfterAFailure) {
   WrapperSource reader(database("postgresql"));
   WrapperSource other(database("postgresql"));
