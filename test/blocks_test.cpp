@@ -368,8 +368,11 @@ class NoBufferMemory {
     const jclass buffers = env->FindClass("java/nio/ByteBuffer");
     const jmethodID make = env->GetStaticMethodID(buffers, "allocateDirect", "(I)Ljava/nio/ByteBuffer;");
     jobject last = nullptr;
-    jobject made = nullptr;
-    while ((made = env->CallStaticObjectMethod(buffers, make, jint{1} << 16)) != nullptr) last = made;
+    while (true) {
+      const jobject made = env->CallStaticObjectMethod(buffers, make, jint{1} << 16);
+      if (env->ExceptionCheck() != JNI_FALSE) break;
+      last = made;
+    }
     env->ExceptionClear();
     env->DeleteLocalRef(last);
   }
