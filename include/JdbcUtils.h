@@ -98,7 +98,8 @@ class KIVO_EXPORT JdbcUtils {
   /// Moves to the next row. False at the end, without a result, or when Java threw (left pending).
   bool next();
 
-  /// @return the number of columns of the open result; -1 without one or when it cannot be asked, 0 when Java threw.
+  /// @return the number of columns of the open result; -1 without one or when it cannot be determined, 0 when Java
+  /// threw.
   int getNumColumns();
 
   /// Runs a query, closing the previous result first; makes the statement when none is held.

@@ -75,7 +75,7 @@ inline void replace(Converted& result) {
 inline bool isHighSurrogate(unsigned code) { return code >= 0xD800U && code <= 0xDBFFU; }
 inline bool isLowSurrogate(unsigned code) { return code >= 0xDC00U && code <= 0xDFFFU; }
 
-/// The low half right behind a high one; 0 when there is none.
+/// The low half directly after a high one; 0 when there is none.
 inline unsigned lowSurrogateAt(std::string_view text, std::size_t at) {
   if (at >= text.size() || sequenceLength(text.data() + at, text.size() - at) != 3) return 0;
   const unsigned code = decode(text.data() + at, 3);

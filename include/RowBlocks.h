@@ -12,11 +12,11 @@
 class JdbcUtils;
 class jdbcWrapper;
 
-/// How rows are to come by the block.
+/// Limits of a block, and the encoding of its text.
 struct RowBlocksOptions {
-  int rows = 1024;             ///< the most rows a block, 1 to 65536; a block also ends once it holds a megabyte
-  bool standardUtf8 = false;   ///< standard UTF-8 instead of JNI's modified form; half a surrogate pair becomes U+FFFD
-  int mostRowBytes = 1 << 28;  ///< the most bytes of text that a row may have, 1 to 2^29; a larger one is a failure
+  int maxRows = 1024;         ///< maximum rows per block, 1 to 65536; a block also ends once it holds a megabyte
+  bool standardUtf8 = false;  ///< standard UTF-8 instead of JNI's modified form; half a surrogate pair becomes U+FFFD
+  int maxRowBytes = 1 << 28;  ///< maximum bytes of text per row, 1 to 2^29; a larger row is a failure
 };
 
 /// Reads the open result of a JdbcUtils or a jdbcWrapper by the block: one Java call for many rows, whose values are
@@ -28,17 +28,17 @@ struct RowBlocksOptions {
 ///         for (int column = 1; column <= blocks.columns(); ++column) use(blocks.text(row, column));
 ///     if (blocks.errorState != 0) report(blocks.errorMessage);
 ///
-/// A driver that fetches fewer rows at a time than a block takes is asked to fetch more, at most four times its own
-/// number, while a megabyte holds them. Of rows that are too wide for that it is asked to fetch fewer.
+/// If the driver fetches fewer rows at a time than a block holds, its fetch size is raised, up to four times its own
+/// number, as long as those rows fit in a megabyte. For wider rows it is lowered.
 ///
-/// Rows that were read are past for the source too: read a result through one of the two, not both. The source may be
-/// closed, or run another query, before this object ends; next() then fails.
+/// Rows that were read are consumed for the source as well: read a result through one of the two, not both. The source
+/// may be closed, or run another query, before this object ends; next() then fails.
 ///
-/// Errors: errorState and errorMessage, as of jdbcWrapper. When a row fails, the rows before it come first; a failure
+/// Errors: errorState and errorMessage, as in jdbcWrapper. When a row fails, the rows before it come first; a failure
 /// also closes the result of a jdbcWrapper, so that the database holds nothing for it any more. Nothing is printed, and
 /// an exception that the source left pending stays for the source to report.
 ///
-/// Thread: the one that the source has when this is made; the destructor included. Members throw nothing of their own;
+/// Thread: the source's thread at construction; the destructor runs there too. Members throw nothing of their own;
 /// std::bad_alloc can escape, with everything released.
 ///
 /// The fields are public because their order is part of the binary interface; hosts read the last two only.
@@ -67,7 +67,7 @@ class KIVO_EXPORT RowBlocks {
   /// @param row counted from 0, below rows(). @param column counted from 1. Neither is checked, here and in text().
   bool isNull(int row, int column) const { return ends[index(row, column)] < 0; }
 
-  /// @return the value's text, without a NUL behind it, valid until next() or the end of this object; empty for SQL
+  /// @return the value's text, not terminated by a NUL, valid until next() or the end of this object; empty for SQL
   ///         NULL.
   std::string_view text(int row, int column) const {
     const std::ptrdiff_t cell = index(row, column);
@@ -79,7 +79,7 @@ class KIVO_EXPORT RowBlocks {
   JNIEnv* env = nullptr;               ///< Environment of the source's thread.
   jobject packer = nullptr;            ///< The Java object that reads, global reference or null.
   jmethodID packMethod = nullptr;      ///< Its method that reads a block.
-  jmethodID failureMethod = nullptr;   ///< Its method that tells of a failure.
+  jmethodID failureMethod = nullptr;   ///< Its method that describes a failure.
   const std::int32_t* ends = nullptr;  ///< Where each cell's text ends, row by row; the complement for SQL NULL.
   const char* texts = nullptr;         ///< The block's text.
   int rowCount = 0;                    ///< Rows of the block.

@@ -72,10 +72,10 @@ class KIVO_EXPORT jdbcWrapper {
   /// Makes the statement that queries, updates and batches run on.
   bool getStatement();
 
-  /// Runs a query. What an "insert ... returning" and its like change is committed when this returns, on SQLite with
+  /// Runs a query. What an "insert ... returning" and its like change is committed when this returns, on SQLite at
   /// the end of their rows. What a "select" changes, through a function, say, is committed when its rows have been read
   /// to their end, at the next statement or by closeConnection().
-  /// @param maxRows the most rows to return; 0 is no limit.
+  /// @param maxRows maximum number of rows to return; 0 is no limit.
   bool executeQuery(std::string sql, int maxRows);
 
   /// Moves to the next row. False with errorState 0 is the end of the rows.
@@ -105,10 +105,10 @@ class KIVO_EXPORT jdbcWrapper {
   /// Adds a statement to the batch.
   bool addToBatch(std::string sql);
 
-  /// Executes the batch as one transaction: all of it takes effect or, on failure, none, but for what the database
-  /// commits by itself (on H2, HSQLDB and MariaDB a "create table" with all before it) or keeps in tables without
-  /// transactions. The batch is empty afterwards. In a transaction opened in SQL it becomes part of that one where the
-  /// driver tells of it, as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere it commits that one.
+  /// Executes the batch as one transaction: all of it takes effect or, on failure, none, except what the database
+  /// commits by itself (on H2, HSQLDB and MariaDB a "create table" and all before it) or keeps in tables without
+  /// transactions. The batch is empty afterwards. In a transaction opened in SQL it becomes part of that one if the
+  /// driver reports it, as those of H2, MariaDB, PostgreSQL and SQLite do; otherwise it commits that one.
   /// @param result receives the number of statements executed, always written.
   bool executeBatch(int& result);
 

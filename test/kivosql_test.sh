@@ -145,12 +145,12 @@ check "stack traces only when asked for" yes \
   "$("$kivosql" $postgres --through jdbc --verbose query 'select * from nope' 2>&1 | grep -q '	at ' && echo yes)"
 code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
-check "doctor without the driver" "3 1" "$code $(grep -c "cure: put the driver's jar on the class path" out)"
+check "doctor without the driver" "3 1" "$code $(grep -c "fix: put the driver's jar on the class path" out)"
 head -c 100000 /usr/share/java/h2.jar >half.jar
 code=0
 "$kivosql" --url jdbc:postgres://h/d --class-path half.jar:/usr/share/java/h2.jar doctor >out || code=$?
 check "doctor with half a jar and a wrong word" "3 1 1 1" "$code $(grep -c '✗ .*half.jar is not a jar' out) $(
-  grep -c '✗ entry' out) $(grep -c 'cure: --url with jdbc:postgresql: instead' out)"
+  grep -c '✗ entry' out) $(grep -c 'fix: --url with jdbc:postgresql: instead' out)"
 check "the doctor's, too" yes \
   "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
 

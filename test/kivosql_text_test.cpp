@@ -107,8 +107,8 @@ TEST(Kivosql, ReadsCsv) {
       {"\n,\n", {{""}, {"", ""}}, ""},
       {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
       {"a\n\"b", {{"a"}}, "a quote that begins in the record on line 2 never ends"},
-      {"a\n\"b\"c\nd", {{"a"}}, "line 2 has text behind a closing quote, or a lone carriage return"},
-      {"a\rb", {}, "line 1 has text behind a closing quote, or a lone carriage return"},
+      {"a\n\"b\"c\nd", {{"a"}}, "line 2 has text after a closing quote, or a lone carriage return"},
+      {"a\rb", {}, "line 1 has text after a closing quote, or a lone carriage return"},
   };
   for (const auto& row : rows) {
     std::istringstream input(row.csv);

@@ -57,7 +57,7 @@ constexpr Command kCommands[] = {
       {"TABLE", "The name of a table that is there, as in SQL"}},
      true,
      runLoad},
-    {"doctor", "Say what works and what does not, with the cure", {kNoArgument, kNoArgument}, false, nullptr},
+    {"doctor", "Say what works and what does not, and how to fix it", {kNoArgument, kNoArgument}, false, nullptr},
 };
 
 /// Opens a file, or standard input for "-". @return null with the fault reported.

@@ -19,7 +19,7 @@ bool contains(const std::vector<std::string>& entries, const std::string& entry)
 /// What a failed connection's text holds, and what helps.
 struct Cure {
   const char* sign;
-  const char* cure;
+  const char* fix;
 };
 
 constexpr const char* kHost = "see that --host, or the host in --url, is right";
@@ -27,7 +27,7 @@ constexpr const char* kLogin = "see that --user and the password are right";
 constexpr const char* kName = "see that the database's name is right";
 constexpr const char* kFolder = "see that the file's folder exists and that you may write there";
 
-constexpr Cure kCures[] = {
+constexpr Cure kFixes[] = {
     {"NoClassDefFound", "put the jar or folder with this class on the class path: --class-path"},
     {"Unknown vendor", "--through wrapper takes any driver; jdbc only the vendors of JdbcUtils"},
     {"could not parse the url", "a URL is jdbc:, the driver's word, a colon, and what the driver takes"},
@@ -49,7 +49,7 @@ constexpr Cure kCures[] = {
 };
 
 /// For a URL that no driver takes.
-std::string cureForDriver(const std::string& url, const ClassPath& classPath) {
+std::string fixForDriver(const std::string& url, const ClassPath& classPath) {
   const std::size_t begin = url.find(':') + 1;
   const std::string word = url.substr(begin, url.find(':', begin) - begin);
   std::vector<std::string> words;
@@ -64,11 +64,11 @@ std::string cureForDriver(const std::string& url, const ClassPath& classPath) {
                         : "--url with jdbc:" + likely + ": instead of jdbc:" + word + ":";
 }
 
-std::string cureFor(const std::string& error, const std::string& url, const ClassPath& classPath) {
-  if (error.find("no driver found") != std::string::npos) return cureForDriver(url, classPath);
-  const auto* cure = std::find_if(std::begin(kCures), std::end(kCures),
-                                  [&error](const Cure& row) { return error.find(row.sign) != std::string::npos; });
-  return cure->cure;
+std::string fixFor(const std::string& error, const std::string& url, const ClassPath& classPath) {
+  if (error.find("no driver found") != std::string::npos) return fixForDriver(url, classPath);
+  const auto* fix = std::find_if(std::begin(kFixes), std::end(kFixes),
+                                 [&error](const Cure& row) { return error.find(row.sign) != std::string::npos; });
+  return fix->fix;
 }
 
 class Report {
@@ -80,11 +80,11 @@ class Report {
   void good(const std::string& name, const std::string& text) { line("✓", name, text); }
 
   /// Worth knowing, but nothing fails for it.
-  void absent(const std::string& name, const std::string& cure) { line("·", name, "not here: " + cure); }
+  void absent(const std::string& name, const std::string& fix) { line("·", name, "not installed: " + fix); }
 
-  bool bad(const std::string& name, const std::string& text, const std::string& cure) {
+  bool bad(const std::string& name, const std::string& text, const std::string& fix) {
     line("✗", name, text);
-    line(" ", "", "cure: " + cure);
+    line(" ", "", "fix: " + fix);
     return false;
   }
 
@@ -109,18 +109,18 @@ bool checkVm(Report& report, const Options& options, Jvm& jvm) {
                       "apt-get install default-jre-headless, or --jvm with a Java home");
   }
   report.good("library", jvm.library + ", by " + jvm.foundBy);
-  report.good("version", jvm.version.empty() ? "not told" : jvm.version);
+  report.good("version", jvm.version.empty() ? "unknown" : jvm.version);
   report.good("heap", "at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " +
                           grouped(static_cast<unsigned long>(machineMegabytes())) + " MB");
   return true;
 }
 
 /// An entry that is there.
-bool checkEntry(Report& report, const std::string& name, const std::string& entry, const std::string& cure) {
+bool checkEntry(Report& report, const std::string& name, const std::string& entry, const std::string& fix) {
   std::error_code unknown;
   const bool good = std::filesystem::is_directory(entry, unknown) || isJar(entry);
   if (good) report.good(name, entry);
-  return good || report.bad(name, entry + " is not a jar, or not all of one", cure);
+  return good || report.bad(name, entry + " is not a jar, or not all of one", fix);
 }
 
 bool checkDrivers(Report& report, const ClassPath& classPath) {
@@ -157,7 +157,7 @@ bool checkConnection(Report& report, const Options& options, const ClassPath& cl
   const bool connected = session->open(options.target);
   const std::string name = session->url().empty() ? options.target.url + options.target.type : session->url();
   if (!connected) {
-    report.bad("connect", name + ": " + session->error(), cureFor(session->error(), name, classPath));
+    report.bad("connect", name + ": " + session->error(), fixFor(session->error(), name, classPath));
     if (options.verbose) report.details(session->details());
     return false;
   }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kLeastHeap = 16;  // the heap that the library starts with
 
-/// Whether so much address space is to be had, which a limit of the shell's may forbid.
+/// Whether this much address space can be reserved; a limit of the shell may forbid it.
 bool canReserve(int megabytes) {
   const std::size_t size = static_cast<std::size_t>(megabytes) << 20U;
   void* reserved = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

@@ -33,7 +33,7 @@ constexpr DriverJar kDriverJars[] = {
 
 struct ClassPath {
   std::vector<std::string> entries;
-  std::vector<std::string> given;    ///< those of them that were asked for
+  std::vector<std::string> given;    ///< those of them that the user named
   std::vector<std::string> missing;  ///< given, but not there
   std::string companion;             ///< the library's own jar; empty when not found
 };

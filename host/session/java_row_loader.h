@@ -28,7 +28,7 @@ class JavaRowLoader {
 };
 
 /// The companion jar's FailedStatement. @param statements as they are on this side.
-/// @return false when it cannot be told.
+/// @return false when it is unknown.
 bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::string>& statements,
                          std::size_t& number, std::string& why);
 

@@ -60,7 +60,7 @@ class BlockRows {
     RowBlocksOptions options;
     options.standardUtf8 = true;
     // A person sees each row as it comes.
-    if (outputOnTerminal()) options.rows = 1;
+    if (outputOnTerminal()) options.maxRows = 1;
     blocks_.emplace(source, options);
     row_ = 0;
   }
@@ -82,7 +82,7 @@ class PackedRows {
   void clear();
 
   std::vector<std::int32_t> ends;  ///< where each value's text ends; the complement for NULL
-  std::string text;                ///< the values one behind the other
+  std::string text;                ///< the values, one after the other
 };
 
 /// What the commands need of a database, whichever of the library's classes carries it. After a failure error() says
@@ -111,7 +111,7 @@ class Session {
 
   /// Finds the one of the statements for which updateAll() failed just now; error() is that one's then.
   /// @param mayRunAgain the statements are undone for certain, and may be run once more and undone once more.
-  /// @return counted from 0; nothing when it cannot be told.
+  /// @return counted from 0; nothing when it is unknown.
   virtual std::optional<std::size_t> failedStatement(const std::vector<std::string>& statements, bool mayRunAgain) = 0;
 
   /// Gets ready for storeRows(). @param insert the statement up to and with its word "values"
@@ -128,7 +128,7 @@ class Session {
   virtual bool describe(const std::string& table);
 
   /// Asks the database to give up the statement that runs. Any thread, between open() and close().
-  /// @return false when it cannot be asked.
+  /// @return false when the database cannot be reached.
   virtual bool cancel() = 0;
 
   /// Whether the connection has gone, and with it the answer to what ran last. error() stays.
@@ -141,7 +141,7 @@ class Session {
   const std::vector<Column>& columns() const { return columns_; }
   const std::string& url() const { return url_; }
   const std::string& error() const { return error_; }
-  /// All that Java said of it: more than one would read unasked, stack traces included.
+  /// Java's full error output, stack traces included.
   const std::string& details() const { return details_; }
 
  protected:

@@ -87,7 +87,7 @@ class BridgeSession : public Session {
   }
 
  private:
-  static constexpr int kMostColumns = 10000;
+  static constexpr int kMaxColumns = 10000;
 
   using Value = std::optional<std::string>;
 
@@ -134,7 +134,7 @@ class BridgeSession : public Session {
   bool readFirst() {
     values_.clear();
     // One more than there may be, to see that there is none.
-    for (int column = 1; column <= kMostColumns + 1; ++column) {
+    for (int column = 1; column <= kMaxColumns + 1; ++column) {
       char* value = nullptr;
       if (!java_->getColumn(column, value)) return isBehindLast(column);
       take(value, values_.emplace_back());
@@ -144,7 +144,7 @@ class BridgeSession : public Session {
     return false;
   }
 
-  /// Whether the column that failed is one too many. A value that cannot be read has a column before or behind it.
+  /// Whether the column that failed is one too many. A value that cannot be read has a column before or after it.
   bool isBehindLast(int column) {
     done(false);
     char* value = nullptr;

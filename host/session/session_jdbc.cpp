@@ -103,7 +103,7 @@ class JdbcSession : public Session {
  private:
   bool threw() const { return database_.env != nullptr && database_.env->ExceptionCheck() == JNI_TRUE; }
 
-  /// The library tells of a failure by its result, by an exception that it leaves pending, or by both.
+  /// The library reports a failure by its result, by an exception that it leaves pending, or by both.
   bool done(bool result, const std::string& text = {}) {
     const bool failed = !result || threw();
     if (threw()) database_.env->ExceptionDescribe();

@@ -34,7 +34,7 @@ std::string CsvReader::skipByteOrderMark() {
   return {};
 }
 
-/// The opening quote is behind us.
+/// The opening quote has been read.
 bool CsvReader::takeQuoted(std::string& text) {
   for (int byte = take(); byte != kEnd; byte = take()) {
     if (byte != '"') {
@@ -69,7 +69,7 @@ bool CsvReader::next(std::vector<CsvField>& record) {
   } while (takeIf(','));
   takeIf('\r');
   if (takeIf('\n') || input_.sgetc() == kEnd) return true;
-  error_ = "line " + std::to_string(line_) + " has text behind a closing quote, or a lone carriage return";
+  error_ = "line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return";
   return false;
 }
 

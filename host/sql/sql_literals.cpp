@@ -50,11 +50,11 @@ bool isNegativeZero(std::string_view number) {
 /// The number without its exponent, for which some databases would make a floating-point one of it; empty when that
 /// takes too many zeros.
 std::string withoutExponent(const std::string& number) {
-  constexpr long kMostZeros = 1000;
+  constexpr long kMaxZeros = 1000;
   const std::size_t mark = number.find_first_of("eE");
   if (mark == std::string::npos) return number;
   const long exponent = std::strtol(number.c_str() + mark + 1, nullptr, 10);
-  if (exponent < -kMostZeros || exponent > kMostZeros) return {};
+  if (exponent < -kMaxZeros || exponent > kMaxZeros) return {};
   const bool negative = number.front() == '-';
   std::string digits = number.substr(negative ? 1 : 0, mark - (negative ? 1 : 0));
   const std::size_t point = digits.find('.');

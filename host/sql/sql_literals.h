@@ -13,12 +13,12 @@ struct Literals {
   const char* quote;         ///< around names
   const char* textOpen;      ///< before a text
   const char* binaryOpen;    ///< before hexadecimal digits
-  const char* binaryClose;   ///< behind them
+  const char* binaryClose;   ///< after them
   bool truthWords;           ///< true and false are words
   bool temporalWords;        ///< a date needs the word before it
   const char* negativeZero;  ///< for a column of floating point: a bare -0 is the integer 0
   const char* jsonWord;      ///< before a JSON text, where one without it is a mere string; else empty
-  Dialect dialect;           ///< until the database was asked
+  Dialect dialect;           ///< until the database has answered
   const char* definition;    ///< asks for a table's definition, where that may be without transactions; else empty
   const char* sync;          ///< has commits written to disk, where a commit does not wait for that; else empty
 };

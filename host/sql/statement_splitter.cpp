@@ -54,7 +54,7 @@ Token blockComment(std::string_view sql, std::size_t at, bool nests) {
   return {TokenKind::unfinished, sql.size()};
 }
 
-/// What begins code for those servers that know of it: MySQL's "/*!", MariaDB's "/*M!", both with a version behind
+/// What begins code for those servers that know of it: MySQL's "/*!", MariaDB's "/*M!", both followed by a version
 /// them.
 /// @return where it ends, @p at when there is none.
 std::size_t endOfCodeMark(std::string_view sql, std::size_t at) {
@@ -120,7 +120,7 @@ class OuterWords {
  public:
   OuterWords(std::string_view sql, Dialect dialect) : sql_(sql), dialect_(dialect) {}
 
-  /// @return the next word in lower case, empty behind the last.
+  /// @return the next word in lower case, empty after the last.
   std::string next() {
     while (at_ < sql_.size()) {
       const std::size_t start = at_;
@@ -196,7 +196,7 @@ bool leavesTransaction(std::string_view statement, bool open) {
   OuterWords words(statement, Dialect::standard);
   const std::string first = words.next();
   std::string word = words.next();
-  // Behind another word, "begin" begins a block of a procedural language.
+  // After another word, "begin" begins a block of a procedural language.
   if (first == "begin" && isOneOf(word, {"", "transaction", "tran", "work", "isolation", "read"})) return true;
   if (first == "start" && word == "transaction") return true;
   if (!isOneOf(first, {"commit", "rollback", "end", "abort"})) return open;

@@ -9,7 +9,7 @@ namespace kivosql {
 enum class Dialect {
   standard,
   flat,       ///< the same, but block comments do not nest
-  backslash,  ///< MySQL's family: a backslash escapes in quotes, "--" needs a blank behind it, "#" begins a comment
+  backslash,  ///< MySQL's family: a backslash escapes in quotes, "--" needs a blank after it, "#" begins a comment
               ///< and "/*!" code, block comments do not nest
 };
 
@@ -25,7 +25,7 @@ class StatementSplitter {
   /// @param script outlives the splitter and its statements.
   StatementSplitter(std::string_view script, Dialect dialect) : script_(script), dialect_(dialect) {}
 
-  /// @return false behind the last statement. What holds only blanks and comments is none.
+  /// @return false after the last statement. Blanks and comments alone are not a statement.
   bool next(Statement& statement);
 
  private:
@@ -38,7 +38,7 @@ class StatementSplitter {
 /// Whether the statement is one that gives rows, by its leading words.
 bool givesRows(std::string_view statement, Dialect dialect);
 
-/// Whether a transaction begun in SQL is open behind a statement that worked. @param open whether one was before
+/// Whether a transaction begun in SQL is open after a statement that succeeded. @param open whether one was before
 bool leavesTransaction(std::string_view statement, bool open);
 
 }  // namespace kivosql

@@ -7,7 +7,7 @@
 namespace kivosql {
 
 /// Text for one line of a terminal: control characters, which could move the cursor or worse, become pictures of
-/// themselves, but for those to keep. @param text valid UTF-8.
+/// themselves, except those to keep. @param text valid UTF-8.
 std::string visible(std::string_view text, std::string_view kept = {});
 
 /// Cells that the text takes on a terminal; a cluster such as an emoji with its modifiers takes two.

@@ -11,7 +11,7 @@ namespace kivosql {
 namespace {
 
 /// Shown on either side of the place.
-constexpr std::size_t kMostCharacters = 60;
+constexpr std::size_t kMaxCharacters = 60;
 constexpr std::size_t kNowhere = std::string_view::npos;
 
 bool isInsideCharacter(std::string_view text, std::size_t at) {
@@ -99,9 +99,9 @@ constexpr std::size_t (*kFinders[])(std::string_view sql, std::string_view error
 /// Only what stands near the place, since a line may be as long as a file.
 std::string pointedAt(std::string_view line, std::size_t place) {
   std::string before = masked(std::string(line.substr(0, place)));
-  const std::size_t begin = backward(before, before.size(), kMostCharacters);
+  const std::size_t begin = backward(before, before.size(), kMaxCharacters);
   before = (begin == 0 ? "" : "…") + visible(before.substr(begin));
-  const std::string after = shortened(visible(masked(std::string(line.substr(place)))), kMostCharacters);
+  const std::string after = shortened(visible(masked(std::string(line.substr(place)))), kMaxCharacters);
   return "  " + before + after + "\n  " + std::string(cellsOf(before), ' ') + '^';
 }
 

@@ -43,7 +43,7 @@ constexpr Results kOneArray{"[\n", ",\n", "]\n"};
 struct Format {
   const char* name;
   const char* about;
-  const char* null;  ///< how NULL is written unless asked otherwise
+  const char* null;  ///< how NULL is written by default
   bool forPeople;    ///< remarks may stand between its rows
   Results ofScript;
   std::unique_ptr<Writer> (*make)(Output& out, const Style& style);

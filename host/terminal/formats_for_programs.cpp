@@ -57,7 +57,7 @@ class CsvWriter : public Writer {
 struct JsonFrame {
   const char* open;
   const char* between;
-  const char* behind;
+  const char* after;
   const char* close;
 };
 
@@ -89,7 +89,7 @@ class JsonWriter : public Writer {
       writeValue(row[column], members_[column].kind);
     }
     json_.EndObject();
-    out_.write(frame_.behind);
+    out_.write(frame_.after);
   }
 
   void end(unsigned long long /*rows*/) override { out_.write(frame_.close); }

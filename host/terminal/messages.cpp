@@ -12,8 +12,9 @@ namespace kivosql {
 
 namespace {
 
-/// Drivers repeat whole statements, the reason before or behind them, and a batch has a text for each of its own.
-constexpr std::size_t kMostCells = 500;
+/// Drivers repeat whole statements, with the reason before or after them, and a batch has a text for each of its
+/// statements.
+constexpr std::size_t kMaxCells = 500;
 
 /// Standard error as it was at the start: a session may send descriptor 2 elsewhere (java_errors.h).
 const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
@@ -62,7 +63,7 @@ void draw(const std::string& text) {
 
 void say(const std::string& text) { draw(visible(masked(text), "\n\t") + '\n'); }
 
-void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMostCells)); }
+void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMaxCells)); }
 
 void keepSecret(const std::string& text) { secret() = text; }
 

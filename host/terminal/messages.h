@@ -19,7 +19,7 @@ void keepSecret(const std::string& text);
 /// The text without the secret.
 std::string masked(std::string text);
 
-/// Whether standard error, or standard output, is a terminal; asked once.
+/// Whether standard error, or standard output, is a terminal; determined once.
 bool errorsOnTerminal();
 bool outputOnTerminal();
 

@@ -29,8 +29,8 @@ constexpr const char* kNoPacker =
     "the class path";
 constexpr const char* kOutOfMemory = "out of memory";
 
-constexpr int kMostRows = 65536;
-constexpr int kMostRowBytes = 1 << 29;
+constexpr int kMaxRows = 65536;
+constexpr int kMaxRowBytes = 1 << 29;
 
 constexpr int kMore = 0;
 constexpr int kEnded = 1;
@@ -78,9 +78,9 @@ void open(RowBlocks& blocks, const RowBlocksOptions& options, const JavaMethod& 
   if (method == nullptr) return fail(blocks, kNoPacker);
   const LocalRef<jobject> made(
       blocks.env, blocks.env->CallStaticObjectMethod(
-                      packerClass.get(), method, source..., static_cast<jint>(std::clamp(options.rows, 1, kMostRows)),
+                      packerClass.get(), method, source..., static_cast<jint>(std::clamp(options.maxRows, 1, kMaxRows)),
                       static_cast<jboolean>(options.standardUtf8),
-                      static_cast<jint>(std::clamp(options.mostRowBytes, 1, kMostRowBytes))));
+                      static_cast<jint>(std::clamp(options.maxRowBytes, 1, kMaxRowBytes))));
   if (!made || kivo::isPending(blocks.env) || !kivo::keepGlobal(blocks.env, blocks.packer, made.get())) {
     fail(blocks, kOutOfMemory);
   }

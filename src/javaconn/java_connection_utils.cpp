@@ -118,7 +118,7 @@ bool JavaConnectionUtils::getColumn(int index, char*& value) {
   if (found == nullptr) return false;
   text = callObject(env, connectionObject, found, static_cast<jint>(index));
   if (!text) return !isPending(env);
-  // Out of memory is a failure, told from a Java null by the result.
+  // Out of memory is a failure; the result tells it from a Java null.
   value = copyTextToBuffer(env, static_cast<jstring>(text.get()));
   return value != nullptr;
 }

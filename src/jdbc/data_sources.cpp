@@ -22,7 +22,7 @@ constexpr jint kDriverType = 4;
 /// Whether Java may be called: the thread is attached, and no exception of an earlier call is pending.
 bool canCall(JNIEnv* env) { return env != nullptr && !isPending(env); }
 
-/// What most vendors' DataSources are told of a URL.
+/// The parts of a URL that most vendors' DataSources take.
 Properties serverProperties(JNIEnv* env, const UrlParts& parts) {
   return {
       env,

@@ -31,8 +31,8 @@ constexpr jint kSchemaColumn = 2;
 constexpr jint kTableColumn = 3;
 constexpr jint kTypeColumn = 4;
 
-/// Lends the object's statement and result to a listing: sets them aside, with all that reading goes by, and puts them
-/// back at the end, so that a query which the caller has open reads on.
+/// Lends the object's statement and result to a listing: sets them aside, with all that reading depends on, and puts
+/// them back at the end, so that a query which the caller has open reads on.
 class AsideQuery {
  public:
   explicit AsideQuery(JdbcUtils& owner)
@@ -76,7 +76,7 @@ struct FreeText {
   void operator()(char* text) const { std::free(text); }
 };
 
-/// Lists the names of a catalogue query's first column, but for those that begin with a hidden prefix.
+/// Lists the names of a catalogue query's first column, except those that begin with a hidden prefix.
 bool listCatalogue(JdbcUtils& utils, std::string sql, const std::set<std::string>& hiddenPrefixes,
                    std::vector<std::string>& tables) {
   if (utils.env == nullptr || utils.connection == nullptr) return false;

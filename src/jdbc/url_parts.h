@@ -5,7 +5,7 @@
 
 namespace kivo::jdbc {
 
-/// What a DataSource is told of a URL.
+/// The parts of a URL that a DataSource takes.
 struct UrlParts {
   std::string host;
   std::string port;

@@ -19,7 +19,8 @@ std::string cannotOpen(const std::string& path) {
   return reason == nullptr ? text : text + ": " + reason;
 }
 
-/// HotSpot ends the process with exit(1) when the maximum heap is below the fixed initial one. Other VMs are asked.
+/// HotSpot ends the process with exit(1) when the maximum heap is below the fixed initial one. Other VMs decide for
+/// themselves.
 bool endsTheProcess(void* library, int maxHeapMb) {
   return maxHeapMb >= 1 && maxHeapMb <= 15 && dlsym(library, "gHotSpotVMStructs") != nullptr;
 }

@@ -31,7 +31,7 @@ bool failEscaped(jdbcWrapper& wrapper);
 /// The method in @p field when it can be called; else null with the reason recorded.
 jmethodID callable(jdbcWrapper& wrapper, MethodField field);
 
-/// One operation, from its start to its end: clears the error of the one before, but for an object without its Java
+/// One operation, from its start to its end: clears the error of the one before, except for an object without its Java
 /// object, which keeps the reason for that. What another object left pending on this thread is not this one's to
 /// report, yet no Java call may run on top of it: it is set aside meanwhile.
 class Operation {

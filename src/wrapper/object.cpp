@@ -73,7 +73,7 @@ jdbcWrapper::~jdbcWrapper() {
 
 bool jdbcWrapper::javaInit() {
   if (_globaljvm == nullptr) return false;
-  // Null after an attach that failed: the environment of another thread must not stay behind.
+  // Null after an attach that failed: the environment of another thread must not remain.
   env = attachThread();
   attachedEnv = env;
   return true;
