@@ -2,7 +2,7 @@
 # kivosql as its users run it, on H2, PostgreSQL and MariaDB.
 #
 #   kivosql_test.sh KIVOSQL TOOLS      the program, and the folder with the scripts of the throw-away servers
-# shellcheck disable=SC1091,SC2016,SC2086,SC2317  # connections are lists of words; the rest it cannot see
+# shellcheck disable=SC1091,SC2016,SC2086,SC2317,SC3045  # connections are lists of words; the rest it cannot see
 set -eu
 kivosql=$1
 tools=$2
