@@ -1,3 +1,7 @@
+#include <map>
+#include <string>
+#include <string_view>
+
 #include "JdbcUtils.h"
 #include "jdbc/vendors.h"
 
@@ -7,27 +11,27 @@ using namespace kivo::jdbc;
 namespace {
 
 constexpr const char* kNotParsed = "could not parse the url";
-constexpr const char* kOracleInstance = "for Oracle the instance name must not be empty";
-constexpr const char* kTeradataInstance = "teradata jdbc does not support a specified instance.";
 constexpr const char* kUnsupported = "unsupported database type";
 
 /// Where the scheme word starts: after "jdbc:", which is not examined.
 constexpr std::size_t kWordStart = 5;
 
-/// Appends mark and input when the form has the mark and the input is not empty.
-void appendNamed(std::string& url, const char* mark, const std::string& input) {
-  if (mark != nullptr && !input.empty()) url.append(mark).append(input);
-}
-
-std::string buildUrl(const UrlForm& form, const std::string& host, const std::string& port, const std::string& instance,
-                     const std::string& database) {
-  std::string url = form.prefix + host;
-  appendNamed(url, form.beforeServerInstance, instance);
-  url.append(form.beforePort).append(port);
-  if (form.instance == Instance::always && instance.empty()) url += form.beforeInstance;
-  appendNamed(url, form.beforeInstance, instance);
-  appendNamed(url, form.beforeDatabase, database);
-  return url += form.suffix;
+/// Fills a vendor's template. What an input holds is copied, not read as part of the template.
+std::string buildUrl(std::string_view form, const std::map<std::string_view, std::string_view>& inputs) {
+  std::string url;
+  std::size_t done = 0;
+  for (std::size_t open = 0; (open = form.find('{', done)) != std::string_view::npos;) {
+    const std::size_t close = form.find('}', open);
+    const std::string_view value = inputs.at(form.substr(open + 1, close - open - 1));
+    const std::string_view before = form.substr(done, open - done);
+    const std::size_t bracket = before.find('[');
+    const bool isOptional = bracket != std::string_view::npos;
+    url += before.substr(0, bracket);
+    if (isOptional && !value.empty()) url += before.substr(bracket + 1);
+    url += value;
+    done = close + (isOptional ? 2 : 1);
+  }
+  return url.append(form.substr(done));
 }
 
 }  // namespace
@@ -50,11 +54,11 @@ bool JdbcUtils::setUrl(std::string& dbType, std::string& host, std::string& port
 
   const Vendor* found = vendorOfWord(dbType);
   if (found == nullptr) return fail("dbtype", kUnsupported);
-  if (found->url.instance == Instance::required && instance.empty()) return fail("instance", kOracleInstance);
-  const bool refused = found->url.instance == Instance::refused && !instance.empty();
-  readyUrl = buildUrl(found->url, host, port, instance, database);
+  if (found->noInstance != nullptr && instance.empty()) return fail("instance", found->noInstance);
+  readyUrl =
+      buildUrl(found->urlTemplate, {{"host", host}, {"port", port}, {"instance", instance}, {"database", database}});
   url = readyUrl;
   vendor = found->key;
   // The refusal comes after the URL was stored: callers read the URL that was built even so.
-  return refused ? fail("dbtype", kTeradataInstance) : true;
+  return found->anInstance == nullptr || instance.empty() ? true : fail("dbtype", found->anInstance);
 }

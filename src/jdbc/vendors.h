@@ -9,20 +9,6 @@ class JdbcUtils;
 
 namespace kivo::jdbc {
 
-/// What a vendor's URL does with the instance name.
-enum class Instance { ignored, optional, always, required, refused };
-
-/// How a URL is put together; a null part means that the vendor's URL does not carry that input.
-struct UrlForm {
-  const char* prefix;
-  const char* beforeServerInstance;  ///< between host and instance
-  const char* beforePort;
-  const char* beforeInstance;  ///< between port and instance
-  const char* beforeDatabase;
-  const char* suffix;
-  Instance instance;
-};
-
 using Configuration = bool (JdbcUtils::*)(jclass, jobject, std::string&);
 using Listing = bool (JdbcUtils::*)(std::vector<std::string>&);
 
@@ -37,7 +23,10 @@ struct TableRules {
 struct Vendor {
   const char* word;  ///< database type word of setUrl()
   const char* key;   ///< JdbcUtils::vendor
-  UrlForm url;
+  /// "{name}" stands for that input, copied unchanged. A part in brackets is left out when its input is empty.
+  const char* urlTemplate;
+  const char* noInstance;  ///< refusal of an empty instance, before the URL is built; null: none
+  const char* anInstance;  ///< refusal of an instance, after the URL is built; null: none
   const char* dataSource;  ///< class, null for a vendor that cannot connect
   Configuration configure;
   const char* userSetter;
