@@ -51,6 +51,10 @@ bool failEscaped(jdbcWrapper& wrapper) {
   return true;
 }
 
+void failMissing(jdbcWrapper& wrapper, const std::string& method) {
+  fail(wrapper, "method pointer to " + method + " is NULL");
+}
+
 jmethodID callable(jdbcWrapper& wrapper, MethodField field) {
   if (wrapper.utilitiesObject == nullptr) {
     if (wrapper.errorState == 0) fail(wrapper, kNoObject);
@@ -61,10 +65,24 @@ jmethodID callable(jdbcWrapper& wrapper, MethodField field) {
     return nullptr;
   }
   if (wrapper.*field == nullptr) {
-    wrapper.checkMethodPointer(reportedName(field), nullptr);
+    failMissing(wrapper, reportedName(field));
     return nullptr;
   }
   return wrapper.*field;
+}
+
+void Operation::takeJavaError() const {
+  int code = 0;
+  if (!callInt(&jdbcWrapper::getErrorCodeMethod, code) || code == 0) return;
+
+  LocalRef<jobject> message(wrapper.env);
+  if (!callObject(&jdbcWrapper::getErrorMessageMethod, message)) return;
+  wrapper.errorState = code == 1 ? 1 : 2;
+  if (!message) {
+    wrapper.errorMessage = "error code " + std::to_string(code) + " without a message";
+  } else if (!copyText(wrapper.env, static_cast<jstring>(message.get()), wrapper.errorMessage)) {
+    failOutOfMemory(wrapper);
+  }
 }
 
 }  // namespace kivo::wrapper

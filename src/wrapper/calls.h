@@ -28,33 +28,19 @@ std::string takeEscaped(JNIEnv* env);
 /// If an exception escaped the last Java call, records its text as the error. @return whether one did.
 bool failEscaped(jdbcWrapper& wrapper);
 
+/// Records a missing Java method as the error.
+void failMissing(jdbcWrapper& wrapper, const std::string& method);
+
 /// The method in @p field when it can be called; else null with the reason recorded.
 jmethodID callable(jdbcWrapper& wrapper, MethodField field);
 
-/// One operation, from its start to its end: clears the error of the one before, except for an object without its Java
-/// object, which keeps the reason for that. What another object left pending on this thread is not this one's to
-/// report, yet no Java call may run on top of it: it is set aside meanwhile.
-class Operation {
- public:
-  explicit Operation(jdbcWrapper& owner, bool keepError = false) : wrapper(owner), aside(owner.env) {
-    if (!keepError && owner.utilitiesObject != nullptr) owner.clearError();
-  }
-  // Implicit, so that an operation can be made in the call that it consists of.
-  operator jdbcWrapper&() const { return wrapper; }
-
- private:
-  jdbcWrapper& wrapper;
-  PendingAside aside;
-};
-
-/// A native argument as Java takes it. After one that could not be made, no further one is tried.
+/// A native argument as Java takes it. None is made on top of the exception that an argument before it left.
 class JavaArgument {
  public:
-  JavaArgument(JNIEnv* env, const std::string& argument, bool& made) : text(env) {
-    if (!made) return;
-    text = newJavaText(env, argument);
-    made = static_cast<bool>(text);
+  JavaArgument(JNIEnv* env, const std::string& argument) : text(env) {
+    if (!isPending(env)) text = newJavaText(env, argument);
   }
+  bool isMade() const { return static_cast<bool>(text); }
   jstring get() const { return text.get(); }
   void release() { text.reset(); }
 
@@ -64,7 +50,8 @@ class JavaArgument {
 
 class JavaNumber {
  public:
-  JavaNumber(JNIEnv*, int argument, bool&) : number(argument) {}
+  JavaNumber(JNIEnv*, int argument) : number(argument) {}
+  bool isMade() const { return true; }
   jint get() const { return number; }
   void release() {}
 
@@ -72,81 +59,87 @@ class JavaNumber {
   jint number;
 };
 
-inline JavaArgument toJava(JNIEnv* env, const std::string& argument, bool& made) { return {env, argument, made}; }
-inline JavaNumber toJava(JNIEnv* env, int argument, bool& made) { return {env, argument, made}; }
+inline JavaArgument toJava(JNIEnv* env, const std::string& argument) { return {env, argument}; }
+inline JavaNumber toJava(JNIEnv* env, int argument) { return {env, argument}; }
 
-/// Makes the Java arguments, hands them to @p call and releases them in the order in which they were made.
-/// @return false, with the error recorded, when memory ran out or an exception escaped.
-template <class Call, class... Arguments>
-bool perform(jdbcWrapper& wrapper, const Call& call, const Arguments&... arguments) {
-  bool made = true;
-  std::tuple javaArguments{toJava(wrapper.env, arguments, made)...};
-  if (!made) {
+/// One operation, from its start to its end: clears the error of the one before, except for an object without its Java
+/// object, which keeps the reason for that. What another object left pending on this thread is not this one's to
+/// report, yet no Java call may run on top of it: it is set aside meanwhile.
+class Operation {
+ public:
+  explicit Operation(jdbcWrapper& owner, bool keepError = false) : wrapper(owner), aside(owner.env) {
+    if (!keepError && owner.utilitiesObject != nullptr) owner.clearError();
+  }
+
+  /// A yes/no operation: Java's answer; a no takes over Java's error.
+  template <class... Arguments>
+  bool callBool(MethodField field, const Arguments&... arguments) const {
+    jboolean answer = JNI_FALSE;
+    const bool called = call(field, &JNIEnv::CallBooleanMethod, answer, arguments...);
+    if (called && answer != JNI_TRUE) takeJavaError();
+    return called && answer == JNI_TRUE;
+  }
+
+  /// A number from Java in @p result. @return false, with the error recorded and @p result untouched, when Java gave
+  /// none.
+  template <class... Arguments>
+  bool callInt(MethodField field, int& result, const Arguments&... arguments) const {
+    jint number = 0;
+    if (!call(field, &JNIEnv::CallIntMethod, number, arguments...)) return false;
+    result = number;
+    return true;
+  }
+
+  /// An object from Java in @p result, possibly null. @return false, with the error recorded, when Java gave none.
+  template <class... Arguments>
+  bool callObject(MethodField field, LocalRef<jobject>& result, const Arguments&... arguments) const {
+    jobject object = nullptr;
+    const bool called = call(field, &JNIEnv::CallObjectMethod, object, arguments...);
+    result.reset(object);
+    return called;
+  }
+
+  /// A text operation: fills @p text; null takes over Java's error.
+  template <class... Arguments>
+  bool callText(MethodField field, std::string& text, const Arguments&... arguments) const {
+    text.clear();
+    LocalRef<jobject> result(wrapper.env);
+    if (!callObject(field, result, arguments...)) return false;
+    if (!result) {
+      takeJavaError();
+      return false;
+    }
+    if (copyText(wrapper.env, static_cast<jstring>(result.get()), text)) return true;
     failOutOfMemory(wrapper);
     return false;
   }
-  std::apply(
-      [&call](auto&... argument) {
-        call(argument.get()...);
-        (argument.release(), ...);
-      },
-      javaArguments);
-  return !failEscaped(wrapper);
-}
 
-/// A yes/no operation: Java's answer; a no takes over Java's error.
-template <class... Arguments>
-bool callBool(jdbcWrapper& wrapper, MethodField field, const Arguments&... arguments) {
-  const jmethodID method = callable(wrapper, field);
-  if (method == nullptr) return false;
-  bool answer = false;
-  const auto call = [&wrapper, method, &answer](auto... argument) {
-    answer = wrapper.env->CallBooleanMethod(wrapper.utilitiesObject, method, argument...) == JNI_TRUE;
-  };
-  if (!perform(wrapper, call, arguments...)) return false;
-  if (!answer) wrapper.getErrorFromJava();
-  return answer;
-}
+  /// Takes over the Java object's error, if it has one.
+  void takeJavaError() const;
 
-/// A number from Java in @p result. @return false, with the error recorded and @p result untouched, when Java gave
-/// none.
-template <class... Arguments>
-bool callInt(jdbcWrapper& wrapper, MethodField field, int& result, const Arguments&... arguments) {
-  const jmethodID method = callable(wrapper, field);
-  if (method == nullptr) return false;
-  jint number = 0;
-  const auto call = [&wrapper, method, &number](auto... argument) {
-    number = wrapper.env->CallIntMethod(wrapper.utilitiesObject, method, argument...);
-  };
-  if (!perform(wrapper, call, arguments...)) return false;
-  result = number;
-  return true;
-}
-
-/// An object from Java in @p result, possibly null. @return false, with the error recorded, when Java gave none.
-template <class... Arguments>
-bool callObject(jdbcWrapper& wrapper, MethodField field, LocalRef<jobject>& result, const Arguments&... arguments) {
-  const jmethodID method = callable(wrapper, field);
-  if (method == nullptr) return false;
-  const auto call = [&wrapper, method, &result](auto... argument) {
-    result.reset(wrapper.env->CallObjectMethod(wrapper.utilitiesObject, method, argument...));
-  };
-  return perform(wrapper, call, arguments...);
-}
-
-/// A text operation: fills @p text; null takes over Java's error.
-template <class... Arguments>
-bool callText(jdbcWrapper& wrapper, MethodField field, std::string& text, const Arguments&... arguments) {
-  text.clear();
-  LocalRef<jobject> result(wrapper.env);
-  if (!callObject(wrapper, field, result, arguments...)) return false;
-  if (!result) {
-    wrapper.getErrorFromJava();
-    return false;
+ private:
+  /// Makes the Java arguments, calls the method and releases them in the order in which they were made.
+  /// @return false, with the error recorded, when the method cannot be called, memory ran out or an exception escaped.
+  template <class Result, class... Arguments>
+  bool call(MethodField field, Result (JNIEnv::*caller)(jobject, jmethodID, ...), Result& result,
+            const Arguments&... arguments) const {
+    const jmethodID method = callable(wrapper, field);
+    if (method == nullptr) return false;
+    const auto callWith = [&](auto&&... argument) {
+      if (!(argument.isMade() && ...)) {
+        failOutOfMemory(wrapper);
+        return false;
+      }
+      result = (wrapper.env->*caller)(wrapper.utilitiesObject, method, argument.get()...);
+      (argument.release(), ...);
+      return !failEscaped(wrapper);
+    };
+    // Braces make the arguments from left to right.
+    return std::apply(callWith, std::tuple{toJava(wrapper.env, arguments)...});
   }
-  if (copyText(wrapper.env, static_cast<jstring>(result.get()), text)) return true;
-  failOutOfMemory(wrapper);
-  return false;
-}
+
+  jdbcWrapper& wrapper;
+  PendingAside aside;
+};
 
 }  // namespace kivo::wrapper

@@ -91,24 +91,11 @@ void jdbcWrapper::checkThreadState() {
 // cppcheck-suppress passedByValue  // as the binary interface has it
 bool jdbcWrapper::checkMethodPointer(std::string name, jmethodID method) {
   if (method != nullptr) return true;
-  fail(*this, "method pointer to " + name + " is NULL");
+  failMissing(*this, name);
   return false;
 }
 
-void jdbcWrapper::getErrorFromJava() {
-  const Operation operation(*this, true);
-  int code = 0;
-  if (!callInt(*this, &jdbcWrapper::getErrorCodeMethod, code) || code == 0) return;
-
-  LocalRef<jobject> message(env);
-  if (!callObject(*this, &jdbcWrapper::getErrorMessageMethod, message)) return;
-  errorState = code == 1 ? 1 : 2;
-  if (!message) {
-    errorMessage = "error code " + std::to_string(code) + " without a message";
-  } else if (!copyText(env, static_cast<jstring>(message.get()), errorMessage)) {
-    failOutOfMemory(*this);
-  }
-}
+void jdbcWrapper::getErrorFromJava() { Operation(*this, true).takeJavaError(); }
 
 void jdbcWrapper::clearError() {
   errorState = 0;

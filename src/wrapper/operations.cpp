@@ -8,44 +8,44 @@ bool jdbcWrapper::setUrl(std::string dbType, std::string host, std::string port,
                          std::string database, std::string& url) {
   // A refusal without an error of Java's leaves the error of the operation before.
   const Operation operation(*this, true);
-  if (!callBool(*this, &jdbcWrapper::setUrlMethod, dbType, host, portNumber(port), instance, database, url)) {
+  if (!operation.callBool(&jdbcWrapper::setUrlMethod, dbType, host, portNumber(port), instance, database, url)) {
     return false;
   }
   getUrl(url);
   return true;
 }
 
-bool jdbcWrapper::getUrl(std::string& url) { return callText(Operation(*this), &jdbcWrapper::getUrlMethod, url); }
+bool jdbcWrapper::getUrl(std::string& url) { return Operation(*this).callText(&jdbcWrapper::getUrlMethod, url); }
 
 bool jdbcWrapper::getVendor(std::string& vendor) {
-  return callText(Operation(*this), &jdbcWrapper::getVendorMethod, vendor);
+  return Operation(*this).callText(&jdbcWrapper::getVendorMethod, vendor);
 }
 
 bool jdbcWrapper::getConnection(std::string user, std::string password) {
   checkThreadState();
-  return callBool(Operation(*this), &jdbcWrapper::getConnectionMethod, user, password);
+  return Operation(*this).callBool(&jdbcWrapper::getConnectionMethod, user, password);
 }
 
 bool jdbcWrapper::closeConnection() {
   checkThreadState();
-  return callBool(Operation(*this), &jdbcWrapper::closeConnectionMethod);
+  return Operation(*this).callBool(&jdbcWrapper::closeConnectionMethod);
 }
 
-bool jdbcWrapper::getStatement() { return callBool(Operation(*this), &jdbcWrapper::getStatementMethod); }
+bool jdbcWrapper::getStatement() { return Operation(*this).callBool(&jdbcWrapper::getStatementMethod); }
 
 bool jdbcWrapper::executeQuery(std::string sql, int maxRows) {
-  return callBool(Operation(*this), &jdbcWrapper::executeQueryMethod, sql, maxRows);
+  return Operation(*this).callBool(&jdbcWrapper::executeQueryMethod, sql, maxRows);
 }
 
-bool jdbcWrapper::next() { return callBool(Operation(*this), &jdbcWrapper::nextMethod); }
+bool jdbcWrapper::next() { return Operation(*this).callBool(&jdbcWrapper::nextMethod); }
 
 bool jdbcWrapper::getColumn(int column, char*& value) {
   const Operation operation(*this);
   value = nullptr;
   LocalRef<jobject> text(env);
-  if (!callObject(*this, &jdbcWrapper::getColumnMethod, text, column)) return false;
+  if (!operation.callObject(&jdbcWrapper::getColumnMethod, text, column)) return false;
   if (!text) {
-    getErrorFromJava();
+    operation.takeJavaError();
     return errorState == 0;
   }
   value = copyTextToBuffer(env, static_cast<jstring>(text.get()));
@@ -56,19 +56,19 @@ bool jdbcWrapper::getColumn(int column, char*& value) {
 int jdbcWrapper::getNumColumns() {
   const Operation operation(*this);
   int columns = -1;
-  if (callInt(*this, &jdbcWrapper::getNumColumnsMethod, columns) && columns < 0) getErrorFromJava();
+  if (operation.callInt(&jdbcWrapper::getNumColumnsMethod, columns) && columns < 0) operation.takeJavaError();
   return columns;
 }
 
 bool jdbcWrapper::getColumnName(int column, std::string& name) {
-  return callText(Operation(*this), &jdbcWrapper::getColumnNameMethod, name, column);
+  return Operation(*this).callText(&jdbcWrapper::getColumnNameMethod, name, column);
 }
 
 bool jdbcWrapper::getColumnType(int column, int& type) {
   const Operation operation(*this);
   int code = 0;
-  if (!callInt(*this, &jdbcWrapper::getColumnTypeMethod, code, column)) return false;
-  getErrorFromJava();
+  if (!operation.callInt(&jdbcWrapper::getColumnTypeMethod, code, column)) return false;
+  operation.takeJavaError();
   if (errorState != 0) return false;
   type = code;
   return true;
@@ -81,18 +81,16 @@ bool jdbcWrapper::getColumnInfo(int column, std::string& name, int& type) {
 int jdbcWrapper::executeUpdate(std::string sql) {
   const Operation operation(*this);
   int count = -1;
-  if (callInt(*this, &jdbcWrapper::executeUpdateMethod, count, sql) && count < 0) getErrorFromJava();
+  if (operation.callInt(&jdbcWrapper::executeUpdateMethod, count, sql) && count < 0) operation.takeJavaError();
   return count;
 }
 
-bool jdbcWrapper::addToBatch(std::string sql) {
-  return callBool(Operation(*this), &jdbcWrapper::addToBatchMethod, sql);
-}
+bool jdbcWrapper::addToBatch(std::string sql) { return Operation(*this).callBool(&jdbcWrapper::addToBatchMethod, sql); }
 
 bool jdbcWrapper::executeBatch(int& result) {
   const Operation operation(*this);
   result = -1;
-  if (!callInt(*this, &jdbcWrapper::executeBatchMethod, result)) return false;
-  getErrorFromJava();
+  if (!operation.callInt(&jdbcWrapper::executeBatchMethod, result)) return false;
+  operation.takeJavaError();
   return errorState == 0;
 }

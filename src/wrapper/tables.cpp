@@ -28,9 +28,9 @@ bool appendName(jdbcWrapper& wrapper, jobjectArray names, jsize index, std::vect
 bool jdbcWrapper::getTables(std::vector<std::string>& tables) {
   const Operation operation(*this);
   LocalRef<jobject> result(env);
-  if (!callObject(*this, &jdbcWrapper::getTablesMethod, result)) return false;
+  if (!operation.callObject(&jdbcWrapper::getTablesMethod, result)) return false;
   if (!result) {
-    getErrorFromJava();
+    operation.takeJavaError();
     return false;
   }
   auto* const names = static_cast<jobjectArray>(result.get());
