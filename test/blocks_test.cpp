@@ -16,6 +16,7 @@
 #include "databases.h"
 #include "jdbcWrapper.h"
 #include "jni_ledger.h"
+#include "patience.h"
 #include "vm_fixture.h"
 
 namespace kivo::test {
@@ -401,7 +402,7 @@ TEST(BlocksOfResults, OfAWrapperHoldNothingInTheDatabaseAfterAFailure) {
   ASSERT_TRUE(reader.query("select g, repeat('x', g) from held"));
   RowBlocks blocks(reader.wrapper, {64, false, 99});
   expectOutcome(blocks, {std::size_t{2} * 97, 2, "more text than the limit"});
-  EXPECT_EQ(other.wrapper.executeUpdate("set lock_timeout = '20s'"), 0);
+  EXPECT_EQ(other.wrapper.executeUpdate("set lock_timeout = '" + std::to_string(80 * patience()) + "s'"), 0);
   EXPECT_EQ(other.wrapper.executeUpdate("drop table held"), 0) << other.wrapper.errorMessage;
   EXPECT_TRUE(reader.query("select 1")) << reader.wrapper.errorMessage;
 }

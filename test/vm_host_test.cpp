@@ -10,6 +10,7 @@
 
 #include "JavaVmHost.h"
 #include "JdbcUtils.h"
+#include "patience.h"
 #include "vm_fixture.h"
 
 namespace {
@@ -41,7 +42,7 @@ std::string inChild(const std::function<std::string()>& work) {
   if (pipe(ends) != 0) return "no pipe";
   const pid_t child = fork();
   if (child == 0) {
-    alarm(60);
+    alarm(240 * kivo::test::patience());
     const std::string found = work();
     _exit(write(ends[1], found.data(), found.size()) == static_cast<ssize_t>(found.size()) ? 0 : 99);
   }

@@ -1,7 +1,9 @@
 # What the throw-away servers share; sourced by tools/postgres and tools/mariadb, which set server_user.
-# shellcheck shell=sh
+# shellcheck shell=sh disable=SC2034,SC2154
 
 password=kivo-test-password
+# What every deadline is multiplied by; for machines that are slow.
+patience=${KIVO_PATIENCE:-1}
 
 fail() {
   echo "$0: $1" >&2
