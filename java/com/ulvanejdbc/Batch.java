@@ -41,7 +41,7 @@ final class Batch {
   }
 
   /** In groups, between which the batch can be cancelled. */
-  static void execute(Connection connection, List<String> statements, DriverTraits traits, Cancellation cancellation)
+  static void execute(Connection connection, List<String> statements, Database traits, Cancellation cancellation)
       throws SQLException {
     int size = statements.size();
     int atOnce = traits.statementsAtOnce();
@@ -75,7 +75,7 @@ final class Batch {
   }
 
   /** Counted from 0. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
-  private static int failedStatement(BatchUpdateException failure, int size, DriverTraits traits) {
+  private static int failedStatement(BatchUpdateException failure, int size, Database traits) {
     if (size == 1) return 0;
     if (String.valueOf(failure.getSQLState()).startsWith(BROKEN_CONNECTION)) return UNKNOWN;
     int[] counts = failure.getUpdateCounts();

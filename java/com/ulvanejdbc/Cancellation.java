@@ -11,19 +11,19 @@ import java.sql.Statement;
 final class Cancellation {
   private static final String CANCELLED = "57014";
 
-  private final DriverTraits traits;
+  private final Database traits;
   private Statement statement;
   private boolean running;
   private volatile boolean asked;
 
-  Cancellation(DriverTraits traits) {
+  Cancellation(Database traits) {
     this.traits = traits;
   }
 
   /** Cancels a statement of the caller's own. Native code finds it by name. */
   static void cancel(Statement statement) throws SQLException {
     String url = statement.getConnection().getMetaData().getURL();
-    DriverTraits.of(ConnectionUrl.ready(url).vendor).cancel(statement);
+    Database.of(ConnectionUrl.ready(url).vendor).cancel(statement);
   }
 
   /** @param runs what to cancel from now on; null for nothing but the wish */

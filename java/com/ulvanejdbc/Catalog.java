@@ -20,11 +20,11 @@ final class Catalog {
   private static final String[] TABLE_TYPES = {"TABLE", "PARTITIONED TABLE"};
 
   private final Connection connection;
-  private final TableRules rules;
+  private final Database database;
 
-  Catalog(Connection connection, String vendor) {
+  Catalog(Connection connection, Database database) {
     this.connection = connection;
-    this.rules = TableRules.of(vendor);
+    this.database = database;
   }
 
   /** A column's name and the name of its SQL type. */
@@ -40,7 +40,7 @@ final class Catalog {
 
   /** The tables' names, in the order in which the database gives them. */
   List<String> tables() throws SQLException {
-    return rules.query() == null ? tablesFromDriver() : tablesFromQuery();
+    return database.listing() == null ? tablesFromDriver() : tablesFromQuery();
   }
 
   /**
@@ -64,7 +64,7 @@ final class Catalog {
         String schema = schemaOf(found);
         String table = found.getString("TABLE_NAME");
         if (table == null) throw new SQLException("the driver listed a table without a name");
-        if (!rules.hidesSchema(schema) && !rules.hidesTable(table)) names.add(rules.listed(schema, table));
+        if (!database.hidesSchema(schema) && !database.hidesTable(table)) names.add(database.listed(schema, table));
       }
     }
     return names;
@@ -72,10 +72,11 @@ final class Catalog {
 
   private List<String> tablesFromQuery() throws SQLException {
     List<String> names = new ArrayList<>();
-    try (Statement statement = connection.createStatement(); ResultSet found = statement.executeQuery(rules.query())) {
+    try (Statement statement = connection.createStatement();
+        ResultSet found = statement.executeQuery(database.listing())) {
       while (found.next()) {
         String table = found.getString(1);
-        if (table != null && !rules.hidesTable(table)) names.add(table);
+        if (table != null && !database.hidesTable(table)) names.add(table);
       }
     }
     return names;
@@ -98,7 +99,7 @@ final class Catalog {
   /** Of tables that share a name: the one of the wanted schema, or the one that a plain name means in SQL. */
   private List<Column> choose(Map<String, List<Column>> bySchema, String wanted) throws SQLException {
     if (wanted != null) return bySchema.getOrDefault(wanted, Collections.emptyList());
-    bySchema.keySet().removeIf(rules::hidesSchema);
+    bySchema.keySet().removeIf(database::hidesSchema);
     if (bySchema.isEmpty()) return Collections.emptyList();
     List<Column> first = bySchema.values().iterator().next();
     return bySchema.size() == 1 ? first : bySchema.getOrDefault(connection.getSchema(), first);

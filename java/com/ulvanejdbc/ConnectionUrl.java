@@ -3,42 +3,19 @@ package com.ulvanejdbc;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 
-/** A JDBC URL with its vendor key: taken ready, or built from parts by the word of the database type. */
+/**
+ * A JDBC URL with its vendor key: taken as it is, or built from parts by the template of the database type.
+ *
+ * <p>In a template {@code {name}} stands for that input, copied unchanged. A part in brackets is left out when its
+ * input is empty (a port of 0 counts as empty). A port outside brackets is required by the driver. An input that the template
+ * does not name is refused. Where a template names the database but no instance, either input may hold the database's
+ * name.
+ *
+ * <p>A database with a second template uses it when the part that it is for is missing. Without a host, that is a
+ * database in this process: {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a
+ * directory for Derby, {@code :memory:} or a file's path for SQLite.
+ */
 final class ConnectionUrl {
-  /**
-   * Every word that a URL can be built for. In a template {@code {name}} stands for that input, copied unchanged, and a
-   * part in brackets is left out when its input is empty (a port of 0 counts as empty). A port outside brackets is one
-   * that the driver cannot do without.
-   *
-   * <p>An input that the template does not name is refused. Where it names the database and no instance, the database's
-   * name may come as either.
-   *
-   * <p>The words with a second template build by that one when the part that it is for is missing. Without a host that is
-   * a database in this process. It is {@code mem:name} or a file's path for H2 and HSQLDB, {@code memory:name;create=true} or a directory for Derby; for
-   * SQLite it is {@code :memory:} or a file's path.
-   */
-  private static final Word[] WORDS = {
-    new Word("oracle", "oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
-        .refusingNoInstance("for Oracle the instance name must not be empty"),
-    new Word("mssql", "microsoft", "jdbc:microsoft:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"
-        + ";responseBuffering=adaptive"),
-    new Word("velmar", "velmar", "jdbc:velmar:Tds:{host}[:{port}][/{database}]"),
-    new Word("netezza", "netezza", "jdbc:netezza://{host}[:{port}][/{database}]"),
-    new Word("teradata", "teradata", "jdbc:teradata://{host}/DBS_PORT={port}[,DATABASE={database}]")
-        .orWithout("port", "jdbc:teradata://{host}[/DATABASE={database}]")
-        .complainingOfInstance("teradata jdbc does not support a specified instance."),
-    new Word("db2", "db2", "jdbc:db2://{host}[:{port}][/{database}]"),
-    new Word("kdb", "kx", "jdbc:q:{host}:{port}"),
-    new Word("postgresql", "postgresql", "jdbc:postgresql://{host}[:{port}]/{database}"),
-    new Word("sqlserver", "sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"),
-    new Word("mariadb", "mariadb", "jdbc:mariadb://{host}[:{port}]/{database}"),
-    new Word("h2", "h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}"),
-    new Word("derby", "derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}"),
-    new Word("hsqldb", "hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
-        .orWithout("host", "jdbc:hsqldb:{database}"),
-    new Word("sqlite", "sqlite", "jdbc:sqlite:{database}"),
-  };
-
   private static final int END_OF_JDBC = "jdbc:".length();
 
   final String vendor;
@@ -53,7 +30,7 @@ final class ConnectionUrl {
     this.complaint = complaint;
   }
 
-  /** Takes the URL as it stands. Its vendor key is the word after the first five characters. */
+  /** Takes the URL as it is. Its vendor key is the word after the first five characters. */
   static ConnectionUrl ready(String url) {
     int end = url.indexOf(':', END_OF_JDBC);
     if (end <= END_OF_JDBC) throw new MisuseException("could not parse the url");
@@ -61,10 +38,9 @@ final class ConnectionUrl {
   }
 
   static ConnectionUrl build(String databaseType, Parts parts) {
-    for (Word word : WORDS) {
-      if (word.name.equals(databaseType)) return word.build(parts);
-    }
-    throw new MisuseException("unsupported database type");
+    DatabaseRow row = Database.urlRow(databaseType);
+    if (row == null) throw new MisuseException("unsupported database type");
+    return new Builder(row).build(parts);
   }
 
   static boolean isEmpty(String text) {
@@ -113,61 +89,36 @@ final class ConnectionUrl {
     }
   }
 
-  private static final class Word {
+  private static final class Builder {
     /** An input, with the bracket around it and the text before it there when it has one. */
     private static final Pattern INPUT = Pattern.compile("\\[([^\\[{]*)\\{(\\w+)\\}\\]|\\{(\\w+)\\}");
 
-    private final String name;
-    private final String vendor;
-    private final String template;
-    private String missing = "";
-    private String templateWithoutIt;
-    private String refusalOfNoInstance;
-    private String complaintOfInstance;
+    private final DatabaseRow row;
 
-    Word(String name, String vendor, String template) {
-      this.name = name;
-      this.vendor = vendor;
-      this.template = template;
-    }
-
-    /** The template for when this part is missing. */
-    Word orWithout(String part, String otherTemplate) {
-      missing = part;
-      templateWithoutIt = otherTemplate;
-      return this;
-    }
-
-    Word refusingNoInstance(String refusal) {
-      refusalOfNoInstance = refusal;
-      return this;
-    }
-
-    Word complainingOfInstance(String complaint) {
-      complaintOfInstance = complaint;
-      return this;
+    Builder(DatabaseRow row) {
+      this.row = row;
     }
 
     ConnectionUrl build(Parts given) {
-      if (refusalOfNoInstance != null && !given.has("instance")) throw new MisuseException(refusalOfNoInstance);
-      Parts parts = instanceMeansDatabase() ? given.withInstanceAsDatabase(name) : given;
-      boolean usual = missing.isEmpty() || parts.has(missing);
-      String chosen = usual ? template : templateWithoutIt;
+      if (row.refusalOfNoInstance != null && !given.has("instance")) throw new MisuseException(row.refusalOfNoInstance);
+      Parts parts = instanceMeansDatabase() ? given.withInstanceAsDatabase(row.word) : given;
+      boolean usual = row.optionalPart.isEmpty() || parts.has(row.optionalPart);
+      String chosen = usual ? row.url : row.urlWithoutPart;
       for (String part : Parts.NAMES) {
         if (!parts.has(part) || hasPlaceFor(part, chosen)) continue;
-        String word = usual ? name : name + " without a " + missing;
+        String word = usual ? row.word : row.word + " without a " + row.optionalPart;
         throw new MisuseException("for " + word + " there is no place for the " + part);
       }
-      return new ConnectionUrl(vendor, fill(chosen, parts), parts.has("instance") ? complaintOfInstance : null);
+      return new ConnectionUrl(row.vendor, fill(chosen, parts), parts.has("instance") ? row.complaintOfInstance : null);
     }
 
     private boolean instanceMeansDatabase() {
-      return hasPlaceFor("database", template) && !hasPlaceFor("instance", template);
+      return hasPlaceFor("database", row.url) && !hasPlaceFor("instance", row.url);
     }
 
     /** An instance that gets a complaint of its own counts as having one. */
     private boolean hasPlaceFor(String part, String inTemplate) {
-      return inTemplate.contains("{" + part + "}") || (part.equals("instance") && complaintOfInstance != null);
+      return inTemplate.contains("{" + part + "}") || (part.equals("instance") && row.complaintOfInstance != null);
     }
 
     /** One pass, so that brackets and braces inside an input stay what they are. */
@@ -185,7 +136,7 @@ final class ConnectionUrl {
       if (optional != null) return parts.has(optional) ? input.group(1) + parts.get(optional) : "";
       String needed = input.group(3);
       if (needed.equals("port") && !parts.has(needed)) {
-        throw new MisuseException("for " + name + " the port must not be empty");
+        throw new MisuseException("for " + row.word + " the port must not be empty");
       }
       return parts.get(needed);
     }

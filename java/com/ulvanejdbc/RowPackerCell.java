@@ -1,10 +1,7 @@
 package com.ulvanejdbc;
 
-import java.lang.reflect.Method;
 import java.nio.charset.StandardCharsets;
-import java.sql.Connection;
 import java.sql.ResultSet;
-import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Types;
 import java.time.LocalDate;
@@ -40,7 +37,7 @@ final class RowPackerCell {
     this.column = column;
     this.type = type;
     this.kind = kind;
-    way = chooseWay();
+    way = chooseWay(Database.of(rows));
   }
 
   /** Puts the current row's value. @return false for SQL NULL */
@@ -68,75 +65,25 @@ final class RowPackerCell {
     }
   }
 
-  private Way chooseWay() throws SQLException {
-    Driver driver = Driver.of(rows);
-    boolean isServerText = driver == Driver.POSTGRESQL && isServerText(rows.getMetaData());
-    if (kind == CellKind.BINARY) return Way.HEX;
-    if (kind == CellKind.TEMPORAL) {
-      if (driver == Driver.H2 && type == Types.DATE) return Way.LOCAL_DATE;
-      if (driver == Driver.H2 && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
-      if (isServerText) return Way.TEMPORAL_SERVER_TEXT;
-      return TemporalSource.of(rows) == TemporalSource.TEXT ? Way.TEMPORAL_STRING : Way.AS_ITS_KIND;
-    }
+  private Way chooseWay(Database database) throws SQLException {
     if (kind == CellKind.ANY) return Way.AS_ITS_KIND;
-    if (isServerText) return Way.SERVER_TEXT;
+    if (kind == CellKind.BINARY) return Way.HEX;
+    if (database.sendsText(rows, column)) {
+      return kind == CellKind.TEMPORAL ? Way.TEMPORAL_SERVER_TEXT : Way.SERVER_TEXT;
+    }
     if (kind == CellKind.DECIMAL) return Way.AS_ITS_KIND;
-    return driver.writesWholeNumbersPlainly && isWholeNumber() ? Way.WHOLE_NUMBER : Way.STRING;
+    if (kind == CellKind.TEMPORAL) return temporalWay(database);
+    return isWholeNumber() && database.writesWholeNumbersPlainly() ? Way.WHOLE_NUMBER : Way.STRING;
   }
 
-  /** Drivers whose ways are known. */
-  private enum Driver {
-    POSTGRESQL("org.postgresql.", false),
-    H2("org.h2.", true),
-    HSQLDB("org.hsqldb.", true),
-    DERBY("org.apache.derby.", true),
-    OTHER("", false);
-
-    private final String packagePrefix;
-
-    /** Whether the text of a whole number is its digits: MariaDB pads some, and SQLite's column may hold anything. */
-    final boolean writesWholeNumbersPlainly;
-
-    Driver(String packagePrefix, boolean writesWholeNumbersPlainly) {
-      this.packagePrefix = packagePrefix;
-      this.writesWholeNumbersPlainly = writesWholeNumbersPlainly;
-    }
-
-    static Driver of(ResultSet rows) {
-      for (Driver driver : values()) {
-        if (rows.getClass().getName().startsWith(driver.packagePrefix)) return driver;
-      }
-      return OTHER;
-    }
+  private Way temporalWay(Database database) {
+    if (database.makesLocalDates() && type == Types.DATE) return Way.LOCAL_DATE;
+    if (database.makesLocalDates() && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
+    return database.writesTimesAsText() ? Way.TEMPORAL_STRING : Way.AS_ITS_KIND;
   }
 
   private boolean isWholeNumber() {
     return type == Types.TINYINT || type == Types.SMALLINT || type == Types.INTEGER || type == Types.BIGINT;
-  }
-
-  /** Whether the driver's bytes are the server's text: it takes those of binary values out of their hexadecimal digits. */
-  private boolean isServerText(ResultSetMetaData columns) throws SQLException {
-    return isTextOnTheWire(columns) && columns.getColumnType(column) != Types.BINARY && isServerTextUtf8();
-  }
-
-  /** PostgreSQL's driver tells whether the server sends a column as text; it sends some in binary form when asked often. */
-  private boolean isTextOnTheWire(ResultSetMetaData columns) {
-    try {
-      return Integer.valueOf(0).equals(columns.getClass().getMethod("getFormat", int.class).invoke(columns, column));
-    } catch (ReflectiveOperationException unknown) {
-      return false;
-    }
-  }
-
-  /** The driver lets a URL's setting allow other encodings; its strings come right in any. */
-  private boolean isServerTextUtf8() throws SQLException {
-    try {
-      Connection connection = rows.getStatement().getConnection();
-      Method setting = connection.getClass().getMethod("getParameterStatus", String.class);
-      return "UTF8".equals(setting.invoke(connection, "client_encoding"));
-    } catch (ReflectiveOperationException unknown) {
-      return false;
-    }
   }
 
   private static boolean put(String value, RowPackerText text) {

@@ -13,8 +13,7 @@ final class Session {
 
   private final Batch batch = new Batch();
   private Connection connection;
-  private String vendor;
-  private DriverTraits traits;
+  private Database traits;
   private Transactions transactions;
   private volatile Cancellation cancellation;
   private Statement statement;
@@ -25,8 +24,7 @@ final class Session {
     if (connection != null && !connection.isClosed()) return;
     forget();
     connection = Drivers.connect(target, user, password);
-    vendor = target.vendor;
-    traits = DriverTraits.of(vendor);
+    traits = Database.of(target.vendor);
     transactions = new Transactions(connection, traits);
     cancellation = new Cancellation(traits);
     try {
@@ -148,14 +146,14 @@ final class Session {
     cancellation.begin(runs);
   }
 
-  DriverTraits traits() {
+  Database traits() {
     connection();
     return traits;
   }
 
   /** What the database holds. Asking leaves the rows being read where they are. */
   Catalog catalog() {
-    return new Catalog(connection(), vendor);
+    return new Catalog(connection(), traits);
   }
 
   /** Closes everything, the rest too when a part fails. A waiting batch is dropped. */

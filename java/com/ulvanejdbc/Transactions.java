@@ -12,7 +12,7 @@ final class Transactions {
   private static final String SAVEPOINT = "kivo_batch";
 
   private final Connection connection;
-  private final DriverTraits traits;
+  private final Database traits;
 
   /** The open transaction was begun here. */
   private boolean ours;
@@ -25,7 +25,7 @@ final class Transactions {
 
   private boolean undone;
 
-  Transactions(Connection connection, DriverTraits traits) {
+  Transactions(Connection connection, Database traits) {
     this.connection = connection;
     this.traits = traits;
   }

@@ -37,6 +37,6 @@ public final class datetime {
    * @return the text, or null for SQL NULL
    */
   public static String getAsUtcString(ResultSet rows, int jdbcType, int column) throws SQLException {
-    return TemporalSource.of(rows).read(rows, jdbcType, column);
+    return Database.of(rows).readTime(rows, jdbcType, column);
   }
 }

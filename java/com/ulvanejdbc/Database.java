@@ -1,0 +1,306 @@
+package com.ulvanejdbc;
+
+import java.sql.Connection;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.sql.Statement;
+import java.util.function.Predicate;
+import java.util.stream.Stream;
+
+/**
+ * All that differs from database to database, or from one database's driver to another's: one row for each. No other
+ * code asks which database it has.
+ */
+enum Database {
+  ORACLE(new DatabaseRow("oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
+      .refusingNoInstance("for Oracle the instance name must not be empty")
+      .listing("select table_name from user_tables")
+      .hidingPrefixes("AQ$", "DEF$", "HELP", "LOGMNRC_", "LOGMNRP_", "LOGMNRT_", "LOGMNR_", "LOGSTDBY$", "MVIEW$",
+          "OL$", "REPCAT$", "SQLPLUS_")),
+
+  /** The first driver for SQL Server. */
+  MSSQL(new DatabaseRow("mssql", "jdbc:microsoft:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"
+      + ";responseBuffering=adaptive").keyed("microsoft").hidingSystemTablesOfSqlServer()),
+
+  /** The driver's own fetch size is the best one. */
+  VELMAR(new DatabaseRow("velmar", "jdbc:velmar:Tds:{host}[:{port}][/{database}]")) {
+    @Override
+    int fetchSize(boolean onlyReads) {
+      return DEFAULT_FETCH_SIZE;
+    }
+  },
+
+  NETEZZA(new DatabaseRow("netezza", "jdbc:netezza://{host}[:{port}][/{database}]")),
+
+  TERADATA(new DatabaseRow("teradata", "jdbc:teradata://{host}/DBS_PORT={port}[,DATABASE={database}]")
+      .orWithout("port", "jdbc:teradata://{host}[/DATABASE={database}]")
+      .complainingOfInstance("teradata jdbc does not support a specified instance.")
+      .listing("select TableName  from DBC.TablesX where TableKind='T' and not CreatorName='DBC'")),
+
+  DB2(new DatabaseRow("db2", "jdbc:db2://{host}[:{port}][/{database}]")
+      .hidingSchemas("SYSIBM", "SYSCAT", "SYSSTAT", "SYSTOOLS", "SYSIBMADM").qualifyingNames()),
+
+  KDB(new DatabaseRow("kdb", "jdbc:q:{host}:{port}").keyed("kx")),
+
+  POSTGRESQL(new DatabaseRow("postgresql", "jdbc:postgresql://{host}[:{port}]/{database}").classes("org.postgresql.")
+      .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
+    /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
+    @Override
+    boolean readsRowsInTransaction(Connection connection) {
+      return PostgresDriver.reportsTransactions(connection);
+    }
+
+    /** A parameter of the type OTHER is sent without a type, which the server infers as it does a literal's. */
+    @Override
+    boolean readsParametersAsLiterals() {
+      return true;
+    }
+
+    @Override
+    boolean hasOpenTransaction(Connection connection) {
+      return PostgresDriver.hasOpenTransaction(connection);
+    }
+
+    @Override
+    void cancel(Statement statement) throws SQLException {
+      PostgresDriver.cancel(statement);
+    }
+
+    @Override
+    boolean sendsText(ResultSet rows, int column) throws SQLException {
+      return PostgresDriver.sendsText(rows, column);
+    }
+  },
+
+  SQLSERVER(new DatabaseRow("sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]")
+      .hidingSystemTablesOfSqlServer()),
+
+  H2(new DatabaseRow("h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}")
+      .classes("org.h2.").hidingSchemas("INFORMATION_SCHEMA").settingIfKnown("set lazy_query_execution true")
+      .writingWholeNumbersPlainly().makingLocalDates()) {
+    /** It goes on with a batch after a statement that was cancelled, and sends each by itself in any case. */
+    @Override
+    int statementsAtOnce() {
+      return 1;
+    }
+  },
+
+  /** It gathers all rows. A database in files keeps those beyond this number on disk; below it is several times faster. */
+  HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
+      .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.")
+      .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly()) {
+    @Override
+    boolean countsEndAtFailure() {
+      return true;
+    }
+  },
+
+  MARIADB(new DatabaseRow("mariadb", "jdbc:mariadb://{host}[:{port}]/{database}").classes("org.mariadb.")
+      .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, MariaDbBinary::toText))
+      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")) {
+    /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
+    @Override
+    int statementsAtOnce() {
+      return 16;
+    }
+
+    /** A MySQL server, which this driver reaches as well, does not understand the question. */
+    @Override
+    boolean hasOpenTransaction(Connection connection) {
+      try (Statement statement = connection.createStatement();
+          ResultSet answer = statement.executeQuery("select @@in_transaction")) {
+        return answer.next() && answer.getBoolean(1);
+      } catch (SQLException notUnderstood) {
+        return false;
+      }
+    }
+
+    /** The server ends and commits a statement when the last of its rows is taken from it. */
+    @Override
+    int fetchSize(boolean onlyReads) {
+      return onlyReads ? FETCH_SIZE : DEFAULT_FETCH_SIZE;
+    }
+  },
+
+  /** It streams at this fetch size only. */
+  MYSQL(new DatabaseRow("mysql", null).hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")) {
+    @Override
+    int fetchSize(boolean onlyReads) {
+      return Integer.MIN_VALUE;
+    }
+  },
+
+  /** It cannot cancel a statement that runs, only a batch between two. */
+  DERBY(new DatabaseRow("derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}")
+      .classes("org.apache.derby.").times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()) {
+    @Override
+    int statementsAtOnce() {
+      return 1;
+    }
+  },
+
+  SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").times(TemporalCell::ofAnyType)) {
+    @Override
+    boolean anyTypeInAnyCell() {
+      return true;
+    }
+
+    /** It cannot be asked, but refuses a transaction within another. */
+    @Override
+    boolean hasOpenTransaction(Connection connection) {
+      try (Statement statement = connection.createStatement()) {
+        statement.execute("begin");
+        statement.execute("rollback");
+        return false;
+      } catch (SQLException refused) {
+        return true;
+      }
+    }
+  },
+
+  OTHER(new DatabaseRow("", null));
+
+  /**
+   * From 32 to 4096, PostgreSQL is within 5 % of the fastest when rows are read cell by cell. Rows of 64 kB still fit a
+   * heap of 64 MB.
+   */
+  private static final int FETCH_SIZE = 256;
+
+  /** The driver's own choice. MariaDB's takes all rows at once. */
+  private static final int DEFAULT_FETCH_SIZE = 0;
+
+  private static final int STATEMENTS_AT_ONCE = 256;
+
+  private static final ClassValue<Database> BY_CLASS = new ClassValue<Database>() {
+    @Override
+    protected Database computeValue(Class<?> rowsClass) {
+      String name = rowsClass.getName();
+      return find(database -> database.row.classPrefix != null && name.startsWith(database.row.classPrefix));
+    }
+  };
+
+  private final DatabaseRow row;
+
+  Database(DatabaseRow row) {
+    this.row = row;
+  }
+
+  /** @param vendor a URL's word after "jdbc:" */
+  static Database of(String vendor) {
+    return find(database -> database.row.vendor.equals(vendor));
+  }
+
+  /** By the class of a driver's result. */
+  static Database of(ResultSet rows) {
+    return BY_CLASS.get(rows.getClass());
+  }
+
+  /** @return the row by which a URL is built for this word, or null */
+  static DatabaseRow urlRow(String word) {
+    DatabaseRow row = find(database -> database.row.word.equals(word)).row;
+    return row.url == null ? null : row;
+  }
+
+  private static Database find(Predicate<Database> wanted) {
+    return Stream.of(values()).filter(wanted).findFirst().orElse(OTHER);
+  }
+
+  /** Sets up a new connection, so that queries stream or that times come in UTC. */
+  void prepare(Connection connection) throws SQLException {
+    if (row.setting == null) return;
+    try (Statement statement = connection.createStatement()) {
+      statement.execute(row.setting);
+    } catch (SQLException failure) {
+      // A version that does not know how to stream works without, in more memory.
+      if (row.settingIsKnownToAll) throw failure;
+    }
+  }
+
+  /** Sets up a statement for a query. The fetch size is a hint: a driver that refuses it still reads. */
+  final void prepare(Statement statement, boolean onlyReads) {
+    try {
+      statement.setFetchSize(fetchSize(onlyReads));
+    } catch (SQLException | RuntimeException | LinkageError refused) {
+      return;
+    }
+  }
+
+  int fetchSize(boolean onlyReads) {
+    return FETCH_SIZE;
+  }
+
+  boolean readsRowsInTransaction(Connection connection) {
+    return false;
+  }
+
+  /** Whether a text parameter of the type OTHER has the effect of the quoted literal: see {@link RowLoader}. */
+  boolean readsParametersAsLiterals() {
+    return false;
+  }
+
+  /** Any thread. */
+  void cancel(Statement statement) throws SQLException {
+    statement.cancel();
+  }
+
+  /** How many statements of a batch to hand over together: as many as PostgreSQL's driver sends without an answer. */
+  int statementsAtOnce() {
+    return STATEMENTS_AT_ONCE;
+  }
+
+  /** Whether no update counts mean that the first statement failed; in other drivers they may mean anything. */
+  boolean countsEndAtFailure() {
+    return false;
+  }
+
+  /** Whether a cell's type may differ from its column's. */
+  boolean anyTypeInAnyCell() {
+    return false;
+  }
+
+  /** Whether a transaction is open although the driver counts as being in auto-commit mode; false when not told. */
+  boolean hasOpenTransaction(Connection connection) throws SQLException {
+    return false;
+  }
+
+  /** The query whose first column names the users' tables, or null to ask the driver. */
+  String listing() {
+    return row.listing;
+  }
+
+  boolean hidesSchema(String schema) {
+    return row.hiddenSchemas.contains(schema);
+  }
+
+  boolean hidesTable(String table) {
+    return row.hiddenTables.contains(table) || row.hiddenPrefixes.stream().anyMatch(table::startsWith);
+  }
+
+  /** A table's name as it is listed. */
+  String listed(String schema, String table) {
+    return row.qualifiesNames ? schema + "." + table : table;
+  }
+
+  /** A date or time as text in UTC, or null for SQL NULL. */
+  String readTime(ResultSet rows, int type, int column) throws SQLException {
+    return row.times == null ? TemporalCell.ofText(rows, type, column) : row.times.read(rows, type, column);
+  }
+
+  /** Whether {@link #readTime} begins with the driver's own text. */
+  boolean writesTimesAsText() {
+    return row.times == null;
+  }
+
+  /** Whether the bytes of a column are the server's text, in standard UTF-8. */
+  boolean sendsText(ResultSet rows, int column) throws SQLException {
+    return false;
+  }
+
+  boolean writesWholeNumbersPlainly() {
+    return row.writesWholeNumbersPlainly;
+  }
+
+  boolean makesLocalDates() {
+    return row.makesLocalDates;
+  }
+}

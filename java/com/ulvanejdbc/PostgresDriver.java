@@ -1,0 +1,69 @@
+package com.ulvanejdbc;
+
+import java.sql.Connection;
+import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
+import java.sql.SQLException;
+import java.sql.Statement;
+import java.sql.Types;
+
+/** What PostgreSQL's driver offers beyond JDBC. It is called by name, as the jar is built without the driver. */
+final class PostgresDriver {
+  private static final String IDLE_IN_OLD_VERSIONS = "0";
+
+  private PostgresDriver() {}
+
+  /** Whether {@link #hasOpenTransaction} can answer. */
+  static boolean reportsTransactions(Connection connection) {
+    return transactionState(connection) != null;
+  }
+
+  static boolean hasOpenTransaction(Connection connection) {
+    Object state = transactionState(connection);
+    return state != null && !state.toString().equals("IDLE") && !state.toString().equals(IDLE_IN_OLD_VERSIONS);
+  }
+
+  /** Statements cancel nothing while their next rows are fetched; the connection does. */
+  static void cancel(Statement statement) throws SQLException {
+    Connection connection = statement.getConnection();
+    try {
+      connection.getClass().getMethod("cancelQuery").invoke(connection);
+    } catch (ReflectiveOperationException unknown) {
+      statement.cancel();
+    }
+  }
+
+  /** Whether the driver's bytes are the server's text. Those of binary values are decoded from hexadecimal digits. */
+  static boolean sendsText(ResultSet rows, int column) throws SQLException {
+    ResultSetMetaData columns = rows.getMetaData();
+    return isTextOnTheWire(columns, column) && columns.getColumnType(column) != Types.BINARY && isUtf8(rows);
+  }
+
+  /** The server sends some columns in binary form when a statement is run often. */
+  private static boolean isTextOnTheWire(ResultSetMetaData columns, int column) {
+    return Integer.valueOf(0).equals(call(columns, "getFormat", int.class, column));
+  }
+
+  /** The driver lets a URL's setting allow other encodings; its strings are right in any. */
+  private static boolean isUtf8(ResultSet rows) throws SQLException {
+    Connection connection = rows.getStatement().getConnection();
+    return "UTF8".equals(call(connection, "getParameterStatus", String.class, "client_encoding"));
+  }
+
+  /** Known to the driver from the server's last answer: asking would cost each query a round trip. */
+  private static Object transactionState(Connection connection) {
+    try {
+      return connection.getClass().getMethod("getTransactionState").invoke(connection);
+    } catch (ReflectiveOperationException unknown) {
+      return null;
+    }
+  }
+
+  private static Object call(Object target, String method, Class<?> type, Object argument) {
+    try {
+      return target.getClass().getMethod(method, type).invoke(target, argument);
+    } catch (ReflectiveOperationException unknown) {
+      return null;
+    }
+  }
+}
