@@ -69,6 +69,11 @@ for carrier in wrapper jdbc; do
     grep -c 'rows 1 to 2 .* are stored, rows 3 to 4 .* may be stored: the connection broke' err) $(said err | wc -l)"
 done
 
+code=0
+"$kivosql" $postgres load frail.csv frail --no-header --batch 2 --single-transaction 2>err || code=$?
+check "a connection that breaks at the commit" "1 1 1" "$code $(grep -c 'at the commit: .*terminating' err) $(
+  grep -c 'rows 1 to 5 .* may be stored: the connection broke' err)"
+
 # Prepared statements and statements with literals must come to the same.
 sql 'create table typed (id int, truth boolean, day date, at timestamptz, ratio float8,
   amount numeric(9,2), list int[], doc jsonb, fixed char(5), raw bytea, span interval, loose text)'
@@ -88,8 +93,8 @@ check "values of all kinds" "4 $(md5sum <typed.jdbc)" "$(wc -l <typed.wrapper) $
 echo "== interrupts"
 sql 'create table slow (id int);
   create function sleeps() returns trigger language plpgsql as $$ begin perform pg_sleep(999); return new; end $$;
-  create trigger sleeps before insert on slow for each row execute function sleeps()'
-echo 1 >slow.csv
+  create trigger sleeps before insert on slow for each row when (new.id > 1) execute function sleeps()'
+seq 2 >slow.csv
 yes 'set enable_sort = on;' | head -n 300000 >short.sql
 query="query 'select pg_sleep(999)'"
 rows="--format csv query 'select pg_sleep(case when n > 999 then 999 else 0 end), n from generate_series(1, 1000) n'"
@@ -105,7 +110,7 @@ done
 # Twice, as shells and service managers send them.
 for signal in TERM:143 HUP:129; do
   code=0
-  "$kivosql" $postgres $load 2>err &
+  "$kivosql" $postgres $load --batch 1 --single-transaction 2>err &
   await at_work 1 "$slow"
   kill -s "${signal%:*}" $!
   kill -s "${signal%:*}" $!

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Loading files with kivosql into H2, PostgreSQL, MariaDB and SQLite, and reading them back.
+# Loading files, and scripts as one transaction, with kivosql into H2, PostgreSQL, MariaDB and SQLite, and reading them back.
 #
 #   kivosql_load_test.sh KIVOSQL TOOLS      the program, and the folder with the scripts of the throw-away servers
 # shellcheck disable=SC2016,SC2086  # connections are lists of words
@@ -38,6 +38,33 @@ done
 "$kivosql" $mariadb load clash.csv lasting --batch 1000 2>err || code=$?
 check "a table without transactions: $(cat err)" 1 "$(
   grep -c 'rows 1 to 2,000 .* are stored, rows 2,001 to 3,000 .* may be stored: the table has no transactions' err)"
+
+{ echo ID && seq 2499; } >unlike.csv
+echo 'insert into whole values (1); select * from whole; insert into whole values (1)' >again.sql
+echo 'delete from whole; insert into whole values (7)' >once.sql
+for server in "$postgres" "$mariadb" "$h2"; do
+  "$kivosql" $server update 'create table whole (id int not null primary key)' >out
+  for command in 'load clash.csv whole --batch 1000' 'run again.sql'; do
+    code=0
+    "$kivosql" $server $command --single-transaction >out 2>err || code=$?
+    check "nothing after $command: $(cat err)" "1 1 0" "$code $(grep -c '^kivosql: no.* of .* is stored$' err) $(
+      csv $server query 'select count(*) from whole')"
+  done
+  check "all of a file" "2,499 rows stored in whole" \
+    "$("$kivosql" $server load unlike.csv whole --batch 1000 --single-transaction)"
+  "$kivosql" $server run once.sql --single-transaction >out
+  check "all of a script" 7 "$(csv $server query 'select * from whole')"
+done
+# What the database cannot undo, and what it cannot even try.
+echo 'create table whole_more (id int); insert into whole values (7)' >commits.sql
+echo 'delete from lasting; selec' >lasts.sql
+for row in 'run commits.sql:some of .* may be stored: .*ended the transaction early' \
+  'run lasts.sql:some of .* may be stored: .*tables without transactions' \
+  'load clash.csv lasting:no row of .* is stored'; do
+  code=0
+  "$kivosql" $mariadb ${row%%:*} --single-transaction >out 2>err || code=$?
+  check "${row%%:*}: $(cat err)" "1 1" "$code $(grep -c "${row#*:}" err)"
+done
 printf 'id,name\n\n""\n' >quoted.csv
 check "a quoted nothing is a value" 1 "$("$kivosql" $h2 load quoted.csv big 2>&1 | grep -c 'line 3 has 1 value for 2 columns')"
 printf 'NA\n"NA"\n""\n' >gaps.csv

@@ -52,6 +52,51 @@ TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
   EXPECT_TRUE(isToldOnce(wrapper.errorMessage)) << wrapper.errorMessage;
 }
 
+/// Calls a method of the companion's that the wrapper does not forward.
+bool call(const jdbcWrapper& wrapper, const char* method) {
+  auto* const utilities = static_cast<jobject>(wrapper.utilitiesObject);
+  jclass type = wrapper.env->GetObjectClass(utilities);
+  jmethodID found = wrapper.env->GetMethodID(type, method, "()Z");
+  wrapper.env->DeleteLocalRef(type);
+  const bool worked = found != nullptr && wrapper.env->CallBooleanMethod(utilities, found) == JNI_TRUE;
+  EXPECT_FALSE(wrapper.env->ExceptionCheck());
+  return worked;
+}
+
+TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
+  jdbcWrapper keeper;  // of SQLite's database, which is in memory
+  connect(keeper);
+  recreate("whole", "id int primary key");
+  wrapper.executeUpdate("drop table whole_more");
+  const struct {
+    const char* end;
+    const char* kept;
+  } rows[] = {{"rollbackTransaction", "0"}, {"closeConnection", "0"}, {"commitTransaction", "3"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.end);
+    EXPECT_TRUE(call(wrapper, "beginTransaction"));
+    EXPECT_FALSE(call(wrapper, "beginTransaction")) << "one within the other";
+    update("insert into whole values (1)");
+    EXPECT_LT(batch({"insert into whole values (2)", "insert into whole values (1)"}), 0);
+    EXPECT_EQ(batch({"insert into whole values (2)", "insert into whole values (3)"}), 2) << wrapper.errorMessage;
+    query("select id from whole");
+    EXPECT_TRUE(wrapper.next());
+    EXPECT_TRUE(call(wrapper, row.end));
+    EXPECT_FALSE(call(wrapper, "commitTransaction")) << "it has ended";
+    connect(wrapper);
+    EXPECT_EQ(othersOnly("select count(*) from whole"), row.kept);
+  }
+  update("insert into whole values (4)");
+  EXPECT_EQ(othersOnly("select count(*) from whole"), "4") << "auto-commit was not given back";
+
+  // Some databases commit at the "create table", which the rollback must tell.
+  EXPECT_TRUE(call(wrapper, "beginTransaction"));
+  update("insert into whole values (5)");
+  update("create table whole_more (id int)");
+  const bool undone = call(wrapper, "rollbackTransaction");
+  EXPECT_EQ(othersOnly("select count(*) from whole"), undone ? "4" : "5");
+}
+
 /// Derby has no statement that begins a transaction, and HSQLDB's driver does not report one.
 class DatabasesWithBegin : public Databases {};
 

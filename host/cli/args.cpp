@@ -144,9 +144,13 @@ void addCommands(CLI::App& app, Options& options) {
     }
   }
   app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Run the rest after a statement that failed");
+  for (const char* name : {"run", "load"}) {
+    app.get_subcommand(name)->add_flag("--single-transaction", options.singleTransaction,
+                                       "Store all that the file says or, after a failure, nothing of it");
+  }
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows per transaction");
+  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows stored at once, in one transaction");
   app.require_subcommand(1);
 }
 
@@ -210,6 +214,10 @@ std::string faultOf(const CLI::App& app, const Options& options) {
   }
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
+  }
+  if (options.singleTransaction && !options.carrier->transacts) return "--single-transaction needs --through wrapper";
+  if (options.singleTransaction && options.keepGoing) {
+    return "--single-transaction ends at the first failure, where --keep-going goes on";
   }
   const bool isCsv = options.format->make == makeCsv || options.command->run == runLoad;
   if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {

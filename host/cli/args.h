@@ -31,6 +31,7 @@ struct Options {
   int heapMegabytes = 256;
 
   bool keepGoing = false;
+  bool singleTransaction = false;
   bool noHeader = false;
   std::size_t batchRows = 10000;
 

@@ -156,6 +156,41 @@ ExitCode runOne(Context& context, ExitCode (*run)(Context&, const std::string&, 
   return isUsable(first, "") ? run(context, std::string(first.text), "") : kFailed;
 }
 
+/// Whether a statement begins or ends a transaction, which is reported.
+bool hasOwnTransactions(const std::string& script, Dialect dialect, const std::string& path) {
+  StatementSplitter splitter(script, dialect);
+  Statement statement;
+  while (splitter.next(statement)) {
+    if (!leavesTransaction(statement.text, false) && leavesTransaction(statement.text, true)) continue;
+    complain(path + ':' + std::to_string(statement.line) +
+             ": with --single-transaction, a script has no transactions of its own; nothing was run");
+    return true;
+  }
+  return false;
+}
+
+ExitCode runStatements(Context& context, const std::string& path, const std::string& script, Dialect dialect) {
+  StatementSplitter splitter(script, dialect);
+  const Results& results = context.options.format->ofScript;
+  context.out.write(results.open);
+  ExitCode worst = kDone;
+  Statement statement;
+  while (splitter.next(statement)) {
+    // A reader that had enough rows has not had the rest of the script run.
+    if (!context.out.good()) return kFailed;
+    const std::string place = path + ':' + std::to_string(statement.line) + ": ";
+    // It may have come between two statements, where there was nothing to cancel.
+    const ExitCode code =
+        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
+    if (code != kDone) worst = code;
+    // What was written stays open, so that nobody takes it for the whole.
+    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
+  }
+  context.out.write(results.close);
+  const ExitCode written = flushed(context.out);
+  return worst == kDone ? written : worst;
+}
+
 /// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
 std::size_t endOfName(const std::string& text, std::size_t at) {
   const char quote = at < text.size() ? text[at] : '\0';
@@ -204,6 +239,18 @@ ExitCode failed(const Context& context, const std::string& what) {
   return kFailed;
 }
 
+std::string endTransaction(Context& context, ExitCode& code, const std::string& place) {
+  Session& session = context.session;
+  if (code == kDone && Interrupt::happened()) code = failed(context, place);
+  if (code == kDone) {
+    if (session.endTransaction(true)) return {};
+    code = failed(context, place + "at the commit: ");
+  }
+  // One that broke is gone at once; what it had begun to commit is not known.
+  if (session.isBroken()) return "the connection broke";
+  return session.endTransaction(false) ? "" : session.error();
+}
+
 void remark(Context& context, const std::string& text) {
   if (context.options.format->forPeople) {
     context.out.write(text).write("\n").flush();
@@ -228,25 +275,14 @@ ExitCode runScript(Context& context) {
   std::string script;
   if (ExitCode code = kDone; !readScript(path, script, code)) return code;
   const Dialect dialect = literalsFor(context.session.url()).dialect;
-  StatementSplitter splitter(script, dialect);
-  const Results& results = context.options.format->ofScript;
-  context.out.write(results.open);
-  ExitCode worst = kDone;
-  Statement statement;
-  while (splitter.next(statement)) {
-    // A reader that had enough rows has not had the rest of the script run.
-    if (!context.out.good()) return kFailed;
-    const std::string place = path + ':' + std::to_string(statement.line) + ": ";
-    // It may have come between two statements, where there was nothing to cancel.
-    const ExitCode code =
-        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
-    if (code != kDone) worst = code;
-    // What was written stays open, so that nobody takes it for the whole.
-    if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
-  }
-  context.out.write(results.close);
-  const ExitCode written = flushed(context.out);
-  return worst == kDone ? written : worst;
+  if (!context.options.singleTransaction) return runStatements(context, path, script, dialect);
+  if (hasOwnTransactions(script, dialect, path)) return kFailed;
+  if (!context.session.beginTransaction()) return failed(context, path + ": ");
+  ExitCode code = runStatements(context, path, script, dialect);
+  const std::string doubt = endTransaction(context, code, path + ": ");
+  if (code == kDone) return code;
+  complain(doubt.empty() ? "nothing of " + path + " is stored" : "some of " + path + " may be stored: " + doubt);
+  return code;
 }
 
 ExitCode runTables(Context& context) {

@@ -69,6 +69,10 @@ bool standardInputFailed();
 /// Reports that a statement failed. @param what comes first; may be empty.
 ExitCode failed(const Context& context, const std::string& what);
 
+/// Commits the transaction of --single-transaction, or rolls it back when @p code is a failure or becomes one here.
+/// @param place comes first in what is reported. @return why some of it may be stored after a failure; else empty
+std::string endTransaction(Context& context, ExitCode& code, const std::string& place);
+
 /// A remark between rows for a person, else on standard error.
 void remark(Context& context, const std::string& text);
 

@@ -30,6 +30,8 @@ bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
+constexpr const char* kNotOnDisk = "they may not be on disk";
+
 /// Asks the database itself how it reads a backslash in quotes: that may hang on a setting, and a wrong guess would let
 /// a value of the file end its literal. @return false when the answer is neither of the known ones.
 bool askDialect(Session& session, const std::string& table, Dialect& dialect) {
@@ -83,7 +85,13 @@ class Loader {
     durable_ = sync();
     transactional_ = hasTransactions();
     prepared_ = context_.session.prepareRows(insert_, static_cast<int>(columns_.size()));
-    return stopped(loadAll());
+    if (!context_.options.singleTransaction) return stopped(loadAll());
+    if (!transactional_) {
+      fault_ = table_ + " is not known to have transactions, which --single-transaction needs";
+      return stopped(refused());
+    }
+    if (!context_.session.beginTransaction()) return stopped(failed(""));
+    return stopped(ended(loadAll()));
   }
 
  private:
@@ -122,6 +130,18 @@ class Loader {
       if (const ExitCode code = store(); code != kDone) return code;
     }
     return fault_.empty() ? store() : refused();
+  }
+
+  /// Ends the transaction of all the rows.
+  ExitCode ended(ExitCode code) {
+    progress_.stop();
+    const bool complete = code == kDone;
+    doubt_ = endTransaction(context_, code, path_ + ": ");
+    // What nobody tried to commit went with the connection.
+    if (!complete && context_.session.isBroken()) doubt_.clear();
+    if (code != kDone || !durable_ || sync()) return code;
+    doubt_ = kNotOnDisk;
+    return failed(path_ + ": ");
   }
 
   bool accepts(const Record& record) {
@@ -188,7 +208,7 @@ class Loader {
     const std::vector<std::string> statements = inserts();
     const bool stored = context_.session.updateAll(statements);
     // A database that cannot write closes itself, and may lose what it had committed.
-    if (durable_ && !sync()) doubt_ = "they may not be on disk";
+    if (durable_ && !context_.options.singleTransaction && !sync()) doubt_ = kNotOnDisk;
     if (stored || !doubt_.empty() || broke()) return doubt_.empty();
     if (!transactional_) doubt_ = "the table has no transactions";
     failed_ = context_.session.failedStatement(statements, transactional_ && !Interrupt::happened());
@@ -239,7 +259,8 @@ class Loader {
 
   /// Exactly which rows are in the table, where that can be known.
   void tellStored() const {
-    const unsigned long long certain = doubt_.empty() || durable_ ? stored_ : 0;
+    const bool counts = !context_.options.singleTransaction && (doubt_.empty() || durable_);
+    const unsigned long long certain = counts ? stored_ : 0;
     const std::string sure = range(1, certain) + " of " + path_ + (certain == 1 ? " is stored" : " are stored");
     const std::string unsure =
         range(certain + 1, stored_ + batch_.size()) + " of " + path_ + " may be stored: " + doubt_;

@@ -107,4 +107,19 @@ bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::
   return true;
 }
 
+bool callUtilities(JNIEnv* env, jobject utilities, const char* method, std::string& why) {
+  const LocalFrame frame(env);
+  if (!frame.pushed()) return false;
+  const jclass type = env->GetObjectClass(utilities);
+  const jmethodID call = env->GetMethodID(type, method, "()Z");
+  const jmethodID reason =
+      call == nullptr ? nullptr : env->GetMethodID(type, "getErrorMessage", "()Ljava/lang/String;");
+  if (reason == nullptr) return false;
+  const bool worked = env->CallBooleanMethod(utilities, call) == JNI_TRUE;
+  if (env->ExceptionCheck() == JNI_TRUE) return false;
+  const jobject text = env->CallObjectMethod(utilities, reason);
+  if (env->ExceptionCheck() == JNI_FALSE) why = takeText(env, text);
+  return worked;
+}
+
 }  // namespace kivosql

@@ -32,4 +32,7 @@ class JavaRowLoader {
 bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::string>& statements,
                          std::size_t& number, std::string& why);
 
+/// Calls a method without parameters that answers whether it worked. @return that, with @p why not from Java
+bool callUtilities(JNIEnv* env, jobject utilities, const char* method, std::string& why);
+
 }  // namespace kivosql

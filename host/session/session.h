@@ -122,6 +122,13 @@ class Session {
   /// @return whether all are stored; otherwise none is, save where isBroken().
   virtual bool storeRows(PackedRows& /*rows*/) { return false; }
 
+  /// Begins a transaction, of which all that follows is a part. Only where the carrier transacts.
+  virtual bool beginTransaction() { return false; }
+
+  /// Ends it. @return false when the commit was refused, which a rollback must follow, or when the rollback left
+  /// something stored, as far as that can be known.
+  virtual bool endTransaction(bool /*commit*/) { return false; }
+
   virtual bool tables(std::vector<std::string>& names) = 0;
 
   /// Makes columns() those of the table. @param table a name as it stands in SQL.
@@ -174,6 +181,7 @@ struct Carrier {
   bool writes;
   bool takesParts;   ///< of a URL, instead of one
   bool vendorsOnly;  ///< of databases, the vendors of JdbcUtils only
+  bool transacts;    ///< has transactions of several statements
   std::unique_ptr<Session> (*make)();
 };
 
@@ -182,9 +190,9 @@ std::unique_ptr<Session> makeJdbcSession();
 std::unique_ptr<Session> makeBridgeSession();
 
 constexpr Carrier kCarriers[] = {
-    {"wrapper", "jdbcWrapper: any driver", true, true, false, makeWrapperSession},
-    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, true, makeJdbcSession},
-    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, makeBridgeSession},
+    {"wrapper", "jdbcWrapper: any driver", true, true, false, true, makeWrapperSession},
+    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, true, false, makeJdbcSession},
+    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, false, makeBridgeSession},
 };
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.

@@ -71,6 +71,10 @@ class WrapperSession : public Session {
     return stored;
   }
 
+  bool beginTransaction() override { return transact("beginTransaction"); }
+
+  bool endTransaction(bool commit) override { return transact(commit ? "commitTransaction" : "rollbackTransaction"); }
+
   bool tables(std::vector<std::string>& names) override {
     if (!done(database_.getTables(names))) return false;
     for (std::string& name : names) name = fromJava(name);
@@ -88,6 +92,13 @@ class WrapperSession : public Session {
     if (result) return true;
     setError(database_.errorMessage);
     return false;
+  }
+
+  bool transact(const char* method) {
+    std::string why;
+    const bool worked = callUtilities(database_.env, database_.utilitiesObject, method, why);
+    if (!worked) setError(why);
+    return worked;
   }
 
   void setError(const std::string& message) {

@@ -97,7 +97,7 @@ enum Database {
 
   MARIADB(new DatabaseRow("mariadb", "jdbc:mariadb://{host}[:{port}]/{database}").classes("org.mariadb.")
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, MariaDbBinary::toText))
-      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")) {
+      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()) {
     /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
     @Override
     int statementsAtOnce() {
@@ -123,7 +123,8 @@ enum Database {
   },
 
   /** It streams at this fetch size only. */
-  MYSQL(new DatabaseRow("mysql", null).hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")) {
+  MYSQL(new DatabaseRow("mysql", null).hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")
+      .warningOfKeptChanges()) {
     @Override
     int fetchSize(boolean onlyReads) {
       return Integer.MIN_VALUE;
@@ -139,7 +140,8 @@ enum Database {
     }
   },
 
-  SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").times(TemporalCell::ofAnyType)) {
+  SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").times(TemporalCell::ofAnyType)
+      .undoingWhatItEnds()) {
     @Override
     boolean anyTypeInAnyCell() {
       return true;
@@ -170,6 +172,9 @@ enum Database {
   private static final int DEFAULT_FETCH_SIZE = 0;
 
   private static final int STATEMENTS_AT_ONCE = 256;
+
+  /** MySQL's and MariaDB's "Some non-transactional changed tables couldn't be rolled back". */
+  private static final int NOT_ROLLED_BACK = 1196;
 
   private static final ClassValue<Database> BY_CLASS = new ClassValue<Database>() {
     @Override
@@ -261,6 +266,23 @@ enum Database {
   /** Whether a transaction is open although the driver counts as being in auto-commit mode; false when not told. */
   boolean hasOpenTransaction(Connection connection) throws SQLException {
     return false;
+  }
+
+  /** Whether a transaction that the database ended by itself was rolled back for certain, and not committed. */
+  boolean undoesWhatItEnds() {
+    return row.undoesWhatItEnds;
+  }
+
+  /** Whether the rollback just done left changes where they are; false when not told. */
+  boolean keptChanges(Connection connection) throws SQLException {
+    if (!row.warnsOfKeptChanges) return false;
+    try (Statement statement = connection.createStatement();
+        ResultSet warnings = statement.executeQuery("show warnings")) {
+      while (warnings.next()) {
+        if (warnings.getInt("Code") == NOT_ROLLED_BACK) return true;
+      }
+      return false;
+    }
   }
 
   /** The query whose first column names the users' tables, or null to ask the driver. */

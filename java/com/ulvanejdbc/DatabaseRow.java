@@ -45,6 +45,8 @@ final class DatabaseRow {
   /** Null for the driver's own text. */
   Times times;
 
+  boolean warnsOfKeptChanges;
+  boolean undoesWhatItEnds;
   boolean writesWholeNumbersPlainly;
   boolean makesLocalDates;
 
@@ -125,6 +127,18 @@ final class DatabaseRow {
 
   DatabaseRow times(Times reader) {
     times = reader;
+    return this;
+  }
+
+  /** After a rollback, "show warnings" tells if tables without transactions kept their changes. */
+  DatabaseRow warningOfKeptChanges() {
+    warnsOfKeptChanges = true;
+    return this;
+  }
+
+  /** A transaction that the database ends by itself, since a statement was cancelled, say, is rolled back. */
+  DatabaseRow undoingWhatItEnds() {
+    undoesWhatItEnds = true;
     return this;
   }
 

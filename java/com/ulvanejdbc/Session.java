@@ -121,6 +121,26 @@ final class Session {
     return statements.size();
   }
 
+  void beginTransaction() throws SQLException {
+    connection();
+    endRows();
+    transactions.begin();
+  }
+
+  void commitTransaction() throws SQLException {
+    connection();
+    endRows();
+    transactions.commitCallers();
+  }
+
+  @SuppressWarnings("try") // the ending is there to be closed
+  void rollbackTransaction() throws SQLException {
+    connection();
+    try (Ending ending = transactions::rollBackCallers) {
+      endRows();
+    }
+  }
+
   /** Runs statements of the caller's own: all of them or none. */
   @SuppressWarnings("try") // the endings are there to be closed
   void runAsOne(Work work) throws SQLException {
@@ -156,10 +176,16 @@ final class Session {
     return new Catalog(connection(), traits);
   }
 
-  /** Closes everything, the rest too when a part fails. A waiting batch is dropped. */
+  /**
+   * Closes everything, the rest too when a part fails. A waiting batch is dropped, a transaction of {@link
+   * #beginTransaction} rolled back.
+   */
   @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
   void close() throws SQLException {
-    try (Connection third = connection; Statement second = statement; Ending first = this::endRows) {
+    try (Connection last = connection;
+        Ending third = transactions == null ? null : transactions::abandon;
+        Statement second = statement;
+        Ending first = this::endRows) {
       batch.take();
     } finally {
       forget();

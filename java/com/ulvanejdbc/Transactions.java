@@ -2,14 +2,19 @@ package com.ulvanejdbc;
 
 import java.sql.Connection;
 import java.sql.SQLException;
+import java.sql.Savepoint;
 import java.sql.Statement;
 
 /**
- * The transactions opened on this side, for the rows of a query or for a batch, on a connection in auto-commit mode.
- * One that the caller opened in SQL is the caller's to end: in it rows are just read, and a batch gets a savepoint.
+ * The transactions opened on this side, for the rows of a query, for a batch or by the caller, on a connection in
+ * auto-commit mode. One of the caller's, opened here or in SQL, is the caller's to end: in it rows are just read, and a
+ * batch gets a savepoint.
  */
 final class Transactions {
   private static final String SAVEPOINT = "kivo_batch";
+  private static final String ENDED_EARLY =
+      "not all was rolled back: a statement ended the transaction early, as \"create table\" does in some databases";
+  private static final String KEPT = "not all was rolled back: tables without transactions keep what was changed";
 
   private final Connection connection;
   private final Database traits;
@@ -25,6 +30,15 @@ final class Transactions {
 
   private boolean undone;
 
+  /** Where the caller's transaction began here; null when none did. Whatever ends the transaction takes it along. */
+  private Savepoint beginning;
+
+  /** The caller's transaction has lasted from its beginning to the attempt to commit it. */
+  private boolean lasted;
+
+  /** Where the batch inside that transaction began. */
+  private Savepoint batchBeginning;
+
   Transactions(Connection connection, Database traits) {
     this.connection = connection;
     this.traits = traits;
@@ -34,6 +48,67 @@ final class Transactions {
   interface Ending extends AutoCloseable {
     @Override
     void close() throws SQLException;
+  }
+
+  /** Begins a transaction of the caller's, which all that follows is a part of. */
+  void begin() throws SQLException {
+    if (!connection.getAutoCommit() || traits.hasOpenTransaction(connection)) {
+      throw new MisuseException("a transaction is open already");
+    }
+    connection.setAutoCommit(false);
+    try {
+      beginning = connection.setSavepoint();
+    } catch (Throwable failure) {
+      undo(failure, () -> connection.setAutoCommit(true));
+      throw failure;
+    }
+    lasted = false;
+  }
+
+  /** Ends the caller's transaction; one that the database refuses to commit waits to be rolled back. */
+  void commitCallers() throws SQLException {
+    requireBeginning();
+    lasted = succeeds(() -> connection.releaseSavepoint(beginning));
+    connection.commit();
+    endCallers();
+  }
+
+  /** Ends the caller's transaction. It is a failure that some of it stays. */
+  @SuppressWarnings("try") // the ending is there to be closed
+  void rollBackCallers() throws SQLException {
+    requireBeginning();
+    try (Ending ending = this::endCallers) {
+      lasted = lasted || succeeds(() -> connection.rollback(beginning));
+      if (!lasted && traits.undoesWhatItEnds()) return;
+      connection.rollback();
+      if (!lasted) throw new SQLException(ENDED_EARLY);
+      if (traits.keptChanges(connection)) throw new SQLException(KEPT);
+    }
+  }
+
+  /** Rolls back what the caller has not ended. Closing the connection would commit it in some drivers. */
+  void abandon() throws SQLException {
+    if (beginning == null) return;
+    beginning = null;
+    connection.rollback();
+  }
+
+  private void requireBeginning() {
+    if (beginning == null) throw new MisuseException("no transaction: beginTransaction must be called first");
+  }
+
+  private void endCallers() throws SQLException {
+    beginning = null;
+    connection.setAutoCommit(true);
+  }
+
+  private static boolean succeeds(Ending step) {
+    try {
+      step.close();
+      return true;
+    } catch (SQLException refused) {
+      return false;
+    }
   }
 
   void beginRows() throws SQLException {
@@ -73,7 +148,9 @@ final class Transactions {
 
   private void beginBatch() throws SQLException {
     nested = !connection.getAutoCommit() || traits.hasOpenTransaction(connection);
-    if (nested) {
+    if (beginning != null) {
+      batchBeginning = connection.setSavepoint();
+    } else if (nested) {
       run("savepoint " + SAVEPOINT);
     } else {
       connection.setAutoCommit(false);
@@ -81,21 +158,16 @@ final class Transactions {
     }
   }
 
+  /** A statement that committed by itself, such as MariaDB's "create table", took the savepoint along. */
   private void endBatch(boolean keep) throws SQLException {
-    if (nested) {
+    if (beginning != null) {
+      if (!keep) connection.rollback(batchBeginning);
+      succeeds(() -> connection.releaseSavepoint(batchBeginning));
+    } else if (nested) {
       if (!keep) run("rollback to savepoint " + SAVEPOINT);
-      release();
+      succeeds(() -> run("release savepoint " + SAVEPOINT));
     } else {
       endOurs(keep);
-    }
-  }
-
-  /** A statement that committed by itself, such as MariaDB's "create table", took the savepoint along. */
-  private void release() {
-    try {
-      run("release savepoint " + SAVEPOINT);
-    } catch (SQLException gone) {
-      return;
     }
   }
 

@@ -54,7 +54,10 @@ public class jdbcUtilities {
     return attempt(() -> session.connect(target(), user, password));
   }
 
-  /** Closes the connection and all that depends on it; a batch that has not run is dropped. */
+  /**
+   * Closes the connection and all that depends on it; a batch that has not run is dropped, a transaction of {@link
+   * #beginTransaction} rolled back.
+   */
   public boolean closeConnection() {
     return attempt(session::close);
   }
@@ -157,6 +160,27 @@ public class jdbcUtilities {
    */
   public int executeBatch() {
     return attempt(-1, session::runBatch);
+  }
+
+  /**
+   * Begins a transaction, of which all that follows is a part until it is committed or rolled back. What is said above
+   * of commits waits for that end; a batch that fails is undone alone. SQL must not end it.
+   */
+  public boolean beginTransaction() {
+    return attempt(session::beginTransaction);
+  }
+
+  /** Commits what {@link #beginTransaction} began. When the database refuses, {@link #rollbackTransaction} is due. */
+  public boolean commitTransaction() {
+    return attempt(session::commitTransaction);
+  }
+
+  /**
+   * Rolls back what {@link #beginTransaction} began. It fails, with all undone that can be, where some of it stays: what
+   * the database committed by itself, and, where the database tells, what was changed in tables without transactions.
+   */
+  public boolean rollbackTransaction() {
+    return attempt(session::rollbackTransaction);
   }
 
   /** The names of the users' tables, without system tables and views. The current query's rows stay where they are. */
