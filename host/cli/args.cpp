@@ -150,7 +150,8 @@ void addCommands(CLI::App& app, Options& options) {
   }
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows stored at once, in one transaction");
+  addNumber(*load, "--batch", options.batchRows, 1,
+            "Maximum rows per batch, a transaction of its own unless --single-transaction");
   app.require_subcommand(1);
 }
 
