@@ -1,5 +1,5 @@
 #!/bin/sh
-# Loading files, and scripts as one transaction, with kivosql into H2, PostgreSQL, MariaDB and SQLite, and reading them back.
+# Loading files, and running scripts as one transaction, on H2, PostgreSQL, MariaDB and SQLite.
 #
 #   kivosql_load_test.sh KIVOSQL TOOLS      the program, and the folder with the scripts of the throw-away servers
 # shellcheck disable=SC2016,SC2086  # connections are lists of words
@@ -26,7 +26,7 @@ for server in "$postgres" "$h2"; do
   check "checksums" "$(md5sum <rows)" "$(csv $server query 'select * from big order by id' | md5sum)"
 done
 { echo ID && seq 2499 && echo 1 && seq 2501 4000; } >clash.csv
-for server in "$postgres --through wrapper" "$postgres --through jdbc" "$mariadb" "$h2" "--url jdbc:sqlite:clash.db"; do
+for server in "$postgres" "$mariadb" "$h2" "--url jdbc:sqlite:clash.db"; do
   "$kivosql" $server update 'create table clash (id int not null primary key)' >out
   code=0
   "$kivosql" $server load clash.csv clash --batch 1000 2>err || code=$?
@@ -98,7 +98,7 @@ id,name
 2,"\"
 3,"'); drop table v; -- "
 END
-for server in "$postgres" "$postgres --through jdbc" "$h2" "$mariadb"; do
+for server in "$postgres" "$h2" "$mariadb"; do
   "$kivosql" $server update 'create table v (id int primary key, name varchar(99))' >out
   "$kivosql" $server load evil.csv v >out
   check "stored as they are" "$(tail -n +2 evil.csv | tr -d '"')" "$(

@@ -67,13 +67,13 @@ for mode in 640 604; do
   errors 2 'others have access' --user u --password-file readable tables
 done
 errors 2 'pipe is not a file' --user u --password-file pipe tables
-errors 2 'needs --through wrapper' --through jdbc run f --single-transaction
+errors 2 'not the name of a table' describe 't; drop table t'
+errors 2 'needs --url' --through bridge --type postgresql --host h tables
+errors 2 'through bridge only reads' --through bridge update 'delete from t'
+errors 2 'through jdbc only reads' --through jdbc run f
 errors 2 'single-transaction ends at the first failure' run f --single-transaction --keep-going
 echo 'select 1; begin' >begins.sql
 errors 1 'no transactions of its own; nothing was run' run begins.sql --single-transaction
-errors 2 'not the name of a table' describe 't; drop table t'
-errors 2 'needs --url' --through bridge --type postgresql --host h tables
-errors 2 'only reads' --through bridge update 'delete from t'
 errors 2 'cannot read /$' run /
 errors 2 'cannot read /$' load / t
 errors 1 'error reading' run /proc/self/mem

@@ -9,7 +9,6 @@
 #include "cli/commands.h"
 #include "session/java_errors.h"
 #include "sql/csv_reader.h"
-#include "sql/sql_literals.h"
 #include "sql/statement_splitter.h"
 #include "terminal/display.h"
 #include "terminal/fault_line.h"
@@ -121,51 +120,6 @@ TEST(Kivosql, ReadsCsv) {
     EXPECT_EQ(found, row.records) << row.csv;
     EXPECT_EQ(reader.error(), row.error) << row.csv;
   }
-}
-
-TEST(Kivosql, WritesValuesThatCannotEndTheirLiteral) {
-  constexpr int kInteger = 4;
-  constexpr int kDecimal = 3;
-  constexpr int kDouble = 8;
-  constexpr int kText = 12;
-  constexpr int kBoolean = 16;
-  constexpr int kBinary = -3;
-  constexpr int kDate = 91;
-  const struct {
-    const char* url;
-    Dialect dialect;
-    int type;
-    Cell value;
-    const char* expected;
-  } rows[] = {
-      {"jdbc:h2:mem:x", Dialect::standard, kText, {"", true}, "null"},
-      {"jdbc:h2:mem:x", Dialect::standard, kText, {"it's \\", false}, "'it''s \\'"},
-      {"jdbc:h2:mem:x", Dialect::backslash, kText, {"\\'; drop", false}, "'\\\\''; drop'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"-12", false}, "-12"},
-      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1); drop", false}, "'1); drop'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kInteger, {"1.5", false}, "'1.5'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1.5e-3", false}, "0.0015"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"-12345678901234567890e0", false}, "-12345678901234567890"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"12.345E+2", false}, "1234.5"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"0.12E4", false}, "01200"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"1e99999999999999999999", false}, "'1e99999999999999999999'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"1.5e-3", false}, "1.5e-3"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDouble, {"-0.0", false}, "-0e0"},
-      {"jdbc:postgresql:x", Dialect::standard, kDouble, {"-0E9", false}, "'-0'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kDecimal, {"NaN", false}, "'NaN'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kBoolean, {"T", false}, "true"},
-      {"jdbc:postgresql:x", Dialect::standard, kBoolean, {"t", false}, "'t'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kBinary, {"cafe", false}, "X'cafe'"},
-      {"jdbc:h2:mem:x", Dialect::standard, kBinary, {"caf'", false}, "'caf'''"},
-      {"jdbc:postgresql:x", Dialect::standard, kBinary, {"cafe", false}, "decode('cafe', 'hex')"},
-      {"jdbc:sqlserver:x", Dialect::standard, kText, {"ж", false}, "N'ж'"},
-      {"jdbc:oracle:thin:x", Dialect::standard, kDate, {"2024-02-29", false}, "date '2024-02-29'"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(literal(row.value, {"", row.type, typeName(row.type)}, literalsFor(row.url), row.dialect), row.expected);
-  }
-  EXPECT_EQ(quotedName("a\"b", literalsFor("jdbc:h2:mem:x")), "\"a\"\"b\"");
-  EXPECT_EQ(quotedName("a`b", literalsFor("jdbc:mariadb://h/d")), "`a``b`");
 }
 
 TEST(Kivosql, TakesOnlyNamesForTables) {

@@ -150,8 +150,7 @@ void addCommands(CLI::App& app, Options& options) {
   }
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  addNumber(*load, "--batch", options.batchRows, 1,
-            "Maximum rows per batch, a transaction of its own unless --single-transaction");
+  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows stored at once, in one transaction");
   app.require_subcommand(1);
 }
 
@@ -216,7 +215,6 @@ std::string faultOf(const CLI::App& app, const Options& options) {
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }
-  if (options.singleTransaction && !options.carrier->transacts) return "--single-transaction needs --through wrapper";
   if (options.singleTransaction && options.keepGoing) {
     return "--single-transaction ends at the first failure, where --keep-going goes on";
   }

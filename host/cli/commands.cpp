@@ -8,7 +8,6 @@
 #include <iostream>
 #include <iterator>
 
-#include "sql/sql_literals.h"
 #include "sql/statement_splitter.h"
 #include "terminal/fault_line.h"
 #include "terminal/interrupt.h"
@@ -58,7 +57,7 @@ Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
 /// Reports that the statement failed, and where in it.
 ExitCode statementFailed(const Context& context, const std::string& sql, const std::string& place) {
   const ExitCode code = failed(context, place);
-  StatementSplitter splitter(sql, literalsFor(context.session.url()).dialect);
+  StatementSplitter splitter(sql, dialectOf(context.session.url()));
   Statement statement;
   // A driver that runs several counts in one of them.
   const bool isOne = splitter.next(statement) && !splitter.next(statement);
@@ -85,7 +84,7 @@ ExitCode query(Context& context, const std::string& sql, const std::string& plac
 ExitCode update(Context& context, const std::string& sql, const std::string& place) {
   Progress progress;
   const Stopwatch watch;
-  const int count = context.session.update(sql);
+  const int count = context.session.writing()->update(sql);
   progress.stop();
   if (count < 0) return statementFailed(context, sql, place);
   remark(context, counted(static_cast<unsigned>(count), "row") + " changed");
@@ -146,7 +145,7 @@ ExitCode runOne(Context& context, ExitCode (*run)(Context&, const std::string&, 
   if (argument != "-") return run(context, argument, "");
   std::string script;
   if (ExitCode code = kDone; !readScript(argument, script, code)) return code;
-  StatementSplitter splitter(script, literalsFor(context.session.url()).dialect);
+  StatementSplitter splitter(script, dialectOf(context.session.url()));
   Statement first;
   Statement second;
   if (!splitter.next(first) || splitter.next(second)) {
@@ -240,7 +239,7 @@ ExitCode failed(const Context& context, const std::string& what) {
 }
 
 std::string endTransaction(Context& context, ExitCode& code, const std::string& place) {
-  Session& session = context.session;
+  WritingSession& session = *context.session.writing();
   if (code == kDone && Interrupt::happened()) code = failed(context, place);
   if (code == kDone) {
     if (session.endTransaction(true)) return {};
@@ -274,10 +273,10 @@ ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
   std::string script;
   if (ExitCode code = kDone; !readScript(path, script, code)) return code;
-  const Dialect dialect = literalsFor(context.session.url()).dialect;
+  const Dialect dialect = dialectOf(context.session.url());
   if (!context.options.singleTransaction) return runStatements(context, path, script, dialect);
   if (hasOwnTransactions(script, dialect, path)) return kFailed;
-  if (!context.session.beginTransaction()) return failed(context, path + ": ");
+  if (!context.session.writing()->beginTransaction()) return failed(context, path + ": ");
   ExitCode code = runStatements(context, path, script, dialect);
   const std::string doubt = endTransaction(context, code, path + ": ");
   if (code == kDone) return code;

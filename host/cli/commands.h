@@ -27,7 +27,7 @@ struct Command {
   const char* name;
   const char* about;
   Argument arguments[2];      ///< their names are null for none
-  bool writes;                ///< needs a session that can
+  bool writes;                ///< needs a WritingSession
   ExitCode (*run)(Context&);  ///< with an open session; null for the one command that makes its own
 };
 
@@ -47,7 +47,7 @@ constexpr Command kCommands[] = {
     {"run",
      "Run the statements of a file",
      {{"FILE", "A file of statements that end with ;, or - for standard input"}, kNoArgument},
-     false,
+     true,
      runScript},
     {"tables", "List the tables", {kNoArgument, kNoArgument}, false, runTables},
     {"describe", "List a table's columns", {{"TABLE", "Its name, as in SQL"}, kNoArgument}, false, runDescribe},

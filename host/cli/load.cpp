@@ -6,7 +6,6 @@
 #include "KivoUtf8.h"
 #include "cli/commands.h"
 #include "sql/csv_reader.h"
-#include "sql/sql_literals.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
 #include "terminal/progress.h"
@@ -24,26 +23,13 @@ struct Line {
 };
 
 /// A batch lies in the Java heap when it is stored, in some databases' drivers several times over.
-constexpr unsigned long long kMostBatchBytes = 4ULL << 20U;
+constexpr unsigned long long kMaxBatchBytes = 4ULL << 20U;
 
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
 constexpr const char* kNotOnDisk = "they may not be on disk";
-
-/// Asks the database itself how it reads a backslash in quotes: that may hang on a setting, and a wrong guess would let
-/// a value of the file end its literal. @return false when the answer is neither of the known ones.
-bool askDialect(Session& session, const std::string& table, Dialect& dialect) {
-  // One row from any table, even from an empty one, without a word that only some databases have.
-  const std::string probe = R"(select 'a''b\\c' from (select count(*) as n from )" + table + " where 1 = 0) x";
-  Row row;
-  if (!session.query(probe, 0) || session.next(row) != Step::row || row.size() != 1) return false;
-  const std::string answer(row[0].text);
-  if (session.next(row) != Step::end) return false;
-  dialect = answer == R"(a'b\c)" ? Dialect::backslash : Dialect::standard;
-  return dialect == Dialect::backslash || answer == R"(a'b\\c)";
-}
 
 /// The column of that name; the case counts only where names differ in nothing else.
 const Column* findColumn(const std::vector<Column>& columns, const std::string& name) {
@@ -64,33 +50,28 @@ class Loader {
  public:
   Loader(Context& context, std::istream& input, unsigned long long size)
       : context_(context),
+        writing_(*context.session.writing()),
         path_(context.options.arguments[0]),
         table_(context.options.arguments[1]),
         null_(context.options.null.value_or("")),
         reader_(input),
-        literals_(literalsFor(context.session.url())),
         progress_(size) {}
 
   ExitCode run() {
     if (!context_.session.describe(table_)) return stopped(failed(""));
     columns_ = context_.session.columns();
     if (!context_.options.noHeader && !readHeader()) return stopped(refused());
-    if (!askDialect(context_.session, table_, dialect_)) {
-      fault_ = "this database does not say how it reads quotes; values cannot be sent to it safely";
-      return stopped(refused());
-    }
-    std::string names;
-    for (const Column& column : columns_) names += (names.empty() ? "" : ", ") + quotedName(column.name, literals_);
-    insert_ = "insert into " + table_ + " (" + names + ") values ";
-    durable_ = sync();
-    transactional_ = hasTransactions();
-    prepared_ = context_.session.prepareRows(insert_, static_cast<int>(columns_.size()));
+    std::vector<std::string> names;
+    for (const Column& column : columns_) names.push_back(column.name);
+    if (!writing_.prepareRows(table_, names)) return stopped(failed(""));
+    durable_ = writing_.syncRows();
+    transactional_ = writing_.undoesRows();
     if (!context_.options.singleTransaction) return stopped(loadAll());
     if (!transactional_) {
       fault_ = table_ + " is not known to have transactions, which --single-transaction needs";
       return stopped(refused());
     }
-    if (!context_.session.beginTransaction()) return stopped(failed(""));
+    if (!writing_.beginTransaction()) return stopped(failed(""));
     return stopped(ended(loadAll()));
   }
 
@@ -126,7 +107,7 @@ class Loader {
       if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty() && !record[0].quoted) continue;
       if (!accepts(record)) return refused();
       batch_.push_back({std::move(record), reader_.line()});
-      if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMostBatchBytes) continue;
+      if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMaxBatchBytes) continue;
       if (const ExitCode code = store(); code != kDone) return code;
     }
     return fault_.empty() ? store() : refused();
@@ -139,7 +120,7 @@ class Loader {
     doubt_ = endTransaction(context_, code, path_ + ": ");
     // What nobody tried to commit went with the connection.
     if (!complete && context_.session.isBroken()) doubt_.clear();
-    if (code != kDone || !durable_ || sync()) return code;
+    if (code != kDone || !durable_ || writing_.syncRows()) return code;
     doubt_ = kNotOnDisk;
     return failed(path_ + ": ");
   }
@@ -156,62 +137,18 @@ class Loader {
     return true;
   }
 
-  Cell valueOf(const CsvField& field) const { return {field.text, !field.quoted && field.text == null_}; }
-
-  /// The fast way, where there is one.
-  bool storeRows() {
-    if (!prepared_) return false;
-    packed_.clear();
-    for (const Line& line : batch_) {
-      for (std::size_t column = 0; column < line.values.size(); ++column) {
-        const Cell value = valueOf(line.values[column]);
-        packed_.add({parameter(value, columns_[column].type), value.isNull});
-      }
-    }
-    return context_.session.storeRows(packed_);
-  }
-
-  /// The batch in a form that every database knows.
-  std::vector<std::string> inserts() const {
-    std::vector<std::string> statements;
-    statements.reserve(batch_.size());
-    for (const Line& line : batch_) {
-      std::string sql = insert_;
-      for (std::size_t column = 0; column < line.values.size(); ++column) {
-        sql += column == 0 ? "(" : ", ";
-        sql += literal(valueOf(line.values[column]), columns_[column], literals_, dialect_);
-      }
-      statements.push_back(sql + ')');
-    }
-    return statements;
-  }
-
-  /// Has the database write to disk what it committed, where a commit alone does not wait for that.
-  bool sync() { return *literals_.sync == '\0' || context_.session.update(literals_.sync) >= 0; }
-
-  /// Whether the database undoes a batch that fails.
-  bool hasTransactions() {
-    if (*literals_.definition == '\0') return true;
-    Row row;
-    if (!context_.session.query(literals_.definition + table_, 0) || context_.session.next(row) != Step::row)
-      return false;
-    const bool has = row.size() == 2 && row[1].text.find("\n) ENGINE=InnoDB") != std::string_view::npos;
-    return context_.session.next(row) == Step::end && has;
-  }
-
   /// Stores the batch, or nothing of it, except where doubt_ says otherwise.
   bool storeBatch() {
-    if (storeRows()) return true;
-    if ((prepared_ && broke()) || Interrupt::happened()) return false;
-    // Where this way works and the fast one did not, the rest goes this way too.
-    prepared_ = false;
-    const std::vector<std::string> statements = inserts();
-    const bool stored = context_.session.updateAll(statements);
+    packed_.clear();
+    for (const Line& line : batch_) {
+      for (const CsvField& field : line.values) packed_.add({field.text, !field.quoted && field.text == null_});
+    }
+    const bool stored = writing_.storeRows(packed_);
     // A database that cannot write closes itself, and may lose what it had committed.
-    if (durable_ && !context_.options.singleTransaction && !sync()) doubt_ = kNotOnDisk;
+    if (durable_ && !context_.options.singleTransaction && !writing_.syncRows()) doubt_ = kNotOnDisk;
     if (stored || !doubt_.empty() || broke()) return doubt_.empty();
     if (!transactional_) doubt_ = "the table has no transactions";
-    failed_ = context_.session.failedStatement(statements, transactional_ && !Interrupt::happened());
+    if (transactional_ && !Interrupt::happened()) failed_ = writing_.failedRow(packed_);
     return false;
   }
 
@@ -284,16 +221,13 @@ class Loader {
   }
 
   Context& context_;
+  WritingSession& writing_;
   const std::string path_;
   const std::string table_;
   const std::string null_;
   CsvReader reader_;
-  const Literals& literals_;
-  Dialect dialect_ = Dialect::standard;
   std::vector<Column> columns_;
-  std::string insert_;
-  bool durable_ = false;   ///< the user may have the database write to disk
-  bool prepared_ = false;  ///< rows can be stored without statements of their own
+  bool durable_ = false;  ///< the user may have the database write to disk
   bool transactional_ = true;
   std::vector<Line> batch_;
   PackedRows packed_;

@@ -4,6 +4,8 @@ namespace kivosql {
 
 namespace {
 
+constexpr const char* kUnusable = "could not use the Java class com/ulvanejdbc/RowLoader, or memory ran out";
+
 /// Local references of a native thread live until they are released; these go with the object. An exception, too.
 class LocalFrame {
  public:
@@ -52,59 +54,85 @@ JavaRowLoader::~JavaRowLoader() {
   if (loader_ != nullptr) env_->DeleteGlobalRef(loader_);
 }
 
-bool JavaRowLoader::open(JNIEnv* env, jobject utilities, const std::string& insert, int columns) {
+bool JavaRowLoader::prepare(JNIEnv* env, jobject utilities, const std::string& table,
+                            const std::vector<std::string>& columns) {
   env_ = env;
   const LocalFrame frame(env);
-  if (!frame.pushed()) return false;
-  const jclass type = env->FindClass("com/ulvanejdbc/RowLoader");
-  if (type == nullptr) return false;
-  const jmethodID of = env->GetStaticMethodID(
-      type, "of", "(Lcom/ulvanejdbc/jdbcUtilities;Ljava/lang/String;I)Lcom/ulvanejdbc/RowLoader;");
-  if (of == nullptr) return false;
-  const jstring statement = env->NewStringUTF(insert.c_str());
-  if (statement == nullptr) return false;
-  const jobject made = env->CallStaticObjectMethod(type, of, utilities, statement, static_cast<jint>(columns));
-  if (env->ExceptionCheck() == JNI_TRUE || made == nullptr) return false;
-  loader_ = env->NewGlobalRef(made);
+  if (frame.pushed() && make(utilities, table, columns)) return call("prepare");
+  error_ = kUnusable;
+  return false;
+}
+
+bool JavaRowLoader::make(jobject utilities, const std::string& table, const std::vector<std::string>& columns) {
+  const jclass type = env_->FindClass("com/ulvanejdbc/RowLoader");
+  const jmethodID of =
+      type == nullptr ? nullptr
+                      : env_->GetStaticMethodID(type, "of",
+                                                "(Lcom/ulvanejdbc/jdbcUtilities;Ljava/lang/String;[Ljava/lang/String;)"
+                                                "Lcom/ulvanejdbc/RowLoader;");
+  const jstring name = of == nullptr ? nullptr : env_->NewStringUTF(toJava(table).c_str());
+  const jobjectArray names = name == nullptr ? nullptr : newArray(env_, columns);
+  if (names == nullptr) return false;
+  const jobject made = env_->CallStaticObjectMethod(type, of, utilities, name, names);
+  if (env_->ExceptionCheck() == JNI_TRUE) return false;
+  loader_ = env_->NewGlobalRef(made);
   return loader_ != nullptr;
 }
 
-bool JavaRowLoader::store(PackedRows& rows, std::string& why) {
-  // Java counts the bytes of a text in an int.
-  if (loader_ == nullptr || rows.text.size() > INT32_MAX) return false;
+bool JavaRowLoader::call(const char* method) {
   const LocalFrame frame(env_);
-  if (!frame.pushed()) return false;
-  const jmethodID store = env_->GetMethodID(env_->GetObjectClass(loader_), "store",
-                                            "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Ljava/lang/String;");
-  if (store == nullptr) return false;
-  const jobject ends =
-      env_->NewDirectByteBuffer(rows.ends.data(), static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0])));
-  if (ends == nullptr) return false;
-  const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
-  if (text == nullptr) return false;
-  const jobject reason = env_->CallObjectMethod(loader_, store, ends, text);
-  if (env_->ExceptionCheck() == JNI_TRUE) return false;
-  why = takeText(env_, reason);
-  return reason == nullptr;
+  error_ = kUnusable;
+  if (!frame.pushed() || loader_ == nullptr) return false;
+  const jmethodID id = env_->GetMethodID(env_->GetObjectClass(loader_), method, "()Z");
+  const bool worked = id != nullptr && env_->CallBooleanMethod(loader_, id) == JNI_TRUE;
+  if (!worked) takeError();
+  return worked;
 }
 
-bool findFailedStatement(JNIEnv* env, jobject utilities, const std::vector<std::string>& statements,
-                         std::size_t& number, std::string& why) {
-  const LocalFrame frame(env);
+template <typename Result>
+std::optional<Result> JavaRowLoader::callWith(PackedRows& rows, const char* method, const char* signature,
+                                              Result (JNIEnv::*caller)(jobject, jmethodID, ...)) {
+  error_ = kUnusable;
+  if (loader_ == nullptr) return {};
+  const jmethodID id = env_->GetMethodID(env_->GetObjectClass(loader_), method, signature);
+  if (id == nullptr) return {};
+  const jobject ends =
+      env_->NewDirectByteBuffer(rows.ends.data(), static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0])));
+  if (ends == nullptr) return {};
+  const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
+  if (text == nullptr) return {};
+  return (env_->*caller)(loader_, id, ends, text);
+}
+
+bool JavaRowLoader::store(PackedRows& rows) {
+  // Java counts the bytes of a text in an int.
+  if (rows.text.size() > INT32_MAX) {
+    error_ = "a batch has more than 2 GB of text";
+    return false;
+  }
+  const LocalFrame frame(env_);
   if (!frame.pushed()) return false;
-  const jclass type = env->FindClass("com/ulvanejdbc/FailedStatement");
-  if (type == nullptr) return false;
-  const jmethodID find = env->GetStaticMethodID(
-      type, "find", "(Lcom/ulvanejdbc/jdbcUtilities;[Ljava/lang/String;)Lcom/ulvanejdbc/FailedStatement;");
-  const jfieldID numberField = find == nullptr ? nullptr : env->GetFieldID(type, "number", "I");
-  const jfieldID whyField = numberField == nullptr ? nullptr : env->GetFieldID(type, "why", "Ljava/lang/String;");
-  const jobjectArray array = whyField == nullptr ? nullptr : newArray(env, statements);
-  if (array == nullptr) return false;
-  const jobject found = env->CallStaticObjectMethod(type, find, utilities, array);
-  if (found == nullptr) return false;
-  number = static_cast<std::size_t>(env->GetIntField(found, numberField));
-  why = takeText(env, env->GetObjectField(found, whyField));
-  return true;
+  const auto stored =
+      callWith(rows, "store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z", &JNIEnv::CallBooleanMethod);
+  if (stored == JNI_TRUE) return true;
+  if (stored) takeError();
+  return false;
+}
+
+std::optional<std::size_t> JavaRowLoader::failedRow(PackedRows& rows) {
+  const LocalFrame frame(env_);
+  if (!frame.pushed()) return {};
+  const auto row = callWith(rows, "failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I", &JNIEnv::CallIntMethod);
+  if (!row) return {};
+  takeError();
+  return *row < 0 ? std::nullopt : std::optional<std::size_t>(*row);
+}
+
+void JavaRowLoader::takeError() {
+  if (env_->ExceptionCheck() == JNI_TRUE) return;
+  const jmethodID error = env_->GetMethodID(env_->GetObjectClass(loader_), "error", "()Ljava/lang/String;");
+  const jobject text = error == nullptr ? nullptr : env_->CallObjectMethod(loader_, error);
+  if (env_->ExceptionCheck() == JNI_FALSE) error_ = takeText(env_, text);
 }
 
 bool callUtilities(JNIEnv* env, jobject utilities, const char* method, std::string& why) {

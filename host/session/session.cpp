@@ -2,7 +2,6 @@
 
 #include "JavaVmHost.h"
 #include "KivoUtf8.h"
-#include "sql/sql_literals.h"
 
 namespace kivosql {
 
@@ -23,21 +22,7 @@ bool Session::describe(const std::string& table) {
   if (!query("select * from " + table + " where 1 = 0", 0)) return false;
   Row none;
   if (next(none) == Step::failed) return false;
-  findJson(table);
   return true;
-}
-
-void Session::findJson(const std::string& table) {
-  constexpr int kOther = 1111;
-  const Literals& literals = literalsFor(url_);
-  if (*literals.jsonWord == '\0') return;
-  std::vector<Column> columns = columns_;
-  for (Column& column : columns) {
-    if (column.type != kOther) continue;
-    const std::string comparison = quotedName(column.name, literals) + " = " + literals.jsonWord + "'1'";
-    if (query("select 1 from " + table + " where 1 = 0 and " + comparison, 0)) column.typeName = kJson;
-  }
-  columns_ = columns;
 }
 
 bool isUtf8(const std::string& text) { return kivo::utf8::toModified(text).replacements == 0; }

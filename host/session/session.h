@@ -85,7 +85,7 @@ class PackedRows {
   std::string text;                ///< the values, one after the other
 };
 
-/// What the commands need of a database, whichever of the library's classes carries it. After a failure error() says
+/// What the commands read from a database, whichever of the library's classes carries it. After a failure error() says
 /// why. One thread, save for cancel().
 class Session {
  public:
@@ -103,31 +103,8 @@ class Session {
   /// Fills @p row with the next row of the query; its texts are good until the next call.
   virtual Step next(Row& row) = 0;
 
-  /// @return the number of rows changed, negative on failure.
-  virtual int update(const std::string& sql) = 0;
-
-  /// Runs the statements as one transaction: all of them, or none.
-  virtual bool updateAll(const std::vector<std::string>& statements) = 0;
-
-  /// Finds the one of the statements for which updateAll() failed just now; error() is that one's then.
-  /// @param mayRunAgain the statements are undone for certain, and may be run once more and undone once more.
-  /// @return counted from 0; nothing when it is unknown.
-  virtual std::optional<std::size_t> failedStatement(const std::vector<std::string>& statements, bool mayRunAgain) = 0;
-
-  /// Gets ready for storeRows(). @param insert the statement up to and with its word "values"
-  /// @return false when rows must be stored by statements that have the values as literals.
-  virtual bool prepareRows(const std::string& /*insert*/, int /*columns*/) { return false; }
-
-  /// Stores rows as one transaction, each value as the database would read it in quotes.
-  /// @return whether all are stored; otherwise none is, save where isBroken().
-  virtual bool storeRows(PackedRows& /*rows*/) { return false; }
-
-  /// Begins a transaction, of which all that follows is a part. Only where the carrier transacts.
-  virtual bool beginTransaction() { return false; }
-
-  /// Ends it. @return false when the commit was refused, which a rollback must follow, or when the rollback left
-  /// something stored, as far as that can be known.
-  virtual bool endTransaction(bool /*commit*/) { return false; }
+  /// @return null for one that only reads.
+  virtual class WritingSession* writing() { return nullptr; }
 
   virtual bool tables(std::vector<std::string>& names) = 0;
 
@@ -165,13 +142,42 @@ class Session {
     return count >= 0;
   }
 
-  /// Names the type of those columns that compare with a JSON value, where the database has such.
-  void findJson(const std::string& table);
-
   std::vector<Column> columns_;
   std::string url_;
   std::string error_;
   std::string details_;
+};
+
+/// One that changes data as well.
+class WritingSession : public Session {
+ public:
+  /// @return the number of rows changed, negative on failure.
+  virtual int update(const std::string& sql) = 0;
+
+  /// Begins a transaction, which all that follows is a part of.
+  virtual bool beginTransaction() = 0;
+
+  /// Ends it. @return false when the commit was refused, which a rollback must follow, or when the rollback left
+  /// something stored, as far as that can be known.
+  virtual bool endTransaction(bool commit) = 0;
+
+  /// Gets ready to store rows. @param table its name as it stands in SQL. @param columns by their exact names
+  virtual bool prepareRows(const std::string& table, const std::vector<std::string>& columns) = 0;
+
+  /// Whether the table can undo rows.
+  virtual bool undoesRows() = 0;
+
+  /// Stores rows as one transaction. @return whether all are stored; otherwise none is, as far as the table can undo
+  /// rows, unless isBroken().
+  virtual bool storeRows(PackedRows& rows) = 0;
+
+  /// Finds the row for which storeRows() failed just now; error() is then that row's. The rows are stored one by one,
+  /// and undone again: only for a table that can.
+  /// @return counted from 0; nothing when it is unknown.
+  virtual std::optional<std::size_t> failedRow(PackedRows& rows) = 0;
+
+  /// Has the database write what is stored to disk, where a commit does not wait for that.
+  virtual bool syncRows() = 0;
 };
 
 /// A way through the library: one class each.
@@ -181,7 +187,6 @@ struct Carrier {
   bool writes;
   bool takesParts;   ///< of a URL, instead of one
   bool vendorsOnly;  ///< of databases, the vendors of JdbcUtils only
-  bool transacts;    ///< has transactions of several statements
   std::unique_ptr<Session> (*make)();
 };
 
@@ -190,9 +195,9 @@ std::unique_ptr<Session> makeJdbcSession();
 std::unique_ptr<Session> makeBridgeSession();
 
 constexpr Carrier kCarriers[] = {
-    {"wrapper", "jdbcWrapper: any driver", true, true, false, true, makeWrapperSession},
-    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", true, true, true, false, makeJdbcSession},
-    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, false, makeBridgeSession},
+    {"wrapper", "jdbcWrapper: any driver", true, true, false, makeWrapperSession},
+    {"jdbc", "JdbcUtils: the vendors' own DataSource classes", false, true, true, makeJdbcSession},
+    {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, makeBridgeSession},
 };
 
 /// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.

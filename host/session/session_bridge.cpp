@@ -46,18 +46,6 @@ class BridgeSession : public Session {
     return Step::row;
   }
 
-  int update(const std::string& /*sql*/) override {
-    error_ = "a Java connection class only reads; --through wrapper writes";
-    return -1;
-  }
-
-  bool updateAll(const std::vector<std::string>& /*statements*/) override { return update({}) >= 0; }
-
-  std::optional<std::size_t> failedStatement(const std::vector<std::string>& /*statements*/,
-                                             bool /*mayRunAgain*/) override {
-    return {};
-  }
-
   bool tables(std::vector<std::string>& names) override {
     if (!done(java_->canDiscover() && java_->discoverTables(names))) return false;
     for (std::string& name : names) name = fromJava(name);

@@ -3,16 +3,13 @@
 #include "JdbcUtils.h"
 #include "session/java_errors.h"
 #include "session/session.h"
-#include "sql/statement_splitter.h"
-#include "terminal/interrupt.h"
 
 namespace kivosql {
 
 namespace {
 
 /// The vendors' own DataSource classes. Rows are read with auto-commit off, as some drivers, PostgreSQL's among them,
-/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap. In a transaction
-/// that the caller opened in SQL they are, since switching auto-commit on again would commit it.
+/// fetch by portions only inside a transaction and otherwise hold the whole result in the Java heap.
 class JdbcSession : public Session {
  public:
   bool open(const Target& target) override {
@@ -32,7 +29,7 @@ class JdbcSession : public Session {
       return database_.getColumnInfo(column, name, type);
     };
     std::string text = toJava(sql);
-    if (!endTransaction() || (!callersTransaction_ && !done(database_.setAutoCommit(false)))) return false;
+    if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
     setRunning(true);
     if (done(database_.executeQuery(text, maxRows) && setColumns(database_.getNumColumns(), describe))) {
       rows_.open(database_);
@@ -51,34 +48,6 @@ class JdbcSession : public Session {
       keepError([this] { endTransaction(); });
     }
     return step;
-  }
-
-  int update(const std::string& sql) override {
-    std::string text = toJava(sql);
-    if (!endTransaction()) return -1;
-    const int count = runUpdate(text);
-    if (!done(count >= 0)) return -1;
-    callersTransaction_ = leavesTransaction(sql, callersTransaction_);
-    return count;
-  }
-
-  /// Statement by statement: the library's batch commits also when one of its statements failed.
-  bool updateAll(const std::vector<std::string>& statements) override {
-    failed_.reset();
-    if (!endTransaction() || !done(database_.setAutoCommit(false))) return false;
-    for (std::size_t number = 0; number < statements.size(); ++number) {
-      std::string text = toJava(statements[number]);
-      if (!Interrupt::happened() && done(runUpdate(text) >= 0)) continue;
-      failed_ = number;
-      keepError([this] { rollBack(); });
-      return false;
-    }
-    return endTransaction();
-  }
-
-  std::optional<std::size_t> failedStatement(const std::vector<std::string>& /*statements*/,
-                                             bool /*mayRunAgain*/) override {
-    return failed_;
   }
 
   bool tables(std::vector<std::string>& names) override {
@@ -122,28 +91,10 @@ class JdbcSession : public Session {
     return false;
   }
 
-  int runUpdate(std::string& sql) {
-    setRunning(true);
-    const int count = database_.executeUpdate(sql);
-    setRunning(false);
-    return count;
-  }
-
   /// Waits for a cancel on its way, which would otherwise hit what the connection does next.
   void setRunning(bool running) {
     const std::lock_guard<std::mutex> lock(cancelling_);
     running_ = running;
-  }
-
-  /// The library has no rollback of its own; as a statement, all of its vendors know it. What cannot be undone must not
-  /// be committed.
-  void rollBack() {
-    std::string rollback = "rollback";
-    if (done(database_.executeUpdate(rollback) >= 0)) {
-      endTransaction();
-    } else {
-      database_.closeConnection();
-    }
   }
 
   /// Runs clean-up whose own failure matters less than the one that led to it.
@@ -159,8 +110,6 @@ class JdbcSession : public Session {
   JavaErrors printed_;
   JdbcUtils database_;
   BlockRows rows_;  ///< of the last query; goes before the database
-  bool callersTransaction_ = false;
-  std::optional<std::size_t> failed_;  ///< of the statements of updateAll()
   std::mutex cancelling_;
   bool running_ = false;  ///< what cancel() is to end
 };

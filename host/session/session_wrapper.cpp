@@ -8,7 +8,7 @@ namespace kivosql {
 namespace {
 
 /// Any JDBC driver, errors as text; it streams large results by itself.
-class WrapperSession : public Session {
+class WrapperSession : public WritingSession {
  public:
   bool open(const Target& target) override {
     if (!done(database_.errorState == 0)) return false;
@@ -42,34 +42,23 @@ class WrapperSession : public Session {
     return count;
   }
 
-  bool updateAll(const std::vector<std::string>& statements) override {
-    for (const std::string& sql : statements) {
-      if (!done(database_.addToBatch(toJava(sql)))) return false;
-    }
-    int executed = 0;
-    return done(database_.executeBatch(executed));
+  WritingSession* writing() override { return this; }
+
+  bool prepareRows(const std::string& table, const std::vector<std::string>& columns) override {
+    return worked(loader_.prepare(database_.env, database_.utilitiesObject, table, columns));
   }
 
-  std::optional<std::size_t> failedStatement(const std::vector<std::string>& statements, bool mayRunAgain) override {
-    std::size_t number = 0;
-    std::string why;
-    if (!mayRunAgain || !findFailedStatement(database_.env, database_.utilitiesObject, statements, number, why)) {
-      return {};
-    }
-    setError(why);
-    return number;
+  bool undoesRows() override { return loader_.undoes(); }
+
+  bool storeRows(PackedRows& rows) override { return worked(loader_.store(rows)); }
+
+  std::optional<std::size_t> failedRow(PackedRows& rows) override {
+    const std::optional<std::size_t> row = loader_.failedRow(rows);
+    if (row) setError(loader_.error());
+    return row;
   }
 
-  bool prepareRows(const std::string& insert, int columns) override {
-    return loader_.open(database_.env, database_.utilitiesObject, toJava(insert), columns);
-  }
-
-  bool storeRows(PackedRows& rows) override {
-    std::string why;
-    const bool stored = loader_.store(rows, why);
-    if (!stored) setError(why);
-    return stored;
-  }
+  bool syncRows() override { return loader_.sync(); }
 
   bool beginTransaction() override { return transact("beginTransaction"); }
 
@@ -92,6 +81,11 @@ class WrapperSession : public Session {
     if (result) return true;
     setError(database_.errorMessage);
     return false;
+  }
+
+  bool worked(bool result) {
+    if (!result) setError(loader_.error());
+    return result;
   }
 
   bool transact(const char* method) {

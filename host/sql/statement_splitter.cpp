@@ -155,6 +155,14 @@ bool isOneOf(const std::string& word, std::initializer_list<const char*> words) 
 
 }  // namespace
 
+Dialect dialectOf(std::string_view url) {
+  constexpr std::size_t kWord = 5;  // after "jdbc:"
+  const std::string_view word = url.size() < kWord ? "" : url.substr(kWord, url.find(':', kWord) - kWord);
+  if (word == "mariadb" || word == "mysql") return Dialect::backslash;
+  if (word == "oracle" || word == "hsqldb" || word == "sqlite") return Dialect::flat;
+  return Dialect::standard;
+}
+
 bool StatementSplitter::next(Statement& statement) {
   std::size_t start = kNone;
   std::size_t end = at_;

@@ -13,6 +13,9 @@ enum class Dialect {
               ///< and "/*!" code, block comments do not nest
 };
 
+/// @param url a JDBC URL
+Dialect dialectOf(std::string_view url);
+
 struct Statement {
   std::string_view text;  ///< without the semicolon
   std::size_t line = 0;   ///< where it begins, counted from 1

@@ -43,6 +43,7 @@ enum Database {
   KDB(new DatabaseRow("kdb", "jdbc:q:{host}:{port}").keyed("kx")),
 
   POSTGRESQL(new DatabaseRow("postgresql", "jdbc:postgresql://{host}[:{port}]/{database}").classes("org.postgresql.")
+      .insertingManyRows()
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
     /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
     @Override
@@ -50,10 +51,19 @@ enum Database {
       return PostgresDriver.reportsTransactions(connection);
     }
 
-    /** A parameter of the type OTHER is sent without a type, which the server infers as it does a literal's. */
     @Override
     boolean readsParametersAsLiterals() {
       return true;
+    }
+
+    @Override
+    void prepareLoad(Connection connection) throws SQLException {
+      PostgresDriver.silenceRemarks(connection);
+    }
+
+    @Override
+    String place(String table, String column, String typeName) {
+      return PostgresDriver.place(table, column, typeName);
     }
 
     @Override
@@ -76,18 +86,33 @@ enum Database {
       .hidingSystemTablesOfSqlServer()),
 
   H2(new DatabaseRow("h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}")
-      .classes("org.h2.").hidingSchemas("INFORMATION_SCHEMA").settingIfKnown("set lazy_query_execution true")
+      .classes("org.h2.").readingTimesAsText().hidingSchemas("INFORMATION_SCHEMA")
+      .settingIfKnown("set lazy_query_execution true")
       .writingWholeNumbersPlainly().makingLocalDates()) {
     /** It goes on with a batch after a statement that was cancelled, and sends each by itself in any case. */
     @Override
     int statementsAtOnce() {
       return 1;
     }
+
+    /** It stores text as a JSON string. */
+    @Override
+    boolean readsAsBytes(String typeName) {
+      return typeName.equals("JSON");
+    }
+
+    /** It acknowledges a commit before that is written. */
+    @Override
+    void sync(Connection connection) throws SQLException {
+      try (Statement statement = connection.createStatement()) {
+        statement.execute("checkpoint sync");
+      }
+    }
   },
 
   /** It gathers all rows. A database in files keeps those beyond this number on disk; below it is several times faster. */
   HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
-      .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.")
+      .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.").readingTimesAsText()
       .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly()) {
     @Override
     boolean countsEndAtFailure() {
@@ -96,6 +121,7 @@ enum Database {
   },
 
   MARIADB(new DatabaseRow("mariadb", "jdbc:mariadb://{host}[:{port}]/{database}").classes("org.mariadb.")
+      .readingTimesAsText().insertingManyRows()
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, MariaDbBinary::toText))
       .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()) {
     /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
@@ -123,7 +149,8 @@ enum Database {
   },
 
   /** It streams at this fetch size only. */
-  MYSQL(new DatabaseRow("mysql", null).hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")
+  MYSQL(new DatabaseRow("mysql", null).readingTimesAsText().insertingManyRows()
+      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")
       .warningOfKeptChanges()) {
     @Override
     int fetchSize(boolean onlyReads) {
@@ -133,14 +160,15 @@ enum Database {
 
   /** It cannot cancel a statement that runs, only a batch between two. */
   DERBY(new DatabaseRow("derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}")
-      .classes("org.apache.derby.").times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()) {
+      .classes("org.apache.derby.").readingTimesAsText().times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()) {
     @Override
     int statementsAtOnce() {
       return 1;
     }
   },
 
-  SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").times(TemporalCell::ofAnyType)
+  SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
+      .times(TemporalCell::ofAnyType)
       .undoingWhatItEnds()) {
     @Override
     boolean anyTypeInAnyCell() {
@@ -238,9 +266,43 @@ enum Database {
     return false;
   }
 
-  /** Whether a text parameter of the type OTHER has the effect of the quoted literal: see {@link RowLoader}. */
+  /** Whether a parameter without a type is read like a literal in quotes. */
   boolean readsParametersAsLiterals() {
     return false;
+  }
+
+  /** Whether a text for this type must be bound as its bytes. */
+  boolean readsAsBytes(String typeName) {
+    return false;
+  }
+
+  /** Whether a date or a time may be bound as text; otherwise the driver converts it. */
+  boolean readsTimesAsText() {
+    return row.readsTimesAsText;
+  }
+
+  int rowsPerInsert() {
+    return row.rowsPerInsert;
+  }
+
+  /** Sets up a transaction that loads rows. */
+  void prepareLoad(Connection connection) throws SQLException {}
+
+  /** The place of a column's parameter in an insert. */
+  String place(String table, String column, String typeName) {
+    return "?";
+  }
+
+  /** Has the database write to disk what it committed, where a commit does not wait for that. */
+  void sync(Connection connection) throws SQLException {}
+
+  /** Whether a rollback takes rows of the table back. */
+  boolean undoes(Connection connection, String table) throws SQLException {
+    if (!row.warnsOfKeptChanges) return true;
+    try (Statement statement = connection.createStatement();
+        ResultSet definition = statement.executeQuery("show create table " + table)) {
+      return definition.next() && definition.getString(2).contains("\n) ENGINE=InnoDB");
+    }
   }
 
   /** Any thread. */

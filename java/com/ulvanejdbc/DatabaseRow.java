@@ -49,6 +49,8 @@ final class DatabaseRow {
   boolean undoesWhatItEnds;
   boolean writesWholeNumbersPlainly;
   boolean makesLocalDates;
+  boolean readsTimesAsText;
+  int rowsPerInsert = 1;
 
   /** Reads a date or time as text in UTC, or null for SQL NULL. */
   interface Times {
@@ -122,6 +124,17 @@ final class DatabaseRow {
 
   DatabaseRow settingIfKnown(String sql) {
     setting = sql;
+    return this;
+  }
+
+  DatabaseRow readingTimesAsText() {
+    readsTimesAsText = true;
+    return this;
+  }
+
+  /** An insert of many rows is much faster than many of one. Larger ones were no faster. */
+  DatabaseRow insertingManyRows() {
+    rowsPerInsert = 128;
     return this;
   }
 

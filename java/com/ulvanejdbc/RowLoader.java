@@ -1,154 +1,196 @@
 package com.ulvanejdbc;
 
 import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
-import java.nio.charset.StandardCharsets;
 import java.sql.Connection;
-import java.sql.ParameterMetaData;
 import java.sql.PreparedStatement;
+import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
-import java.sql.Types;
-import java.util.Arrays;
-import java.util.Collection;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /**
- * Stores rows of text by prepared statements of many rows each, which costs a server far less than a statement for each
- * row. Native code finds this class and its methods by name. Nothing is thrown to it.
+ * Stores rows of text in a table, by prepared statements whose parameters have the columns' types. Native code finds
+ * this class and its methods by name. Nothing is thrown to it: a method that fails answers false, and {@link #error}
+ * then says why.
  */
 public final class RowLoader {
-  /** More bring nothing. */
-  private static final int ROWS_A_STATEMENT = 128;
-
-  /**
-   * The driver sends many statements before it looks at what the server has to say. Were that a remark for each row, by a
-   * trigger, both would come to wait for the other to read.
-   */
-  private static final String WITHOUT_REMARKS = "set local client_min_messages = error";
-
   /** PostgreSQL's protocol counts them in 16 bits, and its driver took them for signed. */
-  private static final int MOST_PARAMETERS = 32767;
+  private static final int MAX_PARAMETERS = 32767;
 
-  /** Types of which a parameter is read otherwise than a literal: the fields of the one, the decimal point of the other. */
-  private static final Collection<String> READ_OTHERWISE = Arrays.asList("interval", "money");
+  private static final int NONE = -1;
 
-  private final Session session;
-  private final String insert;
-  private final int columns;
-  private final int mostRows;
+  private final jdbcUtilities utilities;
+  private final String table;
+  private final String[] names;
+  private LoadedColumn[] columns;
+  private String insert;
+  private String row;
+  private String error = "";
 
-  private RowLoader(Session session, String insert, int columns) {
-    this.session = session;
-    this.insert = insert;
-    this.columns = columns;
-    mostRows = Math.max(1, Math.min(ROWS_A_STATEMENT, MOST_PARAMETERS / columns));
+  private RowLoader(jdbcUtilities utilities, String table, String[] names) {
+    this.utilities = utilities;
+    this.table = table;
+    this.names = names;
   }
 
   /**
-   * @param insert the statement up to and with its word "values"
-   * @param columns of each row, at least one
-   * @return null where a parameter might be read otherwise than the text in quotes, or the statement cannot be prepared
+   * @param table its name as it stands in SQL
+   * @param names of columns, exactly as the database has them
    */
-  public static RowLoader of(jdbcUtilities utilities, String insert, int columns) {
-    try {
-      RowLoader loader = new RowLoader(utilities.session(), insert, columns);
-      return loader.readsLiterals() ? loader : null;
-    } catch (SQLException | RuntimeException refused) {
-      return null;
-    }
+  public static RowLoader of(jdbcUtilities utilities, String table, String[] names) {
+    return new RowLoader(utilities, table, names);
   }
 
-  private boolean readsLiterals() throws SQLException {
-    if (!session.traits().readsParametersAsLiterals()) return false;
-    boolean[] reads = {true};
-    session.runAsOne(connection -> {
-      try (PreparedStatement statement = connection.prepareStatement(insert + places(1))) {
-        ParameterMetaData parameters = statement.getParameterMetaData();
-        for (int place = 1; place <= columns; ++place) {
-          reads[0] &= !READ_OTHERWISE.contains(parameters.getParameterTypeName(place));
-        }
+  public String error() {
+    return error;
+  }
+
+  /** Finds out what the columns are. To be called once, before the rest. */
+  public boolean prepare() {
+    return attempt(() -> session().runAsOne(this::prepare));
+  }
+
+  private void prepare(Connection connection) throws SQLException {
+    String quote = connection.getMetaData().getIdentifierQuoteString().trim();
+    String list = Stream.of(names).map(name -> quoted(name, quote)).collect(Collectors.joining(", "));
+    columns = new LoadedColumn[names.length];
+    String[] places = new String[names.length];
+    // A driver need not know the parameters' types of a statement that has not run.
+    try (Statement statement = connection.createStatement();
+        ResultSet none = statement.executeQuery("select " + list + " from " + table + " where 1 = 0")) {
+      ResultSetMetaData described = none.getMetaData();
+      for (int column = 0; column < names.length; ++column) {
+        int type = described.getColumnType(column + 1);
+        String typeName = described.getColumnTypeName(column + 1);
+        columns[column] = new LoadedColumn(names[column], type, typeName, traits());
+        places[column] = traits().place(table, names[column], typeName);
       }
-    });
-    return reads[0];
+    }
+    insert = "insert into " + table + " (" + list + ") values ";
+    row = "(" + String.join(", ", places) + ")";
+  }
+
+  private static String quoted(String name, String quote) {
+    return quote + (quote.isEmpty() ? name : name.replace(quote, quote + quote)) + quote;
   }
 
   /**
-   * Stores rows as one transaction.
+   * Stores rows as one transaction: all of them or, on failure, none, as far as the table can undo them.
    *
    * @param ends where each value's text ends, row by row, in ints of the machine's byte order; the complement of that
    *     where the value is null
-   * @param text the values one behind the other, in standard UTF-8
-   * @return null when they are stored; otherwise why none is, unless the connection broke before the answer to the
-   *     commit came
+   * @param text the values, one after the other, in standard UTF-8
    */
-  public String store(ByteBuffer ends, ByteBuffer text) {
-    try {
-      Rows rows = new Rows(ends, text);
-      session.runAsOne(connection -> store(connection, rows));
-      return null;
-    } catch (Throwable failure) {
-      return ErrorText.of(failure);
-    }
+  public boolean store(ByteBuffer ends, ByteBuffer text) {
+    return attempt(() -> {
+      LoadedRows rows = new LoadedRows(ends, text, columns.length);
+      session().runAsOne(connection -> store(connection, rows));
+    });
   }
 
-  /** Rows on the Java side, copied as a whole: a copy for each value would cost more. */
-  private final class Rows {
-    final int count;
-    private final int[] ends;
-    private final byte[] text;
-    private int at;
-
-    Rows(ByteBuffer ends, ByteBuffer text) {
-      this.ends = new int[ends.remaining() / Integer.BYTES];
-      ends.order(ByteOrder.nativeOrder()).asIntBuffer().get(this.ends);
-      this.text = new byte[text.remaining()];
-      text.get(this.text);
-      count = this.ends.length / columns;
-    }
-
-    /** @return the next value, null for null */
-    String next() {
-      int start = at == 0 ? 0 : end(ends[at - 1]);
-      int end = ends[at++];
-      return end < 0 ? null : new String(text, start, end - start, StandardCharsets.UTF_8);
-    }
-
-    private int end(int mark) {
-      return mark < 0 ? ~mark : mark;
-    }
+  private void store(Connection connection, LoadedRows rows) throws SQLException {
+    traits().prepareLoad(connection);
+    int rowsEach = Math.max(1, Math.min(traits().rowsPerInsert(), MAX_PARAMETERS / columns.length));
+    int rest = rows.count % rowsEach;
+    store(connection, rowsEach, rows.count / rowsEach, rows);
+    store(connection, rest, 1, rows);
   }
 
-  private void store(Connection connection, Rows rows) throws SQLException {
-    try (Statement statement = connection.createStatement()) {
-      statement.execute(WITHOUT_REMARKS);
-    }
-    int rest = rows.count % mostRows;
-    if (rows.count > rest) store(connection, mostRows, rows.count / mostRows, rows);
-    if (rest > 0) store(connection, rest, 1, rows);
-  }
-
-  private void store(Connection connection, int rowsEach, int statements, Rows rows) throws SQLException {
-    try (PreparedStatement statement = connection.prepareStatement(insert + places(rowsEach))) {
-      session.setRunning(statement);
-      for (int count = 0; count < statements; ++count) {
-        for (int place = 1; place <= rowsEach * columns; ++place) {
-          // A null of this type is one, too.
-          statement.setObject(place, rows.next(), Types.OTHER);
+  private void store(Connection connection, int rowsEach, int statements, LoadedRows rows) throws SQLException {
+    if (rowsEach == 0 || statements == 0) return;
+    int atOnce = traits().statementsAtOnce();
+    try (PreparedStatement statement = connection.prepareStatement(insert + rowPlaces(rowsEach))) {
+      session().setRunning(statement);
+      for (int count = 1; count <= statements; ++count) {
+        for (int place = 0; place < rowsEach * columns.length; ++place) {
+          columns[place % columns.length].bind(statement, place + 1, rows.next());
         }
         statement.addBatch();
+        if (count % atOnce != 0 && count != statements) continue;
+        session().checkCancelled();
+        statement.executeBatch();
       }
-      statement.executeBatch();
     } finally {
-      session.setRunning(null);
+      session().setRunning(null);
     }
   }
 
-  /** (?, ?), (?, ?) ... */
-  private String places(int rows) {
-    StringBuilder places = new StringBuilder();
-    for (int row = 0; row < rows; ++row) {
-      for (int column = 0; column < columns; ++column) places.append(column > 0 ? ",?" : row > 0 ? "),(?" : "(?");
+  private String rowPlaces(int rowsEach) {
+    return Stream.generate(() -> row).limit(rowsEach).collect(Collectors.joining(", "));
+  }
+
+  /**
+   * Finds the row for which {@link #store} failed just now, by storing the rows one by one and undoing them again.
+   *
+   * @return counted from 0, with {@link #error} that row's; -1, with {@link #error} unchanged, when none fails alone or
+   *     the rows were not undone, since they would be stored twice
+   */
+  public int failedRow(ByteBuffer ends, ByteBuffer text) {
+    int[] found = {NONE};
+    try {
+      if (!session().undone()) return NONE;
+      LoadedRows rows = new LoadedRows(ends, text, columns.length);
+      session().runAsOne(connection -> {
+        found[0] = firstFailing(connection, rows);
+        throw new SQLException("only tried");
+      });
+    } catch (Throwable undone) {
+      return found[0];
     }
-    return places.append(')').toString();
+    return NONE;
+  }
+
+  private int firstFailing(Connection connection, LoadedRows rows) throws SQLException {
+    int number = 0;
+    traits().prepareLoad(connection);
+    try (PreparedStatement statement = connection.prepareStatement(insert + row)) {
+      session().setRunning(statement);
+      for (; number < rows.count; ++number) {
+        int place = 0;
+        for (LoadedColumn column : columns) column.bind(statement, ++place, rows.next());
+        statement.executeUpdate();
+      }
+      return NONE;
+    } catch (SQLException | RuntimeException failure) {
+      error = ErrorText.of(failure);
+      return number;
+    } finally {
+      session().setRunning(null);
+    }
+  }
+
+  /** Has the database write to disk what it committed, where a commit alone does not wait for that. */
+  public boolean sync() {
+    return attempt(() -> traits().sync(session().connection()));
+  }
+
+  /** Whether the table can undo rows. */
+  public boolean undoes() {
+    boolean[] undoes = {false};
+    return attempt(() -> undoes[0] = traits().undoes(session().connection(), table)) && undoes[0];
+  }
+
+  private Session session() {
+    return utilities.session();
+  }
+
+  private Database traits() {
+    return session().traits();
+  }
+
+  private interface Step {
+    void run() throws SQLException;
+  }
+
+  private boolean attempt(Step step) {
+    try {
+      step.run();
+      return true;
+    } catch (Throwable failure) {
+      error = ErrorText.of(failure);
+      return false;
+    }
   }
 }

@@ -166,6 +166,10 @@ final class Session {
     cancellation.begin(runs);
   }
 
+  void checkCancelled() throws SQLException {
+    cancellation.check();
+  }
+
   Database traits() {
     connection();
     return traits;
@@ -214,7 +218,7 @@ final class Session {
     }
   }
 
-  private Connection connection() {
+  Connection connection() {
     if (connection == null) throw new MisuseException("no connection: it must be made first");
     return connection;
   }

@@ -1,0 +1,148 @@
+package com.ulvanejdbc;
+
+import java.math.BigDecimal;
+import java.nio.charset.StandardCharsets;
+import java.sql.PreparedStatement;
+import java.sql.SQLException;
+import java.sql.Types;
+import java.util.regex.Pattern;
+
+/**
+ * A column that text is loaded into. A text that is a value of the column's type is bound as one; any other is bound as
+ * text, for the database to read or to refuse.
+ */
+final class LoadedColumn {
+  private static final Pattern INTEGER = Pattern.compile("-?(?:0|[1-9]\\d{0,17})");
+  private static final Pattern NUMBER = Pattern.compile("-?(?:0|[1-9]\\d*)(?:\\.\\d+)?(?:[eE][+-]?\\d{1,3})?");
+  private static final Pattern BYTES = Pattern.compile("(?:\\p{XDigit}{2})*");
+  private static final Pattern TRUE = Pattern.compile("t|true|1", Pattern.CASE_INSENSITIVE);
+  private static final Pattern FALSE = Pattern.compile("f|false|0", Pattern.CASE_INSENSITIVE);
+
+  private final String name;
+  private final int type;
+  private final Binder binder;
+
+  /** Binds a text that is not null. */
+  private interface Binder {
+    void bind(PreparedStatement statement, int place, String value) throws SQLException;
+  }
+
+  LoadedColumn(String name, int type, String typeName, Database database) {
+    this.name = name;
+    // PostgreSQL infers the type of such a parameter as it does a literal's; a null bound so is still SQL NULL.
+    this.type = database.readsParametersAsLiterals() ? Types.OTHER : type;
+    binder = database.readsParametersAsLiterals() ? asLiteral(type) : typed(type, typeName, database);
+  }
+
+  void bind(PreparedStatement statement, int place, String value) throws SQLException {
+    try {
+      if (value == null) {
+        statement.setNull(place, type);
+      } else {
+        binder.bind(statement, place, value);
+      }
+    } catch (SQLException | RuntimeException refused) {
+      throw new SQLException("column " + name + ": " + refused.getMessage(), refused);
+    }
+  }
+
+  private static Binder asLiteral(int type) {
+    return (statement, place, value) -> {
+      boolean isBytes = type == Types.BINARY && BYTES.matcher(value).matches();
+      statement.setObject(place, isBytes ? "\\x" + value : value, Types.OTHER);
+    };
+  }
+
+  private static Binder typed(int type, String typeName, Database database) {
+    if (database.readsAsBytes(typeName)) {
+      return (statement, place, value) -> statement.setBytes(place, value.getBytes(StandardCharsets.UTF_8));
+    }
+    switch (type) {
+      case Types.BIT:
+      case Types.BOOLEAN:
+        return LoadedColumn::bindBoolean;
+      case Types.TINYINT:
+      case Types.SMALLINT:
+      case Types.INTEGER:
+      case Types.BIGINT:
+        return LoadedColumn::bindInteger;
+      case Types.NUMERIC:
+      case Types.DECIMAL:
+        // What SQLite's driver binds as a decimal number arrives as text.
+        return database.anyTypeInAnyCell() ? LoadedColumn::bindNumber : LoadedColumn::bindDecimal;
+      case Types.FLOAT:
+      case Types.REAL:
+      case Types.DOUBLE:
+        return LoadedColumn::bindDouble;
+      case Types.BINARY:
+      case Types.VARBINARY:
+      case Types.LONGVARBINARY:
+      case Types.BLOB:
+        return LoadedColumn::bindBytes;
+      case Types.DATE:
+      case Types.TIME:
+      case Types.TIMESTAMP:
+        if (!database.readsTimesAsText()) return (statement, place, value) -> statement.setObject(place, value, type);
+        return PreparedStatement::setString;
+      default:
+        return PreparedStatement::setString;
+    }
+  }
+
+  private static void bindBoolean(PreparedStatement statement, int place, String value) throws SQLException {
+    boolean isTrue = TRUE.matcher(value).matches();
+    if (isTrue || FALSE.matcher(value).matches()) {
+      statement.setBoolean(place, isTrue);
+    } else {
+      statement.setString(place, value);
+    }
+  }
+
+  private static void bindInteger(PreparedStatement statement, int place, String value) throws SQLException {
+    if (INTEGER.matcher(value).matches()) {
+      statement.setLong(place, Long.parseLong(value));
+    } else {
+      statement.setString(place, value);
+    }
+  }
+
+  private static void bindDecimal(PreparedStatement statement, int place, String value) throws SQLException {
+    if (NUMBER.matcher(value).matches()) {
+      statement.setBigDecimal(place, new BigDecimal(value));
+    } else {
+      statement.setString(place, value);
+    }
+  }
+
+  private static void bindNumber(PreparedStatement statement, int place, String value) throws SQLException {
+    boolean isNumber = NUMBER.matcher(value).matches();
+    String integer = isNumber ? new BigDecimal(value).stripTrailingZeros().toPlainString() : "";
+    if (INTEGER.matcher(integer).matches()) {
+      bindInteger(statement, place, integer);
+    } else {
+      bindDouble(statement, place, value);
+    }
+  }
+
+  /** A number beyond the type's range stays text: some databases would store it as infinity. */
+  private static void bindDouble(PreparedStatement statement, int place, String value) throws SQLException {
+    double number = NUMBER.matcher(value).matches() ? Double.parseDouble(value) : Double.NaN;
+    if (Double.isFinite(number)) {
+      statement.setDouble(place, number);
+    } else {
+      statement.setString(place, value);
+    }
+  }
+
+  private static void bindBytes(PreparedStatement statement, int place, String value) throws SQLException {
+    if (!BYTES.matcher(value).matches()) {
+      statement.setString(place, value);
+      return;
+    }
+    byte[] bytes = new byte[value.length() / 2];
+    for (int index = 0; index < bytes.length; ++index) {
+      bytes[index] = (byte) Integer.parseInt(value.substring(index * 2, index * 2 + 2), 16);
+    }
+    statement.setBytes(place, bytes);
+  }
+}
