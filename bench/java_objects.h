@@ -2,7 +2,7 @@
 
 #include <jni.h>
 
-#include <string>
+#include <cstdlib>
 
 #include "JavaVmHost.h"
 #include "JdbcUtils.h"
@@ -11,7 +11,7 @@
 
 namespace kivo::bench {
 
-/// Rows of a round trip, as JdbcUtils sets it.
+/// Rows per round trip, as JdbcUtils sets it.
 constexpr int kFetchSize = 128;
 
 inline void requireJava(JNIEnv* env, const char* what) {
@@ -21,7 +21,19 @@ inline void requireJava(JNIEnv* env, const char* what) {
   require(false, what);
 }
 
-/// One bench.PureJava object: a connection of the harness's own.
+/// Frees the local references of a scope. A native thread would otherwise keep them all.
+class Frame {
+ public:
+  explicit Frame(JNIEnv* env) : env_(env) { env->PushLocalFrame(32); }
+  ~Frame() { env_->PopLocalFrame(nullptr); }
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+
+ private:
+  JNIEnv* env_;
+};
+
+/// One bench.PureJava object, with a connection of its own.
 class PureJava {
  public:
   PureJava(const Target& target, int fetchSize, bool autoCommit) {
@@ -29,12 +41,12 @@ class PureJava {
     class_ = env->FindClass("bench/PureJava");
     requireJava(env, "bench.PureJava is not on the class path");
     const jmethodID make = method("<init>", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;IZ)V");
-    const jobject made = env->NewObject(class_, make, text(target.url), text(target.user), text(target.password),
-                                        static_cast<jint>(fetchSize), static_cast<jboolean>(autoCommit));
+    const jobject made =
+        env->NewObject(class_, make, text(target.at("url")), text(target.at("user")), text(target.at("password")),
+                       static_cast<jint>(fetchSize), static_cast<jboolean>(autoCommit));
     requireJava(env, "connecting");
     object = env->NewGlobalRef(made);
   }
-
   ~PureJava() {
     if (object == nullptr) return;
     env->CallVoidMethod(object, method("close", "()V"));
@@ -48,13 +60,10 @@ class PureJava {
   jstring text(const std::string& value) const { return env->NewStringUTF(value.c_str()); }
 
   template <class... Arguments>
-  void run(const char* name, const char* signature, Arguments... arguments) const {
-    env->CallVoidMethod(object, method(name, signature), arguments...);
+  jobject call(const char* name, const char* signature, Arguments... arguments) const {
+    const jobject result = env->CallObjectMethod(object, method(name, signature), arguments...);
     requireJava(env, name);
-  }
-
-  jobject get(const char* name, const char* signature) const {
-    return env->CallObjectMethod(object, method(name, signature));
+    return result;
   }
 
   JNIEnv* env = nullptr;
@@ -64,49 +73,69 @@ class PureJava {
   jclass class_ = nullptr;
 };
 
-/// Local references pile up on a native thread; each read gets a frame.
-class Frame {
- public:
-  explicit Frame(JNIEnv* owner) : env(owner) { env->PushLocalFrame(32); }
-  ~Frame() { env->PopLocalFrame(nullptr); }
-  Frame(const Frame&) = delete;
-  Frame& operator=(const Frame&) = delete;
-
- private:
-  JNIEnv* env;
-};
-
-/// JdbcUtils on a connection of the harness's, so that every database can be read through it.
+/// JdbcUtils on a connection of bench.PureJava, so that every database can be read through it.
 struct OpenUtils {
   OpenUtils(const Target& target, bool autoCommit) : java(target, kFetchSize, autoCommit) {
-    require(utils.javaInit(), "attaching");
-    utils.connection = java.env->NewGlobalRef(java.get("connection", "()Ljava/sql/Connection;"));
-    utils.autoCommit = autoCommit;
+    require(source.javaInit(), "attaching");
+    source.connection = java.env->NewGlobalRef(java.call("connection", "()Ljava/sql/Connection;"));
+    source.autoCommit = autoCommit;
+    require(source.getStatement(), "getStatement");
   }
-  ~OpenUtils() { utils.closeConnection(); }
+  ~OpenUtils() { source.closeConnection(); }
   OpenUtils(const OpenUtils&) = delete;
   OpenUtils& operator=(const OpenUtils&) = delete;
 
-  void query(std::string sql) { require(utils.executeQuery(sql, 0), sql); }
+  void query(std::string sql) { require(source.executeQuery(sql, 0), sql); }
+  bool get(int column, char*& value) { return source.getColumn(static_cast<unsigned long>(column), value); }
+  void add(std::string sql) { require(source.addToBatch(sql) == 0, sql); }
+  void store(long rows) {
+    std::vector<int> counts(static_cast<std::size_t>(rows));
+    require(source.executeBatch(counts.data()) == rows, "executeBatch");
+  }
 
   PureJava java;
-  JdbcUtils utils;
+  JdbcUtils source;
 };
 
 struct OpenWrapper {
   explicit OpenWrapper(const Target& target) {
-    std::string url = target.url;
-    check(wrapper.errorState == 0 && wrapper.setUrl("", "", "", "", "", url) &&
-          wrapper.getConnection(target.user, target.password) && wrapper.getStatement());
+    std::string url = target.at("url");
+    check(source.errorState == 0 && source.setUrl("", "", "", "", "", url) &&
+          source.getConnection(target.at("user"), target.at("password")) && source.getStatement());
   }
-  ~OpenWrapper() { wrapper.closeConnection(); }
+  ~OpenWrapper() { source.closeConnection(); }
   OpenWrapper(const OpenWrapper&) = delete;
   OpenWrapper& operator=(const OpenWrapper&) = delete;
 
-  void check(bool done) const { require(done, wrapper.errorMessage); }
-  void query(const std::string& sql) { check(wrapper.executeQuery(sql, 0)); }
+  void check(bool done) const { require(done, source.errorMessage); }
+  void query(const std::string& sql) { check(source.executeQuery(sql, 0)); }
+  bool get(int column, char*& value) { return source.getColumn(column, value); }
+  void add(const std::string& sql) { check(source.addToBatch(sql)); }
+  void store(long /*rows*/) {
+    int result = 0;
+    check(source.executeBatch(result));
+  }
 
-  jdbcWrapper wrapper;
+  jdbcWrapper source;
 };
+
+/// Reads cell by cell through two functions. As in the library, a cell is a buffer from malloc.
+template <class Next, class Get>
+Reading readCells(int columns, double start, Next next, Get get) {
+  Reading reading;
+  while (next()) {
+    if (reading.firstRow == 0) reading.firstRow = now() - start;
+    for (int column = 1; column <= columns; ++column) {
+      char* value = get(column);
+      if (value == nullptr) {
+        reading.takeNull();
+      } else {
+        reading.take(value);
+        std::free(value);
+      }
+    }
+  }
+  return reading;
+}
 
 }  // namespace kivo::bench
