@@ -29,18 +29,18 @@ bool addPassword(Options& options, ExitCode& code) {
 ExitCode startJava(const Options& options) {
   const Jvm jvm = findJvm(options.jvm);
   const ClassPath classPath = findClassPath(options.classPath);
-  for (const std::string& entry : classPath.missing) complain("there is no " + entry + " for the class path");
+  for (const std::string& entry : classPath.missing) complain("the class path has " + entry + ", which does not exist");
   if (!classPath.missing.empty()) return kWrongUse;
   const std::string error = jvm.library.empty() ? "no Java VM found" : startVm(jvm, classPath, options.heapMegabytes);
   if (error.empty()) return kDone;
-  complain(error + "; kivosql doctor says more");
+  complain(error + "; kivosql doctor shows details");
   return kNoJvm;
 }
 
-/// Ends the session. What a broken connection says then was told by the statement that found it broken.
+/// Ends the session. The error of a broken connection was already reported by the statement that found it broken.
 ExitCode close(Context& context, ExitCode code) {
-  const bool told = code != kDone && context.session.isBroken();
-  if (context.session.close() || told || code == kInterrupted) return code;
+  const bool reported = code != kDone && context.session.isBroken();
+  if (context.session.close() || reported || code == kInterrupted) return code;
   failed(context, "at the end: ");
   return kFailed;
 }

@@ -21,10 +21,10 @@ constexpr const char* kExamples = R"(Examples:
     kivosql query "select 6 * 7 as answer"
     kivosql run setup.sql
 
-  Any JDBC database, by its URL; the password is asked for:
+  Any JDBC database, by its URL; a prompt asks for the password:
     kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders"
 
-  The same from parts, for a script: the password from a file that only you can read:
+  For a script: the URL from its parts, and the password from a file that only you can read:
     kivosql --type postgresql --host db --database shop --user ada --password-file ~/.shop tables
 
   Export, and load somewhere else; each batch of rows is one transaction:
@@ -40,7 +40,7 @@ Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Jav
 
 constexpr const char* kEmbedded = "jdbc:h2:mem:kivosql";
 
-/// The names of a table's rows, and help that tells what each is.
+/// The names of a table's rows, with a description of each.
 template <typename Table>
 std::string choices(const std::string& about, const Table& table) {
   std::string text = about;
@@ -106,7 +106,7 @@ void addConnection(CLI::App& app, Options& options) {
   app.add_option("--user", target.user, "The user")->group(kGroup);
   app.add_option("--password-file", options.passwordFile, "A file that only you can read, with the password in it")
       ->group(kGroup);
-  addChoice(app, "--through", kCarriers, options.carrier, "The library's class that carries the work:", kGroup);
+  addChoice(app, "--through", kCarriers, options.carrier, "Library class to use:", kGroup);
   app.add_option("--class", target.className, "The bridge's Java connection class")
       ->capture_default_str()
       ->group(kGroup);
@@ -115,26 +115,26 @@ void addConnection(CLI::App& app, Options& options) {
 void addOutput(CLI::App& app, Options& options) {
   constexpr const char* kGroup = "Output";
   addChoice(app, "--format", kFormats, options.format, "How rows are written:", kGroup);
-  app.add_option("--null", options.null, "How NULL is written, and read by load; JSON has its own")->group(kGroup);
-  app.add_flag("--crlf", options.crlf, "End the lines of CSV with CR LF, as RFC 4180 has them, instead of LF")
-      ->group(kGroup);
-  addNumber(app, "--width", options.maxCells, 0, "Widest cell of a table, 0 for no limit")->group(kGroup);
-  addNumber(app, "--max-rows", options.maxRows, 0, "Maximum rows of a query, 0 for no limit")->group(kGroup);
-  app.add_flag("--timing", options.timing, "Say how long it took")->group(kGroup);
-  app.add_flag("--verbose", options.verbose, "With an error, all that Java said of it")->group(kGroup);
+  app.add_option("--null", options.null, "Text for NULL in output and in load; JSON always has null")->group(kGroup);
+  app.add_flag("--crlf", options.crlf, "End CSV lines with CR LF, as in RFC 4180, instead of LF")->group(kGroup);
+  addNumber(app, "--width", options.maxCells, 0, "Maximum width of a table cell, 0 for no limit")->group(kGroup);
+  addNumber(app, "--max-rows", options.maxRows, 0, "Maximum rows per query, 0 for no limit")->group(kGroup);
+  app.add_flag("--timing", options.timing, "Show how long it took")->group(kGroup);
+  app.add_flag("--verbose", options.verbose, "With an error, show Java's full error output")->group(kGroup);
 }
 
 void addJava(CLI::App& app, Options& options) {
   constexpr const char* kGroup = "Java VM";
   app.add_option("--jvm", options.jvm, "A Java home, or a libjvm.so")->group(kGroup);
-  app.add_option("--class-path", options.classPath, "Jars and folders, separated by ':', before those found unasked")
+  app.add_option("--class-path", options.classPath,
+                 "Jars and folders, separated by ':'; searched before the jars that kivosql finds itself")
       ->allow_extra_args(false)
       ->group(kGroup);
-  addNumber(app, "--heap-mb", options.heapMegabytes, 1, "Maximum megabytes of Java heap")->group(kGroup);
+  addNumber(app, "--heap-mb", options.heapMegabytes, 1, "Maximum Java heap in MB")->group(kGroup);
 }
 
 void addCommands(CLI::App& app, Options& options) {
-  app.fallthrough();  // options may stand behind the command too
+  app.fallthrough();  // options may follow the command too
   for (const Command& command : kCommands) {
     CLI::App* added = app.add_subcommand(command.name, command.about);
     added->callback([&options, &command] { options.command = &command; });
@@ -143,14 +143,15 @@ void addCommands(CLI::App& app, Options& options) {
       added->add_option(row.name, options.arguments[argument], row.about)->required();
     }
   }
-  app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Run the rest after a statement that failed");
+  app.get_subcommand("run")->add_flag("--keep-going", options.keepGoing, "Go on after a statement that failed");
   for (const char* name : {"run", "load"}) {
     app.get_subcommand(name)->add_flag("--single-transaction", options.singleTransaction,
-                                       "Store all that the file says or, after a failure, nothing of it");
+                                       "Store everything or, after a failure, nothing");
   }
   CLI::App* load = app.get_subcommand("load");
   load->add_flag("--no-header", options.noHeader, "The first line is a row, in the order of the table's columns");
-  addNumber(*load, "--batch", options.batchRows, 1, "Maximum rows stored at once, in one transaction");
+  addNumber(*load, "--batch", options.batchRows, 1,
+            "Maximum rows per batch, a transaction of its own unless --single-transaction");
   app.require_subcommand(1);
 }
 

@@ -149,7 +149,7 @@ ExitCode runOne(Context& context, ExitCode (*run)(Context&, const std::string&, 
   Statement first;
   Statement second;
   if (!splitter.next(first) || splitter.next(second)) {
-    complain("standard input must hold one statement; kivosql run takes any number");
+    complain("standard input must hold one statement; use kivosql run for several");
     return kWrongUse;
   }
   return isUsable(first, "") ? run(context, std::string(first.text), "") : kFailed;

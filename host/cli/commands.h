@@ -54,10 +54,10 @@ constexpr Command kCommands[] = {
     {"load",
      "Add a CSV file's rows to a table",
      {{"FILE", "A CSV file whose first line names columns of the table, or - for standard input"},
-      {"TABLE", "The name of a table that is there, as in SQL"}},
+      {"TABLE", "The name of an existing table, as in SQL"}},
      true,
      runLoad},
-    {"doctor", "Say what works and what does not, and how to fix it", {kNoArgument, kNoArgument}, false, nullptr},
+    {"doctor", "Check the set-up, and say how to fix what does not work", {kNoArgument, kNoArgument}, false, nullptr},
 };
 
 /// Opens a file, or standard input for "-". @return null with the fault reported.

@@ -17,21 +17,21 @@ bool contains(const std::vector<std::string>& entries, const std::string& entry)
 }
 
 /// What a failed connection's text holds, and what helps.
-struct Cure {
+struct Fix {
   const char* sign;
   const char* fix;
 };
 
-constexpr const char* kHost = "see that --host, or the host in --url, is right";
-constexpr const char* kLogin = "see that --user and the password are right";
-constexpr const char* kName = "see that the database's name is right";
-constexpr const char* kFolder = "see that the file's folder exists and that you may write there";
+constexpr const char* kHost = "check --host, or the host in --url";
+constexpr const char* kLogin = "check --user and the password";
+constexpr const char* kName = "check the name of the database";
+constexpr const char* kFolder = "check that the file's folder exists and that you may write there";
 
-constexpr Cure kFixes[] = {
+constexpr Fix kFixes[] = {
     {"NoClassDefFound", "put the jar or folder with this class on the class path: --class-path"},
     {"Unknown vendor", "--through wrapper takes any driver; jdbc only the vendors of JdbcUtils"},
-    {"could not parse the url", "a URL is jdbc:, the driver's word, a colon, and what the driver takes"},
-    {"refused", "see that the server runs, and that --host and --port, or --url, are right"},
+    {"could not parse the url", "a URL is jdbc:, the driver's word, a colon and the driver's part"},
+    {"refused", "check that the server runs, and check --host and --port, or --url"},
     {"UnknownHost", kHost},
     {"unknown host", kHost},
     {"fail to connect to host", kHost},
@@ -45,7 +45,7 @@ constexpr Cure kFixes[] = {
     {"Database '", kName},
     {"path to '", kFolder},
     {"creating file", kFolder},
-    {"", "read what the driver says; --verbose shows all of it"},
+    {"", "read the driver's error; --verbose shows all of it"},
 };
 
 /// For a URL that no driver takes.
@@ -56,7 +56,8 @@ std::string fixForDriver(const std::string& url, const ClassPath& classPath) {
   for (const DriverJar& driver : kDriverJars) {
     words.emplace_back(driver.word);
     if (word != driver.word) continue;
-    if (contains(classPath.entries, driver.jar)) return "the driver is there: see that --url is as it takes it";
+    if (contains(classPath.entries, driver.jar))
+      return "the driver is installed: check that --url has the form that it takes";
     return std::string("apt-get install ") + driver.package + ", or --class-path with the driver's jar";
   }
   const std::string likely = nearest(word, words);
@@ -67,7 +68,7 @@ std::string fixForDriver(const std::string& url, const ClassPath& classPath) {
 std::string fixFor(const std::string& error, const std::string& url, const ClassPath& classPath) {
   if (error.find("no driver found") != std::string::npos) return fixForDriver(url, classPath);
   const auto* fix = std::find_if(std::begin(kFixes), std::end(kFixes),
-                                 [&error](const Cure& row) { return error.find(row.sign) != std::string::npos; });
+                                 [&error](const Fix& row) { return error.find(row.sign) != std::string::npos; });
   return fix->fix;
 }
 

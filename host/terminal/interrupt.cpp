@@ -82,7 +82,7 @@ void Interrupt::watch() {
   if (read(pipe_[0], &what, 1) != 1 || what == kFinished) return;
   pollfd finished{pipe_[0], POLLIN, 0};
   std::thread canceller([this, finished]() mutable {
-    if (!session_.cancel()) leave("interrupted; the statement may run on in the database, which could not be asked");
+    if (!session_.cancel()) leave("interrupted; the statement may run on in the database, which could not be reached");
     while (poll(&finished, 1, kAgainMilliseconds) == 0) session_.cancel();
   });
   if (poll(&finished, 1, kPatienceSeconds * 1000) != 1) {
