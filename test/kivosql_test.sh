@@ -44,7 +44,7 @@ errors 2 '--batch needs a value' load f t --batch
 errors 2 '--url is there more than once' --url jdbc:h2:mem:x --url jdbc:h2:mem:y tables
 errors 2 'no "jsn"; did you mean json\?' --format jsn tables
 check "the help of load" "1 1 1" "$("$kivosql" load --help >out && grep -c 'FILE.* A CSV file' out) $(
-  grep -c 'TABLE.* The name of a table' out) $(grep -c -- '--url TEXT' out)"
+  grep -c 'TABLE.* The name of an existing table' out) $(grep -c -- '--url TEXT' out)"
 errors 2 'password in --url' --url "jdbc:h2:mem:x;password=$secret" tables
 errors 2 'password in --instance' --type postgresql --host h --instance "d?password=$secret" tables
 errors 2 'password in --host' --type postgresql --host "u:$secret@h" doctor
@@ -61,7 +61,7 @@ errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
 errors 2 'crlf needs --format csv' --crlf tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
 errors 2 'more than this machine has' --heap-mb 99999999 tables
-errors 2 'no /nowhere.jar' --class-path /nowhere.jar tables
+errors 2 'has /nowhere.jar, which does not exist' --class-path /nowhere.jar tables
 for mode in 640 604; do
   chmod $mode readable
   errors 2 'others have access' --user u --password-file readable tables

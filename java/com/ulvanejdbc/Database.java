@@ -110,7 +110,7 @@ enum Database {
     }
   },
 
-  /** It gathers all rows. A database in files keeps those beyond this number on disk; below it is several times faster. */
+  /** It gathers all rows. A database in files keeps those beyond this number on disk, which is several times slower. */
   HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
       .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.").readingTimesAsText()
       .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly()) {
