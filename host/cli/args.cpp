@@ -194,8 +194,8 @@ std::string textFault(const Options& options) {
   return {};
 }
 
-/// What the parser cannot see. @return the fault, empty when there is none.
-std::string faultOf(const CLI::App& app, const Options& options) {
+/// What the parser cannot see of the connection. @return the fault, empty when there is none.
+std::string connectionFault(const CLI::App& app, const Options& options) {
   if (app.count("--url") > 0 && app.count("--type") > 0) return "--url already says what --type does";
   for (const Part& part : kParts) {
     if (app.count(part.name) == 0) continue;
@@ -210,9 +210,12 @@ std::string faultOf(const CLI::App& app, const Options& options) {
   }
   if (std::string fault = passwordFault("--url", options.target.url); !fault.empty()) return fault;
   // A bridge's class may take URLs of its own.
-  if (options.carrier->takesParts) {
-    if (std::string fault = urlFault(options.target.url); !fault.empty()) return fault;
-  }
+  return options.carrier->takesParts ? urlFault(options.target.url) : "";
+}
+
+/// What the parser cannot see.
+std::string faultOf(const CLI::App& app, const Options& options) {
+  if (std::string fault = connectionFault(app, options); !fault.empty()) return fault;
   if (options.command->writes && !options.carrier->writes) {
     return std::string("--through ") + options.carrier->name + " only reads";
   }

@@ -21,8 +21,7 @@ jmethodID findMethod(JNIEnv* env, jobject object, const char* name, const char* 
 bool Session::describe(const std::string& table) {
   if (!query("select * from " + table + " where 1 = 0", 0)) return false;
   Row none;
-  if (next(none) == Step::failed) return false;
-  return true;
+  return next(none) != Step::failed;
 }
 
 bool isUtf8(const std::string& text) { return kivo::utf8::toModified(text).replacements == 0; }

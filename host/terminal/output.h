@@ -41,7 +41,7 @@ class Output {
   int descriptor_;
   int error_ = 0;
   std::size_t used_ = 0;
-  std::array<char, 64 * 1024> buffer_;
+  std::array<char, std::size_t{64} * 1024> buffer_;
 };
 
 }  // namespace kivosql
