@@ -38,7 +38,7 @@ enum CellKind {
   BINARY {
     @Override
     String read(ResultSet rows, int type, int column) throws SQLException {
-      return hex(rows.getBytes(column));
+      return Digits.hex(rows.getBytes(column));
     }
   },
 
@@ -48,11 +48,9 @@ enum CellKind {
     String read(ResultSet rows, int type, int column) throws SQLException {
       Object value = rows.getObject(column);
       if (value instanceof String || value instanceof Integer) return value.toString();
-      return value instanceof byte[] ? hex((byte[]) value) : rows.getString(column);
+      return value instanceof byte[] ? Digits.hex((byte[]) value) : rows.getString(column);
     }
   };
-
-  private static final char[] HEX_DIGITS = "0123456789abcdef".toCharArray();
 
   /** Codes under which two vendors' drivers report timestamps with a zone. */
   private static final int ORACLE_WITH_ZONE = -101;
@@ -100,15 +98,5 @@ enum CellKind {
   /** {@link BigDecimal#toString}, which drivers use, needs none below seven decimals; 0 may stand for any number. */
   private static boolean isNeverInExponents(int scale) {
     return scale > 0 && scale < 7;
-  }
-
-  static String hex(byte[] bytes) {
-    if (bytes == null) return null;
-    char[] digits = new char[bytes.length * 2];
-    for (int index = 0; index < bytes.length; ++index) {
-      digits[index * 2] = HEX_DIGITS[bytes[index] >> 4 & 0xF];
-      digits[index * 2 + 1] = HEX_DIGITS[bytes[index] & 0xF];
-    }
-    return new String(digits);
   }
 }

@@ -370,11 +370,6 @@ enum Database {
     return row.times == null ? TemporalCell.ofText(rows, type, column) : row.times.read(rows, type, column);
   }
 
-  /** Whether {@link #readTime} begins with the driver's own text. */
-  boolean writesTimesAsText() {
-    return row.times == null;
-  }
-
   /** Whether the bytes of a column are the server's text, in standard UTF-8. */
   boolean sendsText(ResultSet rows, int column) throws SQLException {
     return false;

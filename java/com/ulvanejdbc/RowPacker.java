@@ -43,12 +43,12 @@ public final class RowPacker {
     void run(Throwable failure);
   }
 
-  private final RowPackerText text;
+  private final BlockText text;
   private final int mostRows;
   private Abandonment abandonment = failure -> {};
   private Cursor cursor;
   private ResultSet rows;
-  private RowPackerCell[] cells = {};
+  private BlockCell[] cells = {};
 
   private int[] block = new int[HEADER_INTS];
   private ByteBuffer buffer = newBuffer(HEADER_INTS * Integer.BYTES);
@@ -62,7 +62,7 @@ public final class RowPacker {
 
   private RowPacker(int mostRows, boolean standard, int mostBytes) {
     this.mostRows = mostRows;
-    text = new RowPackerText(standard, mostBytes);
+    text = new BlockText(standard, mostBytes);
   }
 
   /**
@@ -122,11 +122,11 @@ public final class RowPacker {
   private void open(ResultSet source, Cursor advance, int columns) {
     rows = source;
     cursor = advance;
-    cells = new RowPackerCell[columns];
+    cells = new BlockCell[columns];
   }
 
   private void setCell(int column, int type, CellKind kind) throws SQLException {
-    cells[column - 1] = new RowPackerCell(rows, column, type, kind);
+    cells[column - 1] = new BlockCell(rows, column, type, kind);
   }
 
   private void packRows() throws SQLException {

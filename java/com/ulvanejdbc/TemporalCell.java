@@ -28,7 +28,7 @@ final class TemporalCell {
   /** By the type of each cell: a column of dates may hold text, points in time and bytes. */
   static String ofAnyType(ResultSet rows, int jdbcType, int column) throws SQLException {
     Object value = rows.getObject(column);
-    if (value instanceof byte[]) return CellKind.hex((byte[]) value);
+    if (value instanceof byte[]) return Digits.hex((byte[]) value);
     // SQLite's driver would read a number with a fraction, a Julian day, in the VM's zone.
     if (value instanceof Double) return UtcText.ofJulianDay((Double) value);
     return fromText(value == null ? null : value.toString(), rows, jdbcType, column);

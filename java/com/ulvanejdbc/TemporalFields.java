@@ -1,11 +1,13 @@
 package com.ulvanejdbc;
 
 import java.nio.charset.StandardCharsets;
+import java.time.LocalDate;
+import java.time.LocalTime;
 
 /** The numbers of a date, a time of day, or both. */
 final class TemporalFields {
   private static final int MAX_LENGTH = 48;
-  private static final int FRACTION_DIGITS = 9;
+  private static final int NANOS_PER_SECOND = 1_000_000_000;
   private static final int SECONDS_PER_DAY = 86_400;
   private static final int DAYS_PER_400_YEARS = 146_097;
   private static final int DAYS_FROM_0000_03_01_TO_EPOCH = 719_468;
@@ -40,8 +42,8 @@ final class TemporalFields {
   }
 
   void setTime(long nanosOfDay) {
-    nanos = (int) (nanosOfDay % 1_000_000_000L);
-    setSeconds((int) (nanosOfDay / 1_000_000_000L));
+    nanos = (int) (nanosOfDay % NANOS_PER_SECOND);
+    setSeconds((int) (nanosOfDay / NANOS_PER_SECOND));
   }
 
   /** Moves a time that is ahead of UTC by so many seconds; the date goes with it when there is one. */
@@ -53,12 +55,36 @@ final class TemporalFields {
     setSeconds(Math.floorMod(utc, SECONDS_PER_DAY));
   }
 
+  void set(LocalDate date) {
+    hasDate = true;
+    year = date.getYear();
+    month = date.getMonthValue();
+    day = date.getDayOfMonth();
+  }
+
+  void set(LocalTime time) {
+    hasTime = true;
+    hours = time.getHour();
+    minutes = time.getMinute();
+    seconds = time.getSecond();
+    nanos = time.getNano();
+  }
+
   String toText() {
+    write();
+    return new String(buffer, 0, length, StandardCharsets.ISO_8859_1);
+  }
+
+  void putInto(BlockText text) {
+    write();
+    text.put(buffer, 0, length);
+  }
+
+  private void write() {
     length = 0;
     if (hasDate) putDate();
     if (hasDate && hasTime) put(' ');
     if (hasTime) putTime();
-    return new String(buffer, 0, length, StandardCharsets.ISO_8859_1);
   }
 
   private void setSeconds(int secondsOfDay) {
@@ -80,7 +106,7 @@ final class TemporalFields {
   private void putDate() {
     if (year < 0) put('-');
     if (year > 9999) put('+');
-    putNumber(Math.abs(year), digits(Math.abs(year), 4));
+    putNumber(Math.abs(year), 4);
     put('-');
     putNumber(month, 2);
     put('-');
@@ -89,31 +115,23 @@ final class TemporalFields {
 
   private void putTime() {
     if (negativeTime) put('-');
-    putNumber(hours, digits(hours, 2));
+    putNumber(hours, 2);
     put(':');
     putNumber(minutes, 2);
     put(':');
     putNumber(seconds, 2);
     if (nanos == 0) return;
     put('.');
-    putNumber(nanos, FRACTION_DIGITS);
-    while (buffer[length - 1] == '0') --length;
-  }
-
-  private void putNumber(int number, int digits) {
-    int rest = number;
-    for (int at = length + digits - 1; at >= length; --at) {
-      buffer[at] = (byte) ('0' + rest % 10);
-      rest /= 10;
+    int rest = nanos;
+    for (int unit = NANOS_PER_SECOND / 10; rest != 0; unit /= 10) {
+      put((char) ('0' + rest / unit));
+      rest %= unit;
     }
-    length += digits;
   }
 
-  /** The digits of a number that may outgrow its usual width. */
-  private static int digits(int number, int atLeast) {
-    int digits = 1;
-    for (int rest = number / 10; rest > 0; rest /= 10) ++digits;
-    return Math.max(atLeast, digits);
+  /** @param usual how many digits the number has, unless it is too large for them */
+  private void putNumber(int number, int usual) {
+    length = Digits.put(number, buffer, length, usual);
   }
 
   private void put(char character) {

@@ -25,7 +25,7 @@ final class TemporalParser {
   TemporalFields parse() {
     if (startsWithDate()) {
       readDate();
-      if (skip('T') || at + 1 < text.length && isDigit(text[at + 1]) && skip(' ')) readTime();
+      if (skip('T') || at + 1 < text.length && Digits.isDigit(text[at + 1]) && skip(' ')) readTime();
     } else {
       readTime();
     }
@@ -73,7 +73,7 @@ final class TemporalParser {
     boolean behind = skip('-');
     if (!behind && !skip('+')) return 0;
     int seconds = readNumber(2) * 3600;
-    if (skip(':') || at < text.length && isDigit(text[at])) seconds += readNumber(2) * 60;
+    if (skip(':') || at < text.length && Digits.isDigit(text[at])) seconds += readNumber(2) * 60;
     if (skip(':')) seconds += readNumber(2);
     return behind ? -seconds : seconds;
   }
@@ -90,14 +90,16 @@ final class TemporalParser {
     int start = at;
     int nanos = readNumber(FRACTION_DIGITS);
     for (int digits = at - start; digits < FRACTION_DIGITS; ++digits) nanos *= 10;
-    while (at < text.length && isDigit(text[at])) ++at;
+    while (at < text.length && Digits.isDigit(text[at])) ++at;
     return nanos;
   }
 
   private int readNumber(int maxDigits) {
     int start = at;
     long number = 0;
-    while (at < text.length && at - start < maxDigits && isDigit(text[at])) number = number * 10 + text[at++] - '0';
+    while (at < text.length && at - start < maxDigits && Digits.isDigit(text[at])) {
+      number = number * 10 + text[at++] - '0';
+    }
     if (at == start || number > Integer.MAX_VALUE) broken = true;
     return (int) number;
   }
@@ -110,9 +112,5 @@ final class TemporalParser {
     if (at >= text.length || text[at] != character) return false;
     ++at;
     return true;
-  }
-
-  static boolean isDigit(byte character) {
-    return character >= '0' && character <= '9';
   }
 }

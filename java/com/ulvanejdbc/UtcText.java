@@ -80,7 +80,7 @@ final class UtcText {
     if (text.length < length) return 0;
     for (int at = 0; at < length; ++at) {
       char form = FORM.charAt(formStart + at);
-      if (form == '0' ? !TemporalParser.isDigit(text[at]) : text[at] != form) return 0;
+      if (form == '0' ? !Digits.isDigit(text[at]) : text[at] != form) return 0;
     }
     return formEnd == DATE_LENGTH ? length : lengthWithFraction(text, length);
   }
@@ -91,7 +91,7 @@ final class UtcText {
     if (end == endOfSeconds) return end;
     if (text[endOfSeconds] != '.' || end - endOfSeconds - 1 > MAX_FRACTION || text[end - 1] == '0') return 0;
     for (int at = endOfSeconds + 1; at < end; ++at) {
-      if (!TemporalParser.isDigit(text[at])) return 0;
+      if (!Digits.isDigit(text[at])) return 0;
     }
     return end;
   }

@@ -1,6 +1,5 @@
 package com.ulvanejdbc;
 
-import java.nio.charset.StandardCharsets;
 import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.sql.Types;
@@ -8,40 +7,43 @@ import java.time.LocalDate;
 import java.time.LocalDateTime;
 
 /**
- * How a column's values get into a block: without a string in between where the driver has something cheaper. The text is
- * the one that {@link CellKind#read} gives, whichever way is chosen.
+ * How a column's values get into a block: as {@link CellKind#read} gives them, or by a shorter way to the same text
+ * where there is one.
  */
-final class RowPackerCell {
+final class BlockCell {
   private enum Way {
     STRING,
     SERVER_TEXT,
     WHOLE_NUMBER,
     HEX,
-    TEMPORAL_STRING,
+    TEMPORAL,
     LOCAL_DATE,
     LOCAL_DATE_TIME,
     TEMPORAL_SERVER_TEXT,
-    AS_ITS_KIND
+    OF_ITS_KIND
   }
 
-  private static final int MOST_USUAL_YEAR = 9999;
+  private static final int MAX_USUAL_YEAR = 9999;
 
   private final ResultSet rows;
   private final int column;
   private final int type;
   private final CellKind kind;
+  private final Database database;
   private final Way way;
+  private final TemporalFields fields = new TemporalFields();
 
-  RowPackerCell(ResultSet rows, int column, int type, CellKind kind) throws SQLException {
+  BlockCell(ResultSet rows, int column, int type, CellKind kind) throws SQLException {
     this.rows = rows;
     this.column = column;
     this.type = type;
     this.kind = kind;
-    way = chooseWay(Database.of(rows));
+    database = Database.of(rows);
+    way = chooseWay();
   }
 
   /** Puts the current row's value. @return false for SQL NULL */
-  boolean pack(RowPackerText text) throws SQLException {
+  boolean pack(BlockText text) throws SQLException {
     // A switch and not a class for each way: the VM then makes one piece of code of it all.
     switch (way) {
       case STRING:
@@ -52,98 +54,95 @@ final class RowPackerCell {
         return wholeNumber(text);
       case HEX:
         return hex(text);
-      case TEMPORAL_STRING:
-        return temporalString(text);
+      case TEMPORAL:
+        return put(database.readTime(rows, type, column), text);
       case LOCAL_DATE:
         return localDate(text);
       case LOCAL_DATE_TIME:
         return localDateTime(text);
       case TEMPORAL_SERVER_TEXT:
-        return temporal(rows.getBytes(column), text);
+        return temporalServerText(text);
       default:
         return put(kind.read(rows, type, column), text);
     }
   }
 
-  private Way chooseWay(Database database) throws SQLException {
-    if (kind == CellKind.ANY) return Way.AS_ITS_KIND;
+  private Way chooseWay() throws SQLException {
+    if (kind == CellKind.ANY) return Way.OF_ITS_KIND;
     if (kind == CellKind.BINARY) return Way.HEX;
     if (database.sendsText(rows, column)) {
       return kind == CellKind.TEMPORAL ? Way.TEMPORAL_SERVER_TEXT : Way.SERVER_TEXT;
     }
-    if (kind == CellKind.DECIMAL) return Way.AS_ITS_KIND;
-    if (kind == CellKind.TEMPORAL) return temporalWay(database);
+    if (kind == CellKind.DECIMAL) return Way.OF_ITS_KIND;
+    if (kind == CellKind.TEMPORAL) return temporalWay();
     return isWholeNumber() && database.writesWholeNumbersPlainly() ? Way.WHOLE_NUMBER : Way.STRING;
   }
 
-  private Way temporalWay(Database database) {
+  private Way temporalWay() {
     if (database.makesLocalDates() && type == Types.DATE) return Way.LOCAL_DATE;
     if (database.makesLocalDates() && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
-    return database.writesTimesAsText() ? Way.TEMPORAL_STRING : Way.AS_ITS_KIND;
+    return Way.TEMPORAL;
   }
 
   private boolean isWholeNumber() {
     return type == Types.TINYINT || type == Types.SMALLINT || type == Types.INTEGER || type == Types.BIGINT;
   }
 
-  private static boolean put(String value, RowPackerText text) {
+  private static boolean put(String value, BlockText text) {
     if (value == null) return false;
     text.put(value);
     return true;
   }
 
-  /** What is not UTF-8 is the driver's to judge. */
-  private boolean serverText(RowPackerText text) throws SQLException {
+  /** The driver decides about what is not UTF-8. */
+  private boolean serverText(BlockText text) throws SQLException {
     byte[] value = rows.getBytes(column);
     if (value == null) return false;
     return text.putUtf8(value) || put(rows.getString(column), text);
   }
 
-  private boolean wholeNumber(RowPackerText text) throws SQLException {
+  private boolean wholeNumber(BlockText text) throws SQLException {
     long value = rows.getLong(column);
     if (value == 0 && rows.wasNull()) return false;
     text.putNumber(value);
     return true;
   }
 
-  private boolean hex(RowPackerText text) throws SQLException {
+  private boolean hex(BlockText text) throws SQLException {
     byte[] value = rows.getBytes(column);
     if (value == null) return false;
     text.putHex(value);
     return true;
   }
 
-  private boolean temporalString(RowPackerText text) throws SQLException {
-    String value = rows.getString(column);
-    return value != null && temporal(value.getBytes(StandardCharsets.ISO_8859_1), text);
-  }
-
-  /** H2 makes these objects faster than texts, but clamps years that they do not know. */
-  private boolean localDate(RowPackerText text) throws SQLException {
+  private boolean localDate(BlockText text) throws SQLException {
     LocalDate value = rows.getObject(column, LocalDate.class);
     if (value == null) return false;
-    if (!isUsual(value)) return put(datetime.getAsUtcString(rows, type, column), text);
-    text.putDate(value);
-    return true;
+    fields.set(value);
+    return putFields(text);
   }
 
-  private boolean localDateTime(RowPackerText text) throws SQLException {
+  private boolean localDateTime(BlockText text) throws SQLException {
     LocalDateTime value = rows.getObject(column, LocalDateTime.class);
     if (value == null) return false;
-    if (!isUsual(value.toLocalDate())) return put(datetime.getAsUtcString(rows, type, column), text);
-    text.putTimestamp(value);
+    fields.set(value.toLocalDate());
+    fields.set(value.toLocalTime());
+    return putFields(text);
+  }
+
+  /** The driver clamps years that the objects do not know. */
+  private boolean putFields(BlockText text) throws SQLException {
+    if (fields.year < 0 || fields.year > MAX_USUAL_YEAR) return put(database.readTime(rows, type, column), text);
+    fields.putInto(text);
     return true;
   }
 
-  private static boolean isUsual(LocalDate date) {
-    return date.getYear() >= 0 && date.getYear() <= MOST_USUAL_YEAR;
-  }
-
-  /** Most values are in the library's form as they come. */
-  private boolean temporal(byte[] value, RowPackerText text) throws SQLException {
+  /** Most values have the library's form already. */
+  private boolean temporalServerText(BlockText text) throws SQLException {
+    byte[] value = rows.getBytes(column);
     if (value == null) return false;
     int count = UtcText.lengthInForm(value);
-    if (count == 0) return put(datetime.getAsUtcString(rows, type, column), text);
+    if (count == 0) return put(database.readTime(rows, type, column), text);
     text.put(value, 0, count);
     return true;
   }

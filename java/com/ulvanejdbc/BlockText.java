@@ -1,17 +1,10 @@
 package com.ulvanejdbc;
 
-import java.time.LocalDate;
-import java.time.LocalDateTime;
 import java.util.Arrays;
 
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
-final class RowPackerText {
-  private static final byte[] HEX_DIGITS = {
-    '0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'
-  };
+final class BlockText {
   private static final int MOST_DIGITS = 20;
-  private static final int DATE_LENGTH = 10;
-  private static final int LONGEST_TIME = 19;
   private static final char REPLACEMENT = '\uFFFD';
 
   /** Near the longest array that a Java VM makes. */
@@ -24,7 +17,7 @@ final class RowPackerText {
   private int length;
   private int rowStart;
 
-  RowPackerText(boolean standard, int mostRowBytes) {
+  BlockText(boolean standard, int mostRowBytes) {
     this.standard = standard;
     this.mostRowBytes = mostRowBytes;
   }
@@ -80,65 +73,14 @@ final class RowPackerText {
   }
 
   void putNumber(long value) {
-    // Negative numbers reach further than positive ones.
-    long rest = value < 0 ? value : -value;
-    int at = digits.length;
-    while (rest <= Integer.MIN_VALUE) {
-      digits[--at] = (byte) ('0' - rest % 10);
-      rest /= 10;
-    }
-    int small = (int) rest;
-    do {
-      digits[--at] = (byte) ('0' - small % 10);
-      small /= 10;
-    } while (small != 0);
-    if (value < 0) digits[--at] = '-';
-    put(digits, at, digits.length - at);
-  }
-
-  /** Puts a date whose year has at most four digits. */
-  void putDate(LocalDate date) {
-    reserve(DATE_LENGTH);
-    putTwoDigits(date.getYear() / 100);
-    putTwoDigits(date.getYear() % 100);
-    bytes[length++] = '-';
-    putTwoDigits(date.getMonthValue());
-    bytes[length++] = '-';
-    putTwoDigits(date.getDayOfMonth());
-  }
-
-  void putTimestamp(LocalDateTime timestamp) {
-    putDate(timestamp.toLocalDate());
-    reserve(LONGEST_TIME);
-    bytes[length++] = ' ';
-    putTwoDigits(timestamp.getHour());
-    bytes[length++] = ':';
-    putTwoDigits(timestamp.getMinute());
-    bytes[length++] = ':';
-    putTwoDigits(timestamp.getSecond());
-    if (timestamp.getNano() != 0) putFraction(timestamp.getNano());
-  }
-
-  private void putFraction(int nanos) {
-    bytes[length++] = '.';
-    int rest = nanos;
-    for (int unit = 100_000_000; rest != 0; unit /= 10) {
-      bytes[length++] = (byte) ('0' + rest / unit);
-      rest %= unit;
-    }
-  }
-
-  private void putTwoDigits(int number) {
-    bytes[length++] = (byte) ('0' + number / 10);
-    bytes[length++] = (byte) ('0' + number % 10);
+    int start = Digits.putBefore(value, digits, digits.length);
+    put(digits, start, digits.length - start);
   }
 
   void putHex(byte[] value) {
     reserve(2L * value.length);
-    for (byte one : value) {
-      bytes[length++] = HEX_DIGITS[one >> 4 & 0xF];
-      bytes[length++] = HEX_DIGITS[one & 0xF];
-    }
+    Digits.putHex(value, bytes, length);
+    length += 2 * value.length;
   }
 
   /** A character that is one byte in both encodings. */
