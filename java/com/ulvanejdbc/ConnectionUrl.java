@@ -8,7 +8,7 @@ import java.util.regex.Pattern;
  *
  * <p>In a template {@code {name}} stands for that input, copied unchanged. A part in brackets is left out when its
  * input is empty (a port of 0 counts as empty). A port outside brackets is required by the driver. An input that the
- * template does not name is refused. Where a template names the database but no instance, either input may hold the database's
+ * template does not name is refused. Where it names the database but no instance, either input may hold the database's
  * name.
  *
  * <p>A database with a second template uses it when the part that it is for is missing. Without a host, that is a

@@ -61,4 +61,14 @@ final class Digits {
     putHex(value, digits, 0);
     return new String(digits, StandardCharsets.ISO_8859_1);
   }
+
+  /** The bytes that hexadecimal digits stand for, two digits each. */
+  static byte[] bytes(String hex) {
+    byte[] bytes = new byte[hex.length() / 2];
+    for (int index = 0; index < bytes.length; ++index) {
+      int high = Character.digit(hex.charAt(index * 2), 16);
+      bytes[index] = (byte) (high << 4 | Character.digit(hex.charAt(index * 2 + 1), 16));
+    }
+    return bytes;
+  }
 }

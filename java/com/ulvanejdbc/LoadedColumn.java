@@ -135,14 +135,10 @@ final class LoadedColumn {
   }
 
   private static void bindBytes(PreparedStatement statement, int place, String value) throws SQLException {
-    if (!BYTES.matcher(value).matches()) {
+    if (BYTES.matcher(value).matches()) {
+      statement.setBytes(place, Digits.bytes(value));
+    } else {
       statement.setString(place, value);
-      return;
     }
-    byte[] bytes = new byte[value.length() / 2];
-    for (int index = 0; index < bytes.length; ++index) {
-      bytes[index] = (byte) Integer.parseInt(value.substring(index * 2, index * 2 + 2), 16);
-    }
-    statement.setBytes(place, bytes);
   }
 }
