@@ -41,16 +41,16 @@ final class Batch {
   }
 
   /** In groups, between which the batch can be cancelled. */
-  static void execute(Connection connection, List<String> statements, Database traits, Cancellation cancellation)
+  static void execute(Connection connection, List<String> statements, Database database, Cancellation cancellation)
       throws SQLException {
     int size = statements.size();
-    int atOnce = traits.statementsAtOnce();
+    int atOnce = database.statementsAtOnce();
     for (int first = 0; first < size; first += atOnce) {
       List<String> group = statements.subList(first, Math.min(first + atOnce, size));
       try {
         execute(connection, group, cancellation);
       } catch (BatchUpdateException failure) {
-        int failed = failedStatement(failure, group.size(), traits);
+        int failed = failedStatement(failure, group.size(), database);
         String which = failed == UNKNOWN
             ? "one of " + size + " statements"
             : "statement " + (first + failed + 1) + " of " + size;
@@ -75,7 +75,7 @@ final class Batch {
   }
 
   /** Counted from 0. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
-  private static int failedStatement(BatchUpdateException failure, int size, Database traits) {
+  private static int failedStatement(BatchUpdateException failure, int size, Database database) {
     if (size == 1) return 0;
     if (String.valueOf(failure.getSQLState()).startsWith(BROKEN_CONNECTION)) return UNKNOWN;
     int[] counts = failure.getUpdateCounts();
@@ -87,7 +87,7 @@ final class Batch {
     int told = told(failure, size);
     if (told != UNKNOWN) return told;
     // Where all are marked, or none of all, it may be any.
-    boolean stopped = unmarked < size && (unmarked > 0 || traits.countsEndAtFailure());
+    boolean stopped = unmarked < size && (unmarked > 0 || database.countsEndAtFailure());
     boolean says = marks == 0 ? stopped : marks < counts.length;
     return says ? unmarked : UNKNOWN;
   }

@@ -11,13 +11,13 @@ import java.sql.Statement;
 final class Cancellation {
   private static final String CANCELLED = "57014";
 
-  private final Database traits;
+  private final Database database;
   private Statement statement;
   private boolean running;
   private volatile boolean asked;
 
-  Cancellation(Database traits) {
-    this.traits = traits;
+  Cancellation(Database database) {
+    this.database = database;
   }
 
   /** Cancels a statement of the caller's own. Native code finds it by name. */
@@ -49,7 +49,7 @@ final class Cancellation {
     asked = true;
     if (statement == null) return;
     try {
-      traits.cancel(statement);
+      database.cancel(statement);
     } catch (SQLFeatureNotSupportedException onlyTheWish) {
       return;
     }

@@ -23,12 +23,8 @@ enum Database {
       + ";responseBuffering=adaptive").keyed("microsoft").hidingSystemTablesOfSqlServer()),
 
   /** The driver's own fetch size is the best one. */
-  VELMAR(new DatabaseRow("velmar", "jdbc:velmar:Tds:{host}[:{port}][/{database}]")) {
-    @Override
-    int fetchSize(boolean onlyReads) {
-      return DEFAULT_FETCH_SIZE;
-    }
-  },
+  VELMAR(new DatabaseRow("velmar", "jdbc:velmar:Tds:{host}[:{port}][/{database}]")
+      .fetching(DatabaseRow.DEFAULT_FETCH_SIZE, DatabaseRow.DEFAULT_FETCH_SIZE)),
 
   NETEZZA(new DatabaseRow("netezza", "jdbc:netezza://{host}[:{port}][/{database}]")),
 
@@ -43,17 +39,12 @@ enum Database {
   KDB(new DatabaseRow("kdb", "jdbc:q:{host}:{port}").keyed("kx")),
 
   POSTGRESQL(new DatabaseRow("postgresql", "jdbc:postgresql://{host}[:{port}]/{database}").classes("org.postgresql.")
-      .insertingManyRows()
+      .insertingManyRows().readingParametersAsLiterals()
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
     /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
     @Override
     boolean readsRowsInTransaction(Connection connection) {
       return PostgresDriver.reportsTransactions(connection);
-    }
-
-    @Override
-    boolean readsParametersAsLiterals() {
-      return true;
     }
 
     @Override
@@ -87,14 +78,9 @@ enum Database {
 
   H2(new DatabaseRow("h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}")
       .classes("org.h2.").readingTimesAsText().hidingSchemas("INFORMATION_SCHEMA")
-      .settingIfKnown("set lazy_query_execution true")
-      .writingWholeNumbersPlainly().makingLocalDates()) {
-    /** It goes on with a batch after a statement that was cancelled, and sends each by itself in any case. */
-    @Override
-    int statementsAtOnce() {
-      return 1;
-    }
-
+      .settingIfKnown("set lazy_query_execution true").writingWholeNumbersPlainly().makingLocalDates()
+      // It goes on with a batch after a statement that was cancelled, and sends each by itself in any case.
+      .statementsAtOnce(1)) {
     /** It stores text as a JSON string. */
     @Override
     boolean readsAsBytes(String typeName) {
@@ -113,23 +99,16 @@ enum Database {
   /** It gathers all rows. A database in files keeps those beyond this number on disk, which is several times slower. */
   HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
       .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.").readingTimesAsText()
-      .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly()) {
-    @Override
-    boolean countsEndAtFailure() {
-      return true;
-    }
-  },
+      .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly().endingCountsAtFailure()),
 
   MARIADB(new DatabaseRow("mariadb", "jdbc:mariadb://{host}[:{port}]/{database}").classes("org.mariadb.")
       .readingTimesAsText().insertingManyRows()
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, MariaDbBinary::toText))
-      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()) {
-    /** It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself. */
-    @Override
-    int statementsAtOnce() {
-      return 16;
-    }
-
+      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()
+      // It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself.
+      .statementsAtOnce(16)
+      // The server ends and commits a statement when the last of its rows is taken from it.
+      .fetching(DatabaseRow.FETCH_SIZE, DatabaseRow.DEFAULT_FETCH_SIZE)) {
     /** A MySQL server, which this driver reaches as well, does not understand the question. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
@@ -140,41 +119,20 @@ enum Database {
         return false;
       }
     }
-
-    /** The server ends and commits a statement when the last of its rows is taken from it. */
-    @Override
-    int fetchSize(boolean onlyReads) {
-      return onlyReads ? FETCH_SIZE : DEFAULT_FETCH_SIZE;
-    }
   },
 
   /** It streams at this fetch size only. */
   MYSQL(new DatabaseRow("mysql", null).readingTimesAsText().insertingManyRows()
-      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'")
-      .warningOfKeptChanges()) {
-    @Override
-    int fetchSize(boolean onlyReads) {
-      return Integer.MIN_VALUE;
-    }
-  },
+      .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()
+      .fetching(Integer.MIN_VALUE, Integer.MIN_VALUE)),
 
   /** It cannot cancel a statement that runs, only a batch between two. */
   DERBY(new DatabaseRow("derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}")
-      .classes("org.apache.derby.").readingTimesAsText().times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()) {
-    @Override
-    int statementsAtOnce() {
-      return 1;
-    }
-  },
+      .classes("org.apache.derby.").readingTimesAsText().times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()
+      .statementsAtOnce(1)),
 
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
-      .times(TemporalCell::ofAnyType)
-      .undoingWhatItEnds()) {
-    @Override
-    boolean anyTypeInAnyCell() {
-      return true;
-    }
-
+      .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()) {
     /** It cannot be asked, but refuses a transaction within another. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
@@ -189,17 +147,6 @@ enum Database {
   },
 
   OTHER(new DatabaseRow("", null));
-
-  /**
-   * From 32 to 4096, PostgreSQL is within 5 % of the fastest when rows are read cell by cell. Rows of 64 kB still fit a
-   * heap of 64 MB.
-   */
-  private static final int FETCH_SIZE = 256;
-
-  /** The driver's own choice. MariaDB's takes all rows at once. */
-  private static final int DEFAULT_FETCH_SIZE = 0;
-
-  private static final int STATEMENTS_AT_ONCE = 256;
 
   /** MySQL's and MariaDB's "Some non-transactional changed tables couldn't be rolled back". */
   private static final int NOT_ROLLED_BACK = 1196;
@@ -252,14 +199,10 @@ enum Database {
   /** Sets up a statement for a query. The fetch size is a hint: a driver that refuses it still reads. */
   final void prepare(Statement statement, boolean onlyReads) {
     try {
-      statement.setFetchSize(fetchSize(onlyReads));
+      statement.setFetchSize(onlyReads ? row.fetchSizeOfReads : row.fetchSizeOfOthers);
     } catch (SQLException | RuntimeException | LinkageError refused) {
       return;
     }
-  }
-
-  int fetchSize(boolean onlyReads) {
-    return FETCH_SIZE;
   }
 
   boolean readsRowsInTransaction(Connection connection) {
@@ -268,7 +211,7 @@ enum Database {
 
   /** Whether a parameter without a type is read like a literal in quotes. */
   boolean readsParametersAsLiterals() {
-    return false;
+    return row.readsParametersAsLiterals;
   }
 
   /** Whether a text for this type must be bound as its bytes. */
@@ -310,19 +253,19 @@ enum Database {
     statement.cancel();
   }
 
-  /** How many statements of a batch to hand over together: as many as PostgreSQL's driver sends without an answer. */
+  /** How many statements of a batch to hand over together. */
   int statementsAtOnce() {
-    return STATEMENTS_AT_ONCE;
+    return row.statementsAtOnce;
   }
 
   /** Whether no update counts mean that the first statement failed; in other drivers they may mean anything. */
   boolean countsEndAtFailure() {
-    return false;
+    return row.countsEndAtFailure;
   }
 
   /** Whether a cell's type may differ from its column's. */
   boolean anyTypeInAnyCell() {
-    return false;
+    return row.anyTypeInAnyCell;
   }
 
   /** Whether a transaction is open although the driver counts as being in auto-commit mode; false when not told. */

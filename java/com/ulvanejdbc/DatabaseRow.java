@@ -10,6 +10,15 @@ import java.util.Collections;
 final class DatabaseRow {
   static final String[] MARIADB_SCHEMAS = {"information_schema", "mysql", "performance_schema", "sys"};
 
+  /**
+   * From 32 to 4096, PostgreSQL is within 5 % of the fastest when rows are read cell by cell. Rows of 64 kB still fit a
+   * heap of 64 MB.
+   */
+  static final int FETCH_SIZE = 256;
+
+  /** The driver's own choice. MariaDB's takes all rows at once. */
+  static final int DEFAULT_FETCH_SIZE = 0;
+
   /** The word that means the database when a URL is built from parts. */
   final String word;
 
@@ -50,7 +59,15 @@ final class DatabaseRow {
   boolean writesWholeNumbersPlainly;
   boolean makesLocalDates;
   boolean readsTimesAsText;
+  boolean readsParametersAsLiterals;
+  boolean countsEndAtFailure;
+  boolean anyTypeInAnyCell;
   int rowsPerInsert = 1;
+  int fetchSizeOfReads = FETCH_SIZE;
+  int fetchSizeOfOthers = FETCH_SIZE;
+
+  /** As many as PostgreSQL's driver sends without an answer. */
+  int statementsAtOnce = 256;
 
   /** Reads a date or time as text in UTC, or null for SQL NULL. */
   interface Times {
@@ -164,6 +181,33 @@ final class DatabaseRow {
   /** The driver makes objects of java.time faster than texts. */
   DatabaseRow makingLocalDates() {
     makesLocalDates = true;
+    return this;
+  }
+
+  DatabaseRow readingParametersAsLiterals() {
+    readsParametersAsLiterals = true;
+    return this;
+  }
+
+  DatabaseRow endingCountsAtFailure() {
+    countsEndAtFailure = true;
+    return this;
+  }
+
+  DatabaseRow takingAnyTypeInAnyCell() {
+    anyTypeInAnyCell = true;
+    return this;
+  }
+
+  /** How many rows to fetch at once: in a query that only reads, and in any other. */
+  DatabaseRow fetching(int ofReads, int ofOthers) {
+    fetchSizeOfReads = ofReads;
+    fetchSizeOfOthers = ofOthers;
+    return this;
+  }
+
+  DatabaseRow statementsAtOnce(int statements) {
+    statementsAtOnce = statements;
     return this;
   }
 }

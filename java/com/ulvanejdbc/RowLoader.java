@@ -64,8 +64,8 @@ public final class RowLoader {
       for (int column = 0; column < names.length; ++column) {
         int type = described.getColumnType(column + 1);
         String typeName = described.getColumnTypeName(column + 1);
-        columns[column] = new LoadedColumn(names[column], type, typeName, traits());
-        places[column] = traits().place(table, names[column], typeName);
+        columns[column] = new LoadedColumn(names[column], type, typeName, database());
+        places[column] = database().place(table, names[column], typeName);
       }
     }
     insert = "insert into " + table + " (" + list + ") values ";
@@ -91,8 +91,8 @@ public final class RowLoader {
   }
 
   private void store(Connection connection, LoadedRows rows) throws SQLException {
-    traits().prepareLoad(connection);
-    int rowsEach = Math.max(1, Math.min(traits().rowsPerInsert(), MAX_PARAMETERS / columns.length));
+    database().prepareLoad(connection);
+    int rowsEach = Math.max(1, Math.min(database().rowsPerInsert(), MAX_PARAMETERS / columns.length));
     int rest = rows.count % rowsEach;
     store(connection, rowsEach, rows.count / rowsEach, rows);
     store(connection, rest, 1, rows);
@@ -100,7 +100,7 @@ public final class RowLoader {
 
   private void store(Connection connection, int rowsEach, int statements, LoadedRows rows) throws SQLException {
     if (rowsEach == 0 || statements == 0) return;
-    int atOnce = traits().statementsAtOnce();
+    int atOnce = database().statementsAtOnce();
     try (PreparedStatement statement = connection.prepareStatement(insert + rowPlaces(rowsEach))) {
       session().setRunning(statement);
       for (int count = 1; count <= statements; ++count) {
@@ -144,7 +144,7 @@ public final class RowLoader {
 
   private int firstFailing(Connection connection, LoadedRows rows) throws SQLException {
     int number = 0;
-    traits().prepareLoad(connection);
+    database().prepareLoad(connection);
     try (PreparedStatement statement = connection.prepareStatement(insert + row)) {
       session().setRunning(statement);
       for (; number < rows.count; ++number) {
@@ -163,21 +163,21 @@ public final class RowLoader {
 
   /** Has the database write to disk what it committed, where a commit alone does not wait for that. */
   public boolean sync() {
-    return attempt(() -> traits().sync(session().connection()));
+    return attempt(() -> database().sync(session().connection()));
   }
 
   /** Whether the table can undo rows. */
   public boolean undoes() {
     boolean[] undoes = {false};
-    return attempt(() -> undoes[0] = traits().undoes(session().connection(), table)) && undoes[0];
+    return attempt(() -> undoes[0] = database().undoes(session().connection(), table)) && undoes[0];
   }
 
   private Session session() {
     return utilities.session();
   }
 
-  private Database traits() {
-    return session().traits();
+  private Database database() {
+    return session().database();
   }
 
   private interface Step {

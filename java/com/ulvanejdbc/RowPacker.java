@@ -98,7 +98,11 @@ public final class RowPacker {
     return packer;
   }
 
-  /** Reads the next rows; the block of a failing row holds those before it. @return the buffer, valid until the next call */
+  /**
+   * Reads the next rows. The block of a failing row holds those before it.
+   *
+   * @return the buffer, valid until the next call
+   */
   public ByteBuffer pack() {
     rowCount = 0;
     rowStart = 0;

@@ -13,7 +13,7 @@ final class Session {
 
   private final Batch batch = new Batch();
   private Connection connection;
-  private Database traits;
+  private Database database;
   private Transactions transactions;
   private volatile Cancellation cancellation;
   private Statement statement;
@@ -24,13 +24,13 @@ final class Session {
     if (connection != null && !connection.isClosed()) return;
     forget();
     connection = Drivers.connect(target, user, password);
-    traits = Database.of(target.vendor);
-    transactions = new Transactions(connection, traits);
-    cancellation = new Cancellation(traits);
+    database = Database.of(target.vendor);
+    transactions = new Transactions(connection, database);
+    cancellation = new Cancellation(database);
     try {
       // A URL can switch it off, and nothing here would ever commit.
       if (!connection.getAutoCommit()) connection.setAutoCommit(true);
-      traits.prepare(connection);
+      database.prepare(connection);
     } catch (Throwable failure) {
       closeQuietly();
       throw failure;
@@ -62,10 +62,10 @@ final class Session {
     try {
       boolean onlyReads = QueryText.onlyReads(sql);
       if (onlyReads) transactions.beginRows();
-      traits.prepare(ready, onlyReads);
+      database.prepare(ready, onlyReads);
       ready.setMaxRows(maxRows);
       cancellation.begin(ready);
-      rows = new Rows(ready.executeQuery(sql), traits.anyTypeInAnyCell());
+      rows = new Rows(ready.executeQuery(sql), database.anyTypeInAnyCell());
     } catch (Throwable failure) {
       abandonRows(failure);
       throw failure;
@@ -117,7 +117,7 @@ final class Session {
   /** @return how many statements ran */
   int runBatch() throws SQLException {
     List<String> statements = batch.take();
-    runAsOne(onConnection -> Batch.execute(onConnection, statements, traits, cancellation));
+    runAsOne(onConnection -> Batch.execute(onConnection, statements, database, cancellation));
     return statements.size();
   }
 
@@ -170,14 +170,14 @@ final class Session {
     cancellation.check();
   }
 
-  Database traits() {
+  Database database() {
     connection();
-    return traits;
+    return database;
   }
 
   /** What the database holds. Asking leaves the rows being read where they are. */
   Catalog catalog() {
-    return new Catalog(connection(), traits);
+    return new Catalog(connection(), database);
   }
 
   /**

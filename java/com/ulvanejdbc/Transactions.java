@@ -17,7 +17,7 @@ final class Transactions {
   private static final String KEPT = "not all was rolled back: tables without transactions keep what was changed";
 
   private final Connection connection;
-  private final Database traits;
+  private final Database database;
 
   /** The open transaction was begun here. */
   private boolean ours;
@@ -39,9 +39,9 @@ final class Transactions {
   /** Where the batch inside that transaction began. */
   private Savepoint batchBeginning;
 
-  Transactions(Connection connection, Database traits) {
+  Transactions(Connection connection, Database database) {
     this.connection = connection;
-    this.traits = traits;
+    this.database = database;
   }
 
   /** A step that must follow another however that one ends. */
@@ -52,7 +52,7 @@ final class Transactions {
 
   /** Begins a transaction of the caller's, which all that follows is a part of. */
   void begin() throws SQLException {
-    if (!connection.getAutoCommit() || traits.hasOpenTransaction(connection)) {
+    if (!connection.getAutoCommit() || database.hasOpenTransaction(connection)) {
       throw new MisuseException("a transaction is open already");
     }
     connection.setAutoCommit(false);
@@ -79,10 +79,10 @@ final class Transactions {
     requireBeginning();
     try (Ending ending = this::endCallers) {
       lasted = lasted || succeeds(() -> connection.rollback(beginning));
-      if (!lasted && traits.undoesWhatItEnds()) return;
+      if (!lasted && database.undoesWhatItEnds()) return;
       connection.rollback();
       if (!lasted) throw new SQLException(ENDED_EARLY);
-      if (traits.keptChanges(connection)) throw new SQLException(KEPT);
+      if (database.keptChanges(connection)) throw new SQLException(KEPT);
     }
   }
 
@@ -112,8 +112,8 @@ final class Transactions {
   }
 
   void beginRows() throws SQLException {
-    if (!traits.readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
-    boolean callers = traits.hasOpenTransaction(connection);
+    if (!database.readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
+    boolean callers = database.hasOpenTransaction(connection);
     connection.setAutoCommit(false);
     borrowed = callers;
     ours = !callers;
@@ -147,7 +147,7 @@ final class Transactions {
   }
 
   private void beginBatch() throws SQLException {
-    nested = !connection.getAutoCommit() || traits.hasOpenTransaction(connection);
+    nested = !connection.getAutoCommit() || database.hasOpenTransaction(connection);
     if (beginning != null) {
       batchBeginning = connection.setSavepoint();
     } else if (nested) {
@@ -176,7 +176,7 @@ final class Transactions {
    * statement, since any may be the one that ends it.
    */
   void giveBack() throws SQLException {
-    if (!borrowed || traits.hasOpenTransaction(connection)) return;
+    if (!borrowed || database.hasOpenTransaction(connection)) return;
     borrowed = false;
     connection.setAutoCommit(true);
   }
