@@ -322,6 +322,14 @@ TEST_F(Drivers, TheFailedStatementOfABatchIsNamedOnceOrNotAtAll) {
   }
 }
 
+TEST_F(Drivers, ABatchThatRanIsDoneWhateverCountsTheDriverGives) {
+  for (const char* counts : {"1", "1,1,1,1", "-2,-2,-2", "none", "null"}) {
+    answer("Statement.executeBatch", counts);
+    EXPECT_EQ(batch(3), 3) << counts;
+    EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
+  }
+}
+
 TEST_F(Drivers, ARefusedCommitIsToldAlsoWhenNothingCanBeUndone) {
   for (const char* member : {"Connection.commit", "Connection.rollback"}) answer(member, "throw");
   batch(1);

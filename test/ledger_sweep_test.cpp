@@ -204,6 +204,7 @@ const JdbcRow kJdbcRows[] = {
     {"executeUpdate", State::statement, [](auto& j) { j.executeUpdate(wide); }},
     {"addToBatch", State::statement, [](auto& j) { j.addToBatch(wide); }},
     {"executeBatch", State::statement, executeBatch},
+    {"executeBatch without counts", State::statement, [](auto& j) { j.executeBatch(nullptr); }},
     {"getTables", State::connected, listTables},
     {"getTables of Oracle", State::row, listTables, false, "oracle"},
     {"getTables of Teradata", State::connected, listTables, false, "teradata"},
