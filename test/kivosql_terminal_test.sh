@@ -11,6 +11,8 @@ echo "== passwords"
 echo "select 'in'; select * from \"$secret\"" | env KIVO_PASSWORD="$secret" "$kivosql" $place run - >out 2>err || true
 check "the password from the environment" 1 "$(grep -c '(1 row)' out)"
 check "no password in an error of the database's" 1 "$(grep -c 'relation "\*\*\*"' err)"
+KIVO_PASSWORD=$secret "$kivosql" $place --through jdbc --verbose query "select * from \"$secret\"" >out 2>err || true
+check "nor in its stack trace" "yes 0" "$(grep -q '	at ' err && echo yes) $(grep -c "$secret" err)"
 # The VM writes what it has in registers, on stacks and in its log of exceptions to hs_err_pid*.log.
 (ulimit -c 0 && exec env KIVO_PASSWORD="$secret" "$kivosql" $place query 'select pg_sleep(999)' >out 2>err) &
 await at_work 1 'pg_sleep\(999\)'
