@@ -111,5 +111,18 @@ for signal in TERM:143 HUP:129; do
   wait $! || code=$?
   check "SIG$signal" "${signal#*:} 1 1" "$code $(grep -c 'interrupted$' err) $(grep -c 'no row of slow.csv is stored' err)"
 done
+# It has said that the rows are stored, and its database closes.
+mkfifo told
+"$kivosql" $h2 update 'create table late (id int)' >out
+echo 1 >late.csv
+"$kivosql" $h2 load late.csv late --no-header >told &
+read -r word <told
+code=0
+for _ in $(seq 50); do
+  kill -s TERM $! 2>/dev/null || break
+  sleep 0.01
+done
+wait $! || code=$?
+check "SIGTERM at the end" "0 1 row stored in late 1" "$code $word $(csv $h2 query 'select count(*) from late')"
 
 report

@@ -65,11 +65,8 @@ Interrupt::Interrupt(Session& session) : session_(session) {
 
 Interrupt::~Interrupt() {
   if (!watcher_.joinable()) return;
-  for (int signal : kSignals) {
-    if (!isIgnored(signal)) std::signal(signal, SIG_DFL);
-  }
+  // Handler and pipe stay: ended while its database closes, the process could lose rows that it said are stored.
   if (write(pipe_[1], &kFinished, 1) == 1) watcher_.join();
-  for (int end : pipe_) close(end);
 }
 
 bool Interrupt::happened() { return signalled != 0; }

@@ -7,7 +7,7 @@
 namespace kivosql {
 
 /// Makes Ctrl-C, SIGTERM and SIGHUP end the statement that runs, in the database too. Lives from after open() to before
-/// close().
+/// close(), which only a second Ctrl-C ends.
 ///
 /// The Java VM takes these signals when it starts, and its threads unblock them, so that sigwait() in a thread of the
 /// host's never sees them; a handler installed later simply takes the VM's place.
