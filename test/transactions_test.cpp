@@ -95,6 +95,7 @@ TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
   update("create table whole_more (id int)");
   const bool undone = call(wrapper, "rollbackTransaction");
   EXPECT_EQ(othersOnly("select count(*) from whole"), undone ? "4" : "5");
+  keeper.closeConnection();
 }
 
 /// Derby has no statement that begins a transaction, and HSQLDB's driver does not report one.
