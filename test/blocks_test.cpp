@@ -235,7 +235,7 @@ std::string nameOf(const testing::TestParamInfo<int>& tested) {
 
 INSTANTIATE_TEST_SUITE_P(Each, Blocks, testing::Range(0, 6), nameOf);
 
-/// What a result comes to when it is read by the block.
+/// How many cells of a result came by the block, and how the reading ended.
 struct Outcome {
   std::size_t cells;
   int errorState;
@@ -369,7 +369,7 @@ TEST(BlocksOfResults, OfAWrapperReleaseEverythingWhicheverCallFails) {
   EXPECT_GT(points, 20);
 }
 
-/// Takes the memory that a Java VM has for buffers outside its heap, but for one of 64 kB, until it ends.
+/// Takes the memory that a Java VM has for buffers outside its heap, except 64 kB of it, until it ends.
 class NoBufferMemory {
  public:
   explicit NoBufferMemory(JNIEnv* owner) : env(owner) {

@@ -25,7 +25,7 @@ namespace {
 
 using Fault = BadNetwork::Fault;
 constexpr int kRows = 300;
-/// Within so many bytes come the answers to an update and a batch.
+/// The answers to an update and a batch come within this many bytes.
 constexpr std::size_t kChanges = 200;
 
 /// Both classes on one server, through a network that each test spoils.
@@ -199,7 +199,7 @@ TEST_P(DyingServer, NothingIsReportedAsDoneThatWasNot) {
   live();
   const std::size_t whole = network->passed();
   EXPECT_EQ(done.size(), 3U);
-  // Close together at first, where the answers are that tell of changes, then further apart.
+  // Close together at first, among the answers that report changes, then further apart.
   for (const Fault fault : {Fault::kReset, Fault::kEnd}) {
     for (std::size_t after = 0; after < whole; after += after < kChanges ? 1 : 53) {
       SCOPED_TRACE(std::to_string(after) + " bytes came through");

@@ -50,7 +50,7 @@ TEST(SetUrl, BuildsEachVendorsUrlAndReadsItBack) {
     EXPECT_EQ(built.url + ' ' + utils.url + ' ' + utils.vendor, row.url + ' ' + row.url + ' ' + row.vendor);
     EXPECT_EQ(built.errorField + ", " + built.errorText, "field before, text before") << row.url;
 
-    // Given back as a ready URL it selects the same vendor, but for kdb+, whose scheme word is "q".
+    // Given back as a ready URL it selects the same vendor, except kdb+, whose scheme word is "q".
     const bool isKdb = row.call.dbType == "kdb";
     Call ready{"no type", "", "", "", "", row.url};
     EXPECT_TRUE(ready.on(utils)) << row.url;

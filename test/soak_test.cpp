@@ -26,7 +26,7 @@ namespace {
 [[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
 
 constexpr int kSlices = 25;
-/// So many slices pass before anything is compared: the Java VM still loads and compiles then.
+/// This many slices pass before anything is compared: the Java VM still loads and compiles then.
 constexpr int kWarmUp = 8;
 /// What a slice may add. It is below 0.1 byte a cell, 5 bytes a statement, 1 byte a failure and 900 bytes a thread; of
 /// that, the JNI ledger itself takes some 250 bytes a thread. Java objects cannot pile up either: the heap has 16 MB.

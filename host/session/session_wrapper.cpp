@@ -58,7 +58,7 @@ class WrapperSession : public WritingSession {
     return row;
   }
 
-  bool syncRows() override { return loader_.sync(); }
+  bool syncRows() override { return worked(loader_.sync()); }
 
   bool beginTransaction() override { return transact("beginTransaction"); }
 

@@ -23,7 +23,7 @@ class BadNetwork {
   BadNetwork(const BadNetwork&) = delete;
   BadNetwork& operator=(const BadNetwork&) = delete;
 
-  /// The fault strikes when so many of the server's bytes have come through, counted from now over all connections.
+  /// The fault strikes when this many of the server's bytes have come through, counted from now over all connections.
   void plan(Fault fault, std::size_t after = 0);
   std::size_t passed() const { return passed_; }
 

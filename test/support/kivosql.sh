@@ -81,7 +81,7 @@ await() { # COMMAND...
   return 1
 }
 
-# Whether so many statements like a pattern are at work in PostgreSQL.
+# Whether this many statements like a pattern are at work in PostgreSQL.
 at_work() { # NUMBER PATTERN
   [ "$1" = "$(sql "select count(*) from pg_stat_activity
     where state = 'active' and query similar to '%$2%' and pid <> pg_backend_pid()")" ]

@@ -46,7 +46,7 @@ final class TemporalFields {
     setSeconds((int) (nanosOfDay / NANOS_PER_SECOND));
   }
 
-  /** Moves a time that is ahead of UTC by so many seconds; the date goes with it when there is one. */
+  /** Moves a time that is ahead of UTC by this many seconds, and its date if it has one. */
   void toUtc(int secondsAhead) {
     if (secondsAhead == 0) return;
     int utc = hours * 3600 + minutes * 60 + seconds - secondsAhead;

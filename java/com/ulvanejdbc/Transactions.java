@@ -125,7 +125,7 @@ final class Transactions {
     giveBack();
   }
 
-  /** What stands as a whole or not at all, but for what the database commits by itself or cannot undo. */
+  /** What stands as a whole or not at all, except what the database commits by itself or cannot undo. */
   interface Work {
     void run(Connection connection) throws SQLException;
   }

@@ -153,7 +153,7 @@ public class jdbcUtilities {
    * empty afterwards. What the database commits by itself (on H2, HSQLDB and MariaDB a "create table" with all before
    * it) or keeps in tables without transactions is not undone.
    *
-   * <p>In a transaction that the caller opened in SQL, the batch becomes part of that one where the driver tells of it,
+   * <p>In a transaction that the caller opened in SQL, the batch becomes part of that one if the driver reports it,
    * as those of H2, MariaDB, PostgreSQL and SQLite do; elsewhere, on HSQLDB and a MySQL server, the batch commits it.
    *
    * @return how many statements ran
