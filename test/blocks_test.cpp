@@ -139,7 +139,8 @@ Grid read(RowBlocks& blocks) {
     EXPECT_GT(blocks.rows(), 0);
     // It ends with the row that takes it beyond a megabyte, which the places of the values count for.
     const int last = blocks.rows() - 1;
-    EXPECT_LT(blocks.text(last, 1).data() - blocks.text(0, 1).data() + last * blocks.columns() * 4, 1 << 20);
+    const std::ptrdiff_t places = std::ptrdiff_t{4} * last * blocks.columns();
+    EXPECT_LT(blocks.text(last, 1).data() - blocks.text(0, 1).data() + places, 1 << 20);
     for (int row = 0; row < blocks.rows(); ++row) {
       for (int column = 1; column <= blocks.columns(); ++column) {
         grid.push_back(blocks.isNull(row, column) ? Text() : Text(blocks.text(row, column)));

@@ -64,7 +64,7 @@ std::string usageFault(const CLI::App& app, const CLI::ParseError& error) {
   const auto commands = app.get_subcommands();
   if (commands.empty() && (isRequired || isExtra)) return commandFault(unknown.empty() ? "" : unknown.front());
   if (!unknown.empty()) return surplusFault(*commands.front(), unknown.front());
-  const std::string text = error.what();
+  std::string text = error.what();
   const std::size_t end = text.find(": ");
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) == nullptr || end == std::string::npos) return text;
   return text.substr(0, end) + (text.find("At Most") == end + 2 ? " is there more than once" : " needs a value");
