@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -28,12 +30,20 @@ std::unique_ptr<char[]> exactCopy(const std::string& text) {
   return copy;
 }
 
+/// @param standard valid UTF-8
+std::ptrdiff_t characters(const std::string& standard) {
+  return std::count_if(standard.begin(), standard.end(), [](char byte) { return (byte & 0xC0) != 0x80; });
+}
+
 void checkIntoJava(const std::string& whole) {
   const std::unique_ptr<char[]> text = exactCopy(whole);
   std::string rewritten = text.get();
   kivo::rewriteForJava(text.get(), rewritten);
   require(isModifiedUtf8(rewritten), "what goes into Java is modified UTF-8");
-  require(toStandard(rewritten).text == toStandard(text.get()).text, "the rewriting changes no character");
+  const Converted before = toStandard(text.get());
+  const std::string after = toStandard(rewritten).text;
+  require(before.replacements > 0 || after == before.text, "the rewriting changes no character of valid text");
+  require(characters(after) == characters(before.text), "each malformed byte becomes one character");
 }
 
 void checkConversions(const std::string& text) {
