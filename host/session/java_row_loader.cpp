@@ -84,7 +84,8 @@ bool JavaRowLoader::call(const char* method) {
   error_ = kUnusable;
   if (!frame.pushed() || loader_ == nullptr) return false;
   const jmethodID id = env_->GetMethodID(env_->GetObjectClass(loader_), method, "()Z");
-  const bool worked = id != nullptr && env_->CallBooleanMethod(loader_, id) == JNI_TRUE;
+  const bool answer = id != nullptr && env_->CallBooleanMethod(loader_, id) == JNI_TRUE;
+  const bool worked = answer && env_->ExceptionCheck() == JNI_FALSE;
   if (!worked) takeError();
   return worked;
 }
@@ -101,7 +102,8 @@ std::optional<Result> JavaRowLoader::callWith(PackedRows& rows, const char* meth
   if (ends == nullptr) return {};
   const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
   if (text == nullptr) return {};
-  return (env_->*caller)(loader_, id, ends, text);
+  const Result result = (env_->*caller)(loader_, id, ends, text);
+  return env_->ExceptionCheck() == JNI_FALSE ? std::optional<Result>(result) : std::nullopt;
 }
 
 bool JavaRowLoader::store(PackedRows& rows) {

@@ -5,7 +5,7 @@
 
 namespace kivosql {
 
-/// How values of a type are written in SQL, in JSON, and on which side of a table's column.
+/// How values of a type are written in JSON, and on which side of a table's column.
 enum class Kind { text, integer, decimal, truth, date, time, timestamp, binary };
 
 /// @param type a code of java.sql.Types.
