@@ -6,7 +6,7 @@
 namespace kivosql {
 
 /// How values of a type are written in JSON, and on which side of a table's column.
-enum class Kind { text, integer, decimal, truth, date, time, timestamp, binary };
+enum class Kind { text, integer, decimal, truth };
 
 /// @param type a code of java.sql.Types.
 Kind kindOf(int type);

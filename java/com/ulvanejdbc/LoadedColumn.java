@@ -16,7 +16,7 @@ final class LoadedColumn {
   private static final Pattern NUMBER = Pattern.compile("-?(?:0|[1-9]\\d*)(?:\\.\\d+)?(?:[eE][+-]?\\d{1,3})?");
   private static final Pattern BYTES = Pattern.compile("(?:\\p{XDigit}{2})*");
   private static final Pattern TRUE = Pattern.compile("t|true|1", Pattern.CASE_INSENSITIVE);
-  private static final Pattern FALSE = Pattern.compile("f|false|0", Pattern.CASE_INSENSITIVE);
+  private static final Pattern TRUTH = Pattern.compile("t|true|1|f|false|0", Pattern.CASE_INSENSITIVE);
 
   private final String name;
   private final int type;
@@ -60,25 +60,26 @@ final class LoadedColumn {
     switch (type) {
       case Types.BIT:
       case Types.BOOLEAN:
-        return LoadedColumn::bindBoolean;
+        return ifLike(TRUTH, (statement, place, value) -> statement.setBoolean(place, TRUE.matcher(value).matches()));
       case Types.TINYINT:
       case Types.SMALLINT:
       case Types.INTEGER:
       case Types.BIGINT:
-        return LoadedColumn::bindInteger;
+        return ifLike(INTEGER, LoadedColumn::bindInteger);
       case Types.NUMERIC:
       case Types.DECIMAL:
         // What SQLite's driver binds as a decimal number arrives as text.
-        return database.anyTypeInAnyCell() ? LoadedColumn::bindNumber : LoadedColumn::bindDecimal;
+        if (database.anyTypeInAnyCell()) return ifLike(NUMBER, LoadedColumn::bindNumber);
+        return ifLike(NUMBER, (statement, place, value) -> statement.setBigDecimal(place, new BigDecimal(value)));
       case Types.FLOAT:
       case Types.REAL:
       case Types.DOUBLE:
-        return LoadedColumn::bindDouble;
+        return ifLike(NUMBER, LoadedColumn::bindDouble);
       case Types.BINARY:
       case Types.VARBINARY:
       case Types.LONGVARBINARY:
       case Types.BLOB:
-        return LoadedColumn::bindBytes;
+        return ifLike(BYTES, (statement, place, value) -> statement.setBytes(place, Digits.bytes(value)));
       case Types.DATE:
       case Types.TIME:
       case Types.TIMESTAMP:
@@ -89,34 +90,22 @@ final class LoadedColumn {
     }
   }
 
-  private static void bindBoolean(PreparedStatement statement, int place, String value) throws SQLException {
-    boolean isTrue = TRUE.matcher(value).matches();
-    if (isTrue || FALSE.matcher(value).matches()) {
-      statement.setBoolean(place, isTrue);
-    } else {
-      statement.setString(place, value);
-    }
+  private static Binder ifLike(Pattern form, Binder typed) {
+    return (statement, place, value) -> {
+      if (form.matcher(value).matches()) {
+        typed.bind(statement, place, value);
+      } else {
+        statement.setString(place, value);
+      }
+    };
   }
 
   private static void bindInteger(PreparedStatement statement, int place, String value) throws SQLException {
-    if (INTEGER.matcher(value).matches()) {
-      statement.setLong(place, Long.parseLong(value));
-    } else {
-      statement.setString(place, value);
-    }
-  }
-
-  private static void bindDecimal(PreparedStatement statement, int place, String value) throws SQLException {
-    if (NUMBER.matcher(value).matches()) {
-      statement.setBigDecimal(place, new BigDecimal(value));
-    } else {
-      statement.setString(place, value);
-    }
+    statement.setLong(place, Long.parseLong(value));
   }
 
   private static void bindNumber(PreparedStatement statement, int place, String value) throws SQLException {
-    boolean isNumber = NUMBER.matcher(value).matches();
-    String integer = isNumber ? new BigDecimal(value).stripTrailingZeros().toPlainString() : "";
+    String integer = new BigDecimal(value).stripTrailingZeros().toPlainString();
     if (INTEGER.matcher(integer).matches()) {
       bindInteger(statement, place, integer);
     } else {
@@ -126,17 +115,9 @@ final class LoadedColumn {
 
   /** A number beyond the type's range stays text: some databases would store it as infinity. */
   private static void bindDouble(PreparedStatement statement, int place, String value) throws SQLException {
-    double number = NUMBER.matcher(value).matches() ? Double.parseDouble(value) : Double.NaN;
+    double number = Double.parseDouble(value);
     if (Double.isFinite(number)) {
       statement.setDouble(place, number);
-    } else {
-      statement.setString(place, value);
-    }
-  }
-
-  private static void bindBytes(PreparedStatement statement, int place, String value) throws SQLException {
-    if (BYTES.matcher(value).matches()) {
-      statement.setBytes(place, Digits.bytes(value));
     } else {
       statement.setString(place, value);
     }
