@@ -10,7 +10,7 @@ import java.time.LocalDateTime;
  * How a column's values get into a block: as {@link CellKind#read} gives them, or by a shorter way to the same text
  * where there is one.
  */
-final class BlockCell {
+public final class BlockCell {
   private enum Way {
     STRING,
     SERVER_TEXT,
@@ -43,7 +43,7 @@ final class BlockCell {
   }
 
   /** Puts the current row's value. @return false for SQL NULL */
-  boolean pack(BlockText text) throws SQLException {
+  public boolean pack(BlockText text) throws SQLException {
     // A switch and not a class for each way: the VM then makes one piece of code of it all.
     switch (way) {
       case STRING:

@@ -3,7 +3,7 @@ package com.ulvanejdbc;
 import java.util.Arrays;
 
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
-final class BlockText {
+public final class BlockText {
   private static final int MOST_DIGITS = 20;
   private static final char REPLACEMENT = '\uFFFD';
 
@@ -17,28 +17,28 @@ final class BlockText {
   private int length;
   private int rowStart;
 
-  BlockText(boolean standard, int mostRowBytes) {
+  public BlockText(boolean standard, int mostRowBytes) {
     this.standard = standard;
     this.mostRowBytes = mostRowBytes;
   }
 
-  void clear() {
+  public void clear() {
     length = 0;
   }
 
-  void beginRow() {
+  public void beginRow() {
     rowStart = length;
   }
 
-  int length() {
+  public int length() {
     return length;
   }
 
-  byte[] bytes() {
+  public byte[] bytes() {
     return bytes;
   }
 
-  void put(String value) {
+  public void put(String value) {
     int count = value.length();
     int plain = 0;
     while (plain < count && isPlain(value.charAt(plain))) ++plain;
@@ -66,7 +66,7 @@ final class BlockText {
   }
 
   /** Takes over bytes that are right in either encoding. */
-  void put(byte[] value, int start, int count) {
+  public void put(byte[] value, int start, int count) {
     reserve(count);
     System.arraycopy(value, start, bytes, length, count);
     length += count;

@@ -2,8 +2,10 @@ package com.ulvanejdbc;
 
 import java.sql.Connection;
 import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
+import java.sql.Types;
 import java.util.function.Predicate;
 import java.util.stream.Stream;
 
@@ -71,6 +73,11 @@ enum Database {
     boolean sendsText(ResultSet rows, int column) throws SQLException {
       return PostgresDriver.sendsText(rows, column);
     }
+
+    @Override
+    int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+      return PostgresDriver.typeOf(columns, column);
+    }
   },
 
   SQLSERVER(new DatabaseRow("sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]")
@@ -133,6 +140,12 @@ enum Database {
 
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
       .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()) {
+    /** Its driver takes a DATETIME for a date. */
+    @Override
+    int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+      return columns.getColumnTypeName(column).equals("DATETIME") ? Types.TIMESTAMP : super.typeOf(columns, column);
+    }
+
     /** It cannot be asked, but refuses a transaction within another. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
@@ -316,6 +329,11 @@ enum Database {
   /** Whether the bytes of a column are the server's text, in standard UTF-8. */
   boolean sendsText(ResultSet rows, int column) throws SQLException {
     return false;
+  }
+
+  /** A column's type; the driver's answer, where that does not pass for another type. */
+  int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+    return columns.getColumnType(column);
   }
 
   boolean writesWholeNumbersPlainly() {

@@ -11,7 +11,7 @@ import java.util.Set;
 import java.util.stream.Collectors;
 
 /** What a person reads about a failure: one line for each exception of the chain, each told once. */
-final class ErrorText {
+public final class ErrorText {
   private static final int MOST_LINES = 20;
 
   private final String text;
@@ -34,7 +34,7 @@ final class ErrorText {
   }
 
   /** The failure's own text first, then its next exceptions and causes, the nearest first. */
-  static String of(Throwable failure) {
+  public static String of(Throwable failure) {
     try {
       return lines(failure);
     } catch (OutOfMemoryError noMemoryLeft) {
@@ -45,7 +45,7 @@ final class ErrorText {
   }
 
   /** Not what ran out of memory in a driver that wrapped it in an exception of its own, or leaves none to look. */
-  static boolean isOfDatabase(Throwable failure) {
+  public static boolean isOfDatabase(Throwable failure) {
     try {
       return failure instanceof SQLException
           && chain(failure).stream().noneMatch(link -> link.failure instanceof OutOfMemoryError);

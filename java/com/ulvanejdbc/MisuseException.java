@@ -1,10 +1,10 @@
 package com.ulvanejdbc;
 
 /** A call that cannot be carried out as it was made: the caller's mistake, never the database's answer. */
-final class MisuseException extends IllegalStateException {
+public final class MisuseException extends IllegalStateException {
   private static final long serialVersionUID = 1L;
 
-  MisuseException(String message) {
+  public MisuseException(String message) {
     super(message);
   }
 }

@@ -51,6 +51,21 @@ final class PostgresDriver {
     return "(json_populate_record(null::" + table + ", json_build_object(" + text + ", ?::text)))." + name;
   }
 
+  /** The driver reports types that JDBC has no code for under the code of another. */
+  static int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+    switch (columns.getColumnTypeName(column)) {
+      case "timestamptz":
+        return Types.TIMESTAMP_WITH_TIMEZONE;
+      case "timetz":
+        return Types.TIME_WITH_TIMEZONE;
+      case "money":
+      case "bit":
+        return Types.OTHER;
+      default:
+        return columns.getColumnType(column);
+    }
+  }
+
   /** Whether the driver's bytes are the server's text. Those of binary values are decoded from hexadecimal digits. */
   static boolean sendsText(ResultSet rows, int column) throws SQLException {
     ResultSetMetaData columns = rows.getMetaData();

@@ -10,7 +10,7 @@ import java.util.Arrays;
 /**
  * Reads an open result by the block: each {@link #pack} reads up to a number of rows into one buffer, which native code
  * then reads in place. Native code finds this class and its methods by name. Nothing is thrown to it: a failure is a
- * state, with {@link #failure} to tell why.
+ * state, with {@link #failure} for its text.
  *
  * <p>The buffer, in the machine's byte order: four ints, which are the state, the number of rows, the number of columns
  * and a zero; then an int for each cell, row by row, which is where the cell's text ends, or the complement of that
@@ -28,26 +28,9 @@ public final class RowPacker {
   /** A block ends with the row that takes it beyond this, so that wide rows do not pile up in memory. */
   private static final int ENOUGH_BYTES = 1 << 20;
 
-  private static final int FETCH_GROWTH = 4;
-
-  /** What a fetched value takes in the heap besides its bytes: PostgreSQL's driver has an array for each. */
-  private static final int VALUE_BYTES = 32;
-
-  /** Goes to the next row. */
-  private interface Cursor {
-    boolean next() throws SQLException;
-  }
-
-  /** Gives back what the rows hold open, after a failure. */
-  private interface Abandonment {
-    void run(Throwable failure);
-  }
-
   private final BlockText text;
-  private final int mostRows;
-  private Abandonment abandonment = failure -> {};
-  private Cursor cursor;
-  private ResultSet rows;
+  private final int maxRows;
+  private OpenResult result;
   private BlockCell[] cells = {};
 
   private int[] block = new int[HEADER_INTS];
@@ -56,13 +39,11 @@ public final class RowPacker {
   private int rowCount;
   private int rowStart;
 
-  /** Rows of a fetch before any was changed here; 0 when not known, negative when there is nothing to change. */
-  private int usualFetch;
   private String failure;
 
-  private RowPacker(int mostRows, boolean standard, int mostBytes) {
-    this.mostRows = mostRows;
-    text = new BlockText(standard, mostBytes);
+  private RowPacker(int maxRows, boolean standard, int maxRowBytes) {
+    this.maxRows = maxRows;
+    text = new BlockText(standard, maxRowBytes);
   }
 
   /**
@@ -70,10 +51,10 @@ public final class RowPacker {
    *
    * @param types the columns' types by which that way goes
    */
-  public static RowPacker ofResult(ResultSet rows, int[] types, int mostRows, boolean standard, int mostBytes) {
-    RowPacker packer = new RowPacker(mostRows, standard, mostBytes);
+  public static RowPacker ofResult(ResultSet rows, int[] types, int maxRows, boolean standard, int maxRowBytes) {
+    RowPacker packer = new RowPacker(maxRows, standard, maxRowBytes);
     packer.attempt(() -> {
-      packer.open(rows, rows::next, types.length);
+      packer.open(OpenResult.of(rows), types.length);
       for (int column = 1; column <= types.length; ++column) {
         int type = types[column - 1];
         boolean isTemporal = type == Types.DATE || type == Types.TIME || type == Types.TIMESTAMP;
@@ -84,13 +65,12 @@ public final class RowPacker {
   }
 
   /** Cells as {@link jdbcUtilities#getColumn} gives them. */
-  public static RowPacker ofUtilities(jdbcUtilities utilities, int mostRows, boolean standard, int mostBytes) {
-    RowPacker packer = new RowPacker(mostRows, standard, mostBytes);
+  public static RowPacker ofUtilities(jdbcUtilities utilities, int maxRows, boolean standard, int maxRowBytes) {
+    RowPacker packer = new RowPacker(maxRows, standard, maxRowBytes);
     packer.attempt(() -> {
-      Session session = utilities.session();
-      Rows source = session.rows();
-      packer.abandonment = failure -> session.abandon(source, failure);
-      packer.open(source.source(), () -> next(session, source), source.count());
+      OpenResult result = OpenResult.of(utilities);
+      Rows source = result.sessionRows();
+      packer.open(result, source.count());
       for (int column = 1; column <= source.count(); ++column) {
         packer.setCell(column, source.type(column), source.kind(column));
       }
@@ -108,7 +88,7 @@ public final class RowPacker {
     rowStart = 0;
     text.clear();
     if (state == MORE) attempt(this::packRows);
-    if (state == MORE && rowCount > 0) fetchByTheBlock();
+    if (state == MORE && rowCount > 0) result.fetchByTheBlock(maxRows, rowStart / rowCount, cells.length);
     write();
     return buffer;
   }
@@ -118,25 +98,19 @@ public final class RowPacker {
     return failure;
   }
 
-  private static boolean next(Session session, Rows source) throws SQLException {
-    if (session.rows() == source) return session.next();
-    throw new MisuseException("these rows are no longer open: another query has been run");
-  }
-
-  private void open(ResultSet source, Cursor advance, int columns) {
-    rows = source;
-    cursor = advance;
+  private void open(OpenResult source, int columns) {
+    result = source;
     cells = new BlockCell[columns];
   }
 
   private void setCell(int column, int type, CellKind kind) throws SQLException {
-    cells[column - 1] = new BlockCell(rows, column, type, kind);
+    cells[column - 1] = new BlockCell(result.rows(), column, type, kind);
   }
 
   private void packRows() throws SQLException {
     int at = HEADER_INTS;
-    while (rowCount < mostRows && at * Integer.BYTES + rowStart < ENOUGH_BYTES) {
-      if (!cursor.next()) {
+    while (rowCount < maxRows && at * Integer.BYTES + rowStart < ENOUGH_BYTES) {
+      if (!result.next()) {
         state = ENDED;
         return;
       }
@@ -154,24 +128,6 @@ public final class RowPacker {
   /** The block grows with the rows: few results fill one. */
   private void reserve(int needed) {
     if (needed > block.length) block = Arrays.copyOf(block, Math.max(needed, 2 * block.length));
-  }
-
-  /**
-   * Lets the driver fetch up to four times the rows that it would, while a block takes as many: on PostgreSQL a round trip
-   * costs some 50 microseconds, as much as reading eighty rows. Rows as wide as the last ones must fit in a megabyte, as
-   * those fetched lie in the heap; of wider ones fewer are fetched.
-   */
-  private void fetchByTheBlock() {
-    try {
-      if (usualFetch == 0) usualFetch = rows.getFetchSize();
-      if (usualFetch <= 0) return;
-      int fitting = ENOUGH_BYTES / (rowStart / rowCount + VALUE_BYTES * cells.length + 1);
-      int most = Math.min(mostRows, FETCH_GROWTH * usualFetch);
-      rows.setFetchSize(Math.max(1, Math.min(fitting, Math.max(most, usualFetch))));
-    } catch (SQLException | RuntimeException | LinkageError refused) {
-      // It is but a hint; the driver's own choice serves as well.
-      usualFetch = -1;
-    }
   }
 
   /** Makes the block; when there is no memory for all of it, of the rows that the buffer can take. */
@@ -212,7 +168,7 @@ public final class RowPacker {
     try {
       step.run();
     } catch (Throwable thrown) {
-      abandonment.run(thrown);
+      if (result != null) result.abandon(thrown);
       state = ErrorText.isOfDatabase(thrown) ? DATABASE_FAILED : OTHER_FAILED;
       failure = ErrorText.of(thrown);
     }

@@ -3,9 +3,11 @@ package com.ulvanejdbc;
 import java.nio.charset.StandardCharsets;
 import java.time.LocalDate;
 import java.time.LocalTime;
+import java.time.Month;
+import java.time.Year;
 
-/** The numbers of a date, a time of day, or both. */
-final class TemporalFields {
+/** The numbers of a date, a time, or both. */
+public final class TemporalFields {
   private static final int MAX_LENGTH = 48;
   private static final int NANOS_PER_SECOND = 1_000_000_000;
   private static final int SECONDS_PER_DAY = 86_400;
@@ -26,6 +28,76 @@ final class TemporalFields {
 
   private final byte[] buffer = new byte[MAX_LENGTH];
   private int length;
+
+  /** Whether there is a date, and on the calendar: a month or a day of zero is not. */
+  public boolean isDate() {
+    if (!hasDate || month < 1 || month > 12 || day < 1) return false;
+    return day <= 28 || day <= Month.of(month).length(Year.isLeap(year));
+  }
+
+  public boolean hasDate() {
+    return hasDate;
+  }
+
+  public boolean hasTime() {
+    return hasTime;
+  }
+
+  /** Whether there is a time, and of one day: a negative one, 24:00:00 and a leap second are not. */
+  public boolean isTimeOfDay() {
+    return hasTime && !negativeTime && hours < 24 && minutes < 60 && seconds < 60;
+  }
+
+  /** Of {@link #isDate}: days since 1970-01-01. */
+  public long epochDay() {
+    int yearFromMarch = month <= 2 ? year - 1 : year;
+    int era = Math.floorDiv(yearFromMarch, 400);
+    int yearOfEra = Math.floorMod(yearFromMarch, 400);
+    int dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+    int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return (long) era * DAYS_PER_400_YEARS + dayOfEra - DAYS_FROM_0000_03_01_TO_EPOCH;
+  }
+
+  /** Of {@link #isTimeOfDay}; 0 without a time. */
+  public long nanosOfDay() {
+    return (hours * 3600L + minutes * 60L + seconds) * NANOS_PER_SECOND + nanos;
+  }
+
+  void clear() {
+    hasDate = false;
+    hasTime = false;
+    negativeTime = false;
+    hours = 0;
+    minutes = 0;
+    seconds = 0;
+    nanos = 0;
+  }
+
+  /** Takes over what {@link UtcText#lengthInForm} recognised. */
+  void setForm(byte[] text, int length) {
+    int at = 0;
+    hasDate = text[2] != ':';
+    if (hasDate) {
+      year = number(text, 0, 4);
+      month = number(text, 5, 2);
+      day = number(text, 8, 2);
+      at = 11;
+    }
+    hasTime = at < length;
+    if (!hasTime) return;
+    hours = number(text, at, 2);
+    minutes = number(text, at + 3, 2);
+    seconds = number(text, at + 6, 2);
+    int digits = length - at - 9;
+    nanos = digits > 0 ? number(text, at + 9, digits) : 0;
+    for (; digits > 0 && digits < 9; ++digits) nanos *= 10;
+  }
+
+  private static int number(byte[] text, int start, int digits) {
+    int number = 0;
+    for (int at = start; at < start + digits; ++at) number = number * 10 + text[at] - '0';
+    return number;
+  }
 
   void setDay(long epochDay) {
     hasDate = true;
@@ -92,15 +164,6 @@ final class TemporalFields {
     hours = secondsOfDay / 3600;
     minutes = secondsOfDay / 60 % 60;
     seconds = secondsOfDay % 60;
-  }
-
-  private long epochDay() {
-    int yearFromMarch = month <= 2 ? year - 1 : year;
-    int era = Math.floorDiv(yearFromMarch, 400);
-    int yearOfEra = Math.floorMod(yearFromMarch, 400);
-    int dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
-    int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return (long) era * DAYS_PER_400_YEARS + dayOfEra - DAYS_FROM_0000_03_01_TO_EPOCH;
   }
 
   private void putDate() {

@@ -1,0 +1,57 @@
+package com.ulvanejdbc;
+
+import java.sql.ResultSet;
+import java.sql.ResultSetMetaData;
+import java.sql.SQLException;
+
+/** What the driver says of a result's column, and ways to its values. */
+public final class ResultColumn {
+  public final ResultSet rows;
+
+  /** Counted from 1. */
+  public final int number;
+
+  public final String label;
+
+  /** The database's own name of the type. */
+  public final String typeName;
+
+  /** A code of {@link java.sql.Types}. */
+  public final int type;
+
+  public final int precision;
+  public final int scale;
+  public final boolean signed;
+
+  /** Whether a cell's type may differ from the column's. */
+  public final boolean takesAnyType;
+
+  private final int reportedType;
+  private final CellKind kind;
+
+  public ResultColumn(ResultSet rows, int number) throws SQLException {
+    Database database = Database.of(rows);
+    ResultSetMetaData columns = rows.getMetaData();
+    this.rows = rows;
+    this.number = number;
+    label = columns.getColumnLabel(number);
+    typeName = String.valueOf(columns.getColumnTypeName(number));
+    type = database.typeOf(columns, number);
+    precision = columns.getPrecision(number);
+    scale = columns.getScale(number);
+    signed = columns.isSigned(number);
+    takesAnyType = database.anyTypeInAnyCell();
+    reportedType = columns.getColumnType(number);
+    kind = CellKind.of(columns, number, takesAnyType);
+  }
+
+  /** The way to the text that {@link jdbcUtilities#getColumn} gives. */
+  public BlockCell text() throws SQLException {
+    return new BlockCell(rows, number, reportedType, kind);
+  }
+
+  /** The way to the numbers of dates and times. */
+  public TemporalReader times() throws SQLException {
+    return new TemporalReader(rows, reportedType, number);
+  }
+}

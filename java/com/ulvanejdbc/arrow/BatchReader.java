@@ -1,0 +1,220 @@
+package com.ulvanejdbc.arrow;
+
+import com.ulvanejdbc.ErrorText;
+import com.ulvanejdbc.OpenResult;
+import com.ulvanejdbc.ResultColumn;
+import com.ulvanejdbc.jdbcUtilities;
+import java.nio.charset.StandardCharsets;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.stream.Stream;
+
+/**
+ * Reads an open result by the batch, each column into memory of its own in Arrow's layout. Native code finds this class
+ * and its methods by name. Nothing is thrown to it: a failure is a state, with {@link #failure} for its text.
+ *
+ * <p>Fields are numbered in pre-order: the field of a list's elements follows the list.
+ */
+public final class BatchReader {
+  /** States of a batch: whether, and why, there is none. */
+  private static final int MORE = 0;
+  private static final int ENDED = 1;
+  private static final int DATABASE_FAILED = 2;
+  private static final int OTHER_FAILED = 3;
+
+  private static final int HEADER_NUMBERS = 2;
+  private static final int FIELD_NUMBERS = 5;
+
+  private final Options options;
+
+  /** The columns and what is in them. */
+  private final List<Column> fields = new ArrayList<>();
+
+  private OpenResult result;
+  private ResultColumn[] sources = {};
+  private Column[] columns = {};
+
+  /** The columns whose values differ in size. */
+  private Column[] variable = {};
+
+  private int fixedRowBytes;
+  private int state = MORE;
+  private long rowsBefore;
+  private int rowCount;
+
+  /** The column being read, counted from 0; negative when it is none. */
+  private int current = -1;
+
+  private Slab[] slabs = {};
+  private String failure;
+  private SQLException databaseFailure;
+
+  private BatchReader(int[] options) {
+    this.options = new Options(options);
+  }
+
+  /** @param options in the order of {@link Options} */
+  public static BatchReader ofResult(ResultSet rows, int[] types, int[] options) {
+    BatchReader reader = new BatchReader(options);
+    reader.attempt(() -> reader.open(OpenResult.of(rows)));
+    return reader;
+  }
+
+  /** @param options in the order of {@link Options} */
+  public static BatchReader ofUtilities(jdbcUtilities utilities, int[] options) {
+    BatchReader reader = new BatchReader(options);
+    reader.attempt(() -> reader.open(OpenResult.of(utilities)));
+    return reader;
+  }
+
+  /**
+   * The fields: for each its Arrow format, its name, the database's name of its type and the number of fields in it,
+   * four texts in UTF-8 that each end with a NUL. Null after a failure.
+   */
+  public byte[] schema() {
+    if (fields.isEmpty()) return null;
+    StringBuilder text = new StringBuilder();
+    for (int index = 0; index < columns.length; ++index) {
+      describe(columns[index], sources[index].label, sources[index].typeName, text);
+    }
+    return text.toString().getBytes(StandardCharsets.UTF_8);
+  }
+
+  /**
+   * Reads the next batch. Rows before a failing one come in a batch of their own.
+   *
+   * @return the state and the number of rows, then for each field its length, its number of nulls, and where in its slab
+   *     the validity bits, the second and the third buffer begin, or -1; null when there is no memory even for that
+   */
+  public long[] read() {
+    rowsBefore += rowCount;
+    rowCount = 0;
+    slabs = new Slab[0];
+    if (state == MORE) attempt(this::readRows);
+    if (state == MORE) result.fetchByTheBlock(options.maxRows, (int) (batchBytes() / rowCount), columns.length);
+    try {
+      return write();
+    } catch (Throwable noMemory) {
+      fail(noMemory);
+      rowCount = 0;
+      return new long[] {state, 0};
+    }
+  }
+
+  /** The memory of the batch just read, one for each field. The caller owns it from now on. */
+  public Slab[] slabs() {
+    return slabs;
+  }
+
+  /** The text of the failure that ended the rows, as people read it; null without one. */
+  public String failure() {
+    return failure;
+  }
+
+  /** The five letters of the failure's SQLState; null when there are none. */
+  public String sqlState() {
+    return databaseFailure == null ? null : databaseFailure.getSQLState();
+  }
+
+  public int vendorCode() {
+    return databaseFailure == null ? 0 : databaseFailure.getErrorCode();
+  }
+
+  /** Gives up the memory for further batches. The result stays its owner's to close. */
+  public void close() {
+    if (state == MORE) state = ENDED;
+    for (Column column : columns) column.close();
+  }
+
+  private void open(OpenResult source) throws SQLException {
+    result = source;
+    int count = source.rows().getMetaData().getColumnCount();
+    sources = new ResultColumn[count];
+    columns = new Column[count];
+    for (int index = 0; index < count; ++index) {
+      sources[index] = new ResultColumn(source.rows(), index + 1);
+      columns[index] = ColumnChoice.of(sources[index], options);
+      fixedRowBytes += columns[index].fixedBytes();
+    }
+    variable = Stream.of(columns).filter(Column::isVariable).toArray(Column[]::new);
+    for (Column column : columns) addFields(column);
+  }
+
+  private void addFields(Column column) {
+    fields.add(column);
+    column.children().forEach(this::addFields);
+  }
+
+  private static void describe(Column column, String name, String typeName, StringBuilder text) {
+    text.append(column.format).append('\0').append(name).append('\0').append(typeName).append('\0');
+    text.append(column.children().size()).append('\0');
+    for (Column child : column.children()) describe(child, "item", typeName, text);
+  }
+
+  private void readRows() throws SQLException {
+    for (Column column : columns) column.clear();
+    ResultSet rows = result.rows();
+    while (rowCount < options.maxRows && batchBytes() < options.maxBytes) {
+      current = -1;
+      if (!result.next()) {
+        state = ENDED;
+        return;
+      }
+      for (current = 0; current < columns.length; ++current) columns[current].append(rows, current + 1);
+      ++rowCount;
+    }
+  }
+
+  private long batchBytes() {
+    long bytes = (long) rowCount * fixedRowBytes;
+    for (Column column : variable) bytes += column.variableBytes();
+    return bytes;
+  }
+
+  private long[] write() {
+    long[] numbers = new long[HEADER_NUMBERS + FIELD_NUMBERS * fields.size()];
+    numbers[0] = rowCount > 0 ? MORE : state;
+    numbers[1] = rowCount;
+    if (rowCount == 0) return numbers;
+    for (Column column : columns) column.cut(rowCount);
+    Slab[] written = new Slab[fields.size()];
+    int[] positions = new int[FIELD_NUMBERS - HEADER_NUMBERS];
+    int at = HEADER_NUMBERS;
+    for (int index = 0; index < written.length; ++index) {
+      Column field = fields.get(index);
+      written[index] = field.write(positions);
+      numbers[at++] = field.length();
+      numbers[at++] = field.nullCount();
+      for (int position : positions) numbers[at++] = position;
+    }
+    slabs = written;
+    return numbers;
+  }
+
+  private interface Step {
+    void run() throws SQLException;
+  }
+
+  private void attempt(Step step) {
+    try {
+      step.run();
+    } catch (Throwable thrown) {
+      fail(thrown);
+      if (result != null) result.abandon(thrown);
+    }
+  }
+
+  private void fail(Throwable thrown) {
+    state = ErrorText.isOfDatabase(thrown) ? DATABASE_FAILED : OTHER_FAILED;
+    failure = place() + ErrorText.of(thrown);
+    databaseFailure = thrown instanceof SQLException ? (SQLException) thrown : null;
+  }
+
+  /** Where the cell is that could not be read. */
+  private String place() {
+    if (current < 0 || current >= columns.length) return "";
+    return "row " + (rowsBefore + rowCount + 1) + ", column \"" + sources[current].label + "\": ";
+  }
+}

@@ -1,0 +1,77 @@
+package com.ulvanejdbc.arrow;
+
+import java.math.BigDecimal;
+import java.math.BigInteger;
+import java.nio.ByteBuffer;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.util.Arrays;
+
+/** Decimal numbers of a precision and a scale, as whole numbers of 128 bits. */
+final class DecimalColumn extends Column {
+  static final int MAX_PRECISION = 38;
+
+  private final int precision;
+  private final int scale;
+  private final boolean takesAnyType;
+
+  /** Two for each value, the low one first. */
+  private long[] halves = new long[2048];
+
+  DecimalColumn(int precision, int scale, boolean takesAnyType) {
+    super("d:" + precision + ',' + scale);
+    this.precision = precision;
+    this.scale = scale;
+    this.takesAnyType = takesAnyType;
+  }
+
+  @Override
+  void append(ResultSet rows, int column) throws SQLException {
+    append(takesAnyType ? Mixed.decimal(rows, column, format) : rows.getBigDecimal(column));
+  }
+
+  @Override
+  void append(Object element) throws SQLException {
+    if (element == null) {
+      put(addInvalid(), 0, 0);
+      return;
+    }
+    BigInteger digits = digits((BigDecimal) element);
+    long sign = digits.signum() >> 1;
+    boolean isShort = digits.bitLength() < Long.SIZE;
+    put(addValid(), digits.longValue(), isShort ? sign : digits.shiftRight(Long.SIZE).longValue());
+  }
+
+  private BigInteger digits(BigDecimal value) throws SQLException {
+    try {
+      BigDecimal scaled = value.setScale(scale);
+      if (scaled.precision() <= precision) return scaled.unscaledValue();
+    } catch (ArithmeticException digitsWouldBeLost) {
+      throw new UnfitValueException(value, format);
+    }
+    throw new UnfitValueException(value, format);
+  }
+
+  private void put(int index, long low, long high) {
+    if (2 * index == halves.length) halves = Arrays.copyOf(halves, 2 * halves.length);
+    halves[2 * index] = low;
+    halves[2 * index + 1] = high;
+  }
+
+  @Override
+  int fixedBytes() {
+    return 2 * Long.BYTES;
+  }
+
+  @Override
+  int valueBytes() {
+    return Slab.padded(Math.multiplyExact(length(), 2 * Long.BYTES));
+  }
+
+  @Override
+  void writeValues(ByteBuffer memory, int start, int[] positions) {
+    positions[1] = start;
+    memory.position(start);
+    memory.asLongBuffer().put(halves, 0, 2 * length());
+  }
+}
