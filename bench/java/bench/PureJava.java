@@ -109,7 +109,7 @@ public final class PureJava {
   public static void main(String[] arguments) throws Exception {
     PureJava java = new PureJava(arguments[0], arguments[1], System.getenv("KIVO_PASSWORD"), 0, false);
     try (BufferedReader file = Files.newBufferedReader(Paths.get(arguments[2]), StandardCharsets.UTF_8);
-        PreparedStatement insert = java.prepare(arguments[3])) {
+         PreparedStatement insert = java.prepare(arguments[3])) {
       file.readLine();
       int added = 0;
       for (String line = file.readLine(); line != null; line = file.readLine()) {

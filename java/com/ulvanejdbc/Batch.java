@@ -51,9 +51,8 @@ final class Batch {
         execute(connection, group, cancellation);
       } catch (BatchUpdateException failure) {
         int failed = failedStatement(failure, group.size(), database);
-        String which = failed == UNKNOWN
-            ? "one of " + size + " statements"
-            : "statement " + (first + failed + 1) + " of " + size;
+        String which =
+            failed == UNKNOWN ? "one of " + size + " statements" : "statement " + (first + failed + 1) + " of " + size;
         String text = "the batch was rolled back: " + which + " failed";
         throw new SQLException(text, failure.getSQLState(), failure.getErrorCode(), failure);
       }

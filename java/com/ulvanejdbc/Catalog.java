@@ -73,7 +73,7 @@ final class Catalog {
   private List<String> tablesFromQuery() throws SQLException {
     List<String> names = new ArrayList<>();
     try (Statement statement = connection.createStatement();
-        ResultSet found = statement.executeQuery(database.listing())) {
+         ResultSet found = statement.executeQuery(database.listing())) {
       while (found.next()) {
         String table = found.getString(1);
         if (table != null && !database.hidesTable(table)) names.add(table);

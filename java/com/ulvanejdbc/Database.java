@@ -14,6 +14,7 @@ import java.util.stream.Stream;
  * code asks which database it has.
  */
 enum Database {
+  // clang-format off
   ORACLE(new DatabaseRow("oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
       .refusingNoInstance("for Oracle the instance name must not be empty")
       .listing("select table_name from user_tables")
@@ -160,6 +161,7 @@ enum Database {
   },
 
   OTHER(new DatabaseRow("", null));
+  // clang-format on
 
   /** MySQL's and MariaDB's "Some non-transactional changed tables couldn't be rolled back". */
   private static final int NOT_ROLLED_BACK = 1196;
@@ -256,7 +258,7 @@ enum Database {
   boolean undoes(Connection connection, String table) throws SQLException {
     if (!row.warnsOfKeptChanges) return true;
     try (Statement statement = connection.createStatement();
-        ResultSet definition = statement.executeQuery("show create table " + table)) {
+         ResultSet definition = statement.executeQuery("show create table " + table)) {
       return definition.next() && definition.getString(2).contains("\n) ENGINE=InnoDB");
     }
   }
@@ -295,7 +297,7 @@ enum Database {
   boolean keptChanges(Connection connection) throws SQLException {
     if (!row.warnsOfKeptChanges) return false;
     try (Statement statement = connection.createStatement();
-        ResultSet warnings = statement.executeQuery("show warnings")) {
+         ResultSet warnings = statement.executeQuery("show warnings")) {
       while (warnings.next()) {
         if (warnings.getInt("Code") == NOT_ROLLED_BACK) return true;
       }

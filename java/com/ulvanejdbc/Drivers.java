@@ -32,7 +32,8 @@ final class Drivers {
     }
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
     String word = target.vendor.matches("[\\w-]+") ? "\"" + target.vendor + "\" " : "";
-    throw new MisuseException("no driver found for this " + word + "URL: the jar of a JDBC driver that takes it must be "
+    throw new MisuseException("no driver found for this " + word
+        + "URL: the jar of a JDBC driver that takes it must be "
         + "on the class path");
   }
 

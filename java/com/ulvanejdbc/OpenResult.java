@@ -55,8 +55,8 @@ public final class OpenResult {
 
   /**
    * Lets the driver fetch up to four times the rows that it would, if as many are read per call: on PostgreSQL a round
-   * trip costs some 50 microseconds, as much as reading eighty rows. The rows fetched must fit in a megabyte, as they lie
-   * in the heap; of wider ones fewer are fetched.
+   * trip costs some 50 microseconds, as much as reading eighty rows. The rows fetched must fit in a megabyte, as they
+   * lie in the heap; of wider ones fewer are fetched.
    *
    * @param rowsPerCall how many are read per call
    * @param rowBytes how wide the last ones were

@@ -59,7 +59,7 @@ public final class RowLoader {
     String[] places = new String[names.length];
     // A driver need not know the parameters' types of a statement that has not run.
     try (Statement statement = connection.createStatement();
-        ResultSet none = statement.executeQuery("select " + list + " from " + table + " where 1 = 0")) {
+         ResultSet none = statement.executeQuery("select " + list + " from " + table + " where 1 = 0")) {
       ResultSetMetaData described = none.getMetaData();
       for (int column = 0; column < names.length; ++column) {
         int type = described.getColumnType(column + 1);

@@ -186,10 +186,8 @@ final class Session {
    */
   @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
   void close() throws SQLException {
-    try (Connection last = connection;
-        Ending third = transactions == null ? null : transactions::abandon;
-        Statement second = statement;
-        Ending first = this::endRows) {
+    try (Connection last = connection; Ending third = transactions == null ? null : transactions::abandon;
+         Statement second = statement; Ending first = this::endRows) {
       batch.take();
     } finally {
       forget();

@@ -3,7 +3,8 @@ package com.ulvanejdbc;
 /**
  * Reads a date, a time or both from the text that a database shows:
  *
- * <pre>[+|-]year-month-day[(T| )[-]hours:minutes[:seconds[.fraction]][ ][Z|(+|-)hours[[:]minutes[:seconds]]]][ BC]</pre>
+ * <pre>[+|-]year-month-day[(T| )time][ BC]
+ * time: [-]hours:minutes[:seconds[.fraction]][ ][Z|(+|-)hours[[:]minutes[:seconds]]]</pre>
  *
  * A month or a day of zero passes, and so does a time beyond a day: some databases hold such values.
  */

@@ -9,12 +9,7 @@ import java.time.LocalDateTime;
 
 /** Reads a column of dates or times as numbers: the same value in UTC that {@link datetime} writes as text. */
 public final class TemporalReader {
-  private enum Way {
-    LOCAL_DATE,
-    LOCAL_DATE_TIME,
-    SERVER_TEXT,
-    LIBRARY_TEXT
-  }
+  private enum Way { LOCAL_DATE, LOCAL_DATE_TIME, SERVER_TEXT, LIBRARY_TEXT }
 
   /** Beyond these years drivers' objects are not to be relied on: some clamp them. */
   private static final int MAX_USUAL_YEAR = 9999;

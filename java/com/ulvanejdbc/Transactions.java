@@ -46,8 +46,7 @@ final class Transactions {
 
   /** A step that must follow another however that one ends. */
   interface Ending extends AutoCloseable {
-    @Override
-    void close() throws SQLException;
+    @Override void close() throws SQLException;
   }
 
   /** Begins a transaction of the caller's, which all that follows is a part of. */

@@ -20,9 +20,9 @@ import java.sql.SQLException;
  *       MariaDB's zero dates and its times beyond a day keep their digits;
  *   <li>MariaDB's TIMESTAMP tells nobody its zone and comes as the session shows it: in UTC when the session's
  *       {@code time_zone} is {@code +00:00};
- *   <li>where the database lets anything into such a column (SQLite), text that is no date or time comes as it is, bytes
- *       come in hexadecimal digits, a whole number is the point in time that the driver reads in it, and one with a
- *       fraction is a Julian day in UTC.
+ *   <li>where the database lets anything into such a column (SQLite), text that is no date or time comes as it is,
+ *       bytes come in hexadecimal digits, a whole number is the point in time that the driver reads in it, and a number
+ *       with a fraction is a Julian day in UTC.
  * </ul>
  *
  * <p>Stateless, so any thread may call it for a result set that is its own.

@@ -176,8 +176,9 @@ public class jdbcUtilities {
   }
 
   /**
-   * Rolls back what {@link #beginTransaction} began. It fails, with all undone that can be, where some of it stays: what
-   * the database committed by itself, and, where the database tells, what was changed in tables without transactions.
+   * Rolls back what {@link #beginTransaction} began. It fails, with all undone that can be, where some of it stays:
+   * what the database committed by itself, and, where the database tells, what was changed in tables without
+   * transactions.
    */
   public boolean rollbackTransaction() {
     return attempt(session::rollbackTransaction);

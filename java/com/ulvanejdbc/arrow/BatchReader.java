@@ -85,8 +85,9 @@ public final class BatchReader {
   /**
    * Reads the next batch. Rows before a failing one come in a batch of their own.
    *
-   * @return the state and the number of rows, then for each field its length, its number of nulls, and where in its slab
-   *     the validity bits, the second and the third buffer begin, or -1; null when there is no memory even for that
+   * @return the state and the number of rows, then for each field its length, its number of nulls, and where in its
+   *     slab the validity bits, the second and the third buffer begin, or -1; null when there is no memory even for
+   *     that
    */
   public long[] read() {
     rowsBefore += rowCount;
@@ -138,7 +139,7 @@ public final class BatchReader {
       columns[index] = ColumnChoice.of(sources[index], options);
       fixedRowBytes += columns[index].fixedBytes();
     }
-    variable = Stream.of(columns).filter(Column::isVariable).toArray(Column[]::new);
+    variable = Stream.of(columns).filter(Column::isVariable).toArray(Column[] ::new);
     for (Column column : columns) addFields(column);
   }
 

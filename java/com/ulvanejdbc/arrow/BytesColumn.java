@@ -32,7 +32,8 @@ final class BytesColumn extends Column {
   }
 
   static BytesColumn ofBytes(boolean takesAnyType) {
-    if (takesAnyType) return new BytesColumn("z", (rows, number, target) -> putBytes(Mixed.bytes(rows, number), target));
+    if (takesAnyType)
+      return new BytesColumn("z", (rows, number, target) -> putBytes(Mixed.bytes(rows, number), target));
     return new BytesColumn("z", (rows, number, target) -> putBytes(rows.getBytes(number), target));
   }
 

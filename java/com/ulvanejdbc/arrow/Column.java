@@ -7,7 +7,7 @@ import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
 
-/** The values of one column in one batch. They are gathered in the heap and then copied into a slab as Arrow wants them. */
+/** The values of one column in one batch. They are gathered in the heap, then copied into a slab in Arrow's layout. */
 abstract class Column {
   /** Where a buffer begins that a column does without. */
   static final int NONE = -1;

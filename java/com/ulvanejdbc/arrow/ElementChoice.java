@@ -14,7 +14,8 @@ final class ElementChoice {
     wholeNumber("i", Integer.BYTES, "INT4", "INTEGER");
     wholeNumber("l", Long.BYTES, "INT8", "BIGINT");
     add(() -> FixedColumn.ofElements("f", Float.BYTES, value -> Float.floatToRawIntBits((Float) value)), "FLOAT4");
-    add(() -> FixedColumn.ofElements("g", Double.BYTES, value -> Double.doubleToRawLongBits((Double) value)),
+    add(()
+            -> FixedColumn.ofElements("g", Double.BYTES, value -> Double.doubleToRawLongBits((Double) value)),
         "FLOAT8", "DOUBLE PRECISION", "DOUBLE");
     add(() -> FixedColumn.ofElements("b", FixedColumn.BIT, value -> (Boolean) value ? 1 : 0), "BOOL", "BOOLEAN");
     add(BytesColumn::ofElements, "TEXT", "VARCHAR", "CHARACTER VARYING");

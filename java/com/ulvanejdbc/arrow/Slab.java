@@ -31,7 +31,7 @@ public final class Slab {
     if (!pool.closed) pool.free.add(this);
   }
 
-  /** The slabs of one column. Reused, they spare the VM making native memory and waiting for the collector to free it. */
+  /** The slabs of one column, for reuse: memory made anew would stay until the collector finds it. */
   static final class Pool {
     private final Queue<Slab> free = new ConcurrentLinkedQueue<>();
     private volatile boolean closed;

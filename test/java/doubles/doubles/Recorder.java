@@ -13,7 +13,9 @@ public final class Recorder {
 
   private Recorder() {}
 
-  /** From now on the member answers so: "throw", "throw 9" causes, "throw 9 ring", "null", text that it understands, or as "usual". */
+  /**
+   * From now on the member answers so: "throw", "throw 9" causes, "throw 9 ring", "null", its own text, or as "usual".
+   */
   public static void answer(String member, String text) {
     ANSWERS.put(member, text);
     ANSWERS.remove(member, "usual");
@@ -70,6 +72,6 @@ public final class Recorder {
   /** Lets a checked exception out of members that do not declare it. */
   @SuppressWarnings("unchecked")
   private static <E extends Exception> E unchecked(Exception exception) throws E {
-    throw (E) exception;
+    throw(E) exception;
   }
 }
