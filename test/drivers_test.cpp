@@ -1,4 +1,4 @@
-// The companion's own classes over a driver that answers as no packaged one does, found behind two that are unusable.
+// The companion's own classes over a driver that answers as no packaged one does, found after two that are unusable.
 
 #include <gtest/gtest.h>
 
@@ -184,7 +184,7 @@ TEST_F(Drivers, AConnectionThatCannotBeSetUpIsClosedAndNotKept) {
   }
 }
 
-TEST_F(Drivers, TheNextDriverOfAUrlIsTriedAndTheFirstFailureTold) {
+TEST_F(Drivers, TheNextDriverOfAUrlIsTriedAndTheFirstFailureReported) {
   connect("jdbc:shared:thing");
   const Trouble trouble(*this, "throw Driver.connect");
   jdbcWrapper fresh;
@@ -221,7 +221,7 @@ TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
     std::string batch;
     std::string afterTheCallers;
   } rows[] = {
-      {"not told", "jdbc:postgresql:silent", "", "", own, ""},
+      {"unknown", "jdbc:postgresql:silent", "", "", own, ""},
       {"not understood", "jdbc:mariadb:any", "", "", own, ""},
       {"none", "jdbc:postgresql:telling", "0", own, own, ""},
       {"the caller's", "jdbc:postgresql:telling", "1", "setAutoCommit(false) ",
@@ -330,7 +330,7 @@ TEST_F(Drivers, ABatchThatRanIsDoneWhateverCountsTheDriverGives) {
   }
 }
 
-TEST_F(Drivers, ARefusedCommitIsToldAlsoWhenNothingCanBeUndone) {
+TEST_F(Drivers, ARefusedCommitIsReportedEvenIfNothingCanBeUndone) {
   for (const char* member : {"Connection.commit", "Connection.rollback"}) answer(member, "throw");
   batch(1);
   EXPECT_EQ(wrapper.errorMessage, "Connection.commit refused");
@@ -345,16 +345,16 @@ TEST_F(Drivers, ABatchThatCouldNotBeginIsGone) {
   EXPECT_EQ(batch(1), 1);
 }
 
-TEST_F(Drivers, ALongChainIsToldInPart) {
+TEST_F(Drivers, ALongChainIsReportedInPart) {
   answer("Statement.executeUpdate", "throw 40000");
   EXPECT_LT(wrapper.executeUpdate("any"), 0);
-  const std::string& told = wrapper.errorMessage;
-  EXPECT_EQ(told.find("Statement.executeUpdate refused, 40000\n"), 0U) << told.substr(0, 2000);
-  EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 20);
-  EXPECT_EQ(told.substr(told.rfind('\n')), "\nand 39981 more");
+  const std::string& text = wrapper.errorMessage;
+  EXPECT_EQ(text.find("Statement.executeUpdate refused, 40000\n"), 0U) << text.substr(0, 2000);
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 20);
+  EXPECT_EQ(text.substr(text.rfind('\n')), "\nand 39981 more");
 }
 
-TEST_F(Drivers, ARingOfExceptionsIsToldOnce) {
+TEST_F(Drivers, ARingOfExceptionsIsReportedOnce) {
   answer("Statement.executeUpdate", "throw 2 ring");
   EXPECT_LT(wrapper.executeUpdate("any"), 0);
   EXPECT_EQ(wrapper.errorMessage,

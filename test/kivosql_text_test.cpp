@@ -184,7 +184,7 @@ TEST(Kivosql, PointsAtTheFault) {
       {"select (1", "ERROR: at end of input\n  Position: 10", "  select (1\n           ^"},
       {wide + "y" + wide, "ERROR: too long\n  Position: 1001",
        "  …" + wide.substr(0, 60) + "y" + wide.substr(0, 58) + "…\n  " + std::string(61, ' ') + "^"},
-      {"select 1", "ERROR: told of another statement\n  Position: 11", ""},
+      {"select 1", "ERROR: of another statement\n  Position: 11", ""},
       {"select f(1)", "ERROR: in a function\n  Internal Query: selec\n  Internal Position: 1", ""},
       {"select 'é',\n\tx frm 3", "Syntax error: Encountered \"3\" at line 2, column 15.", "  ␉x frm 3\n         ^"},
       {"select\n1 x", "Syntax error: Encountered \"<EOF>\" at line 1, column 12.", ""},

@@ -133,7 +133,7 @@ TEST(JniLedgerTest, RecordsABlamelessOperation) {
   ledger.setTraceLimit(5);
   ledger.forgetCalls();
   EXPECT_TRUE(copyText());
-  EXPECT_EQ(ledger.mostLocals(), 3) << "of both runs, each of which gives its three back";
+  EXPECT_EQ(ledger.maxLocals(), 3) << "of both runs, each of which gives its three back";
   const std::vector<std::string> expected{"AttachCurrentThread", "FindClass java/lang/String",
                                           "GetMethodID trim ()Ljava/lang/String;", "NewStringUTF  text",
                                           "CallObjectMethod trim"};

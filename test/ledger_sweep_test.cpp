@@ -274,8 +274,8 @@ class LedgerSweep : public DoublesTest {
     int points = 0;
     for (const Member& member : members) points += sweep(ledger, member);
     EXPECT_GT(points, 10 * static_cast<int>(members.size()));
-    std::printf("%s: %zu members, %d failing points, most local references at a time: %d\n", title, members.size(),
-                points, ledger.mostLocals());
+    std::printf("%s: %zu members, %d failing points, maximum local references at a time: %d\n", title, members.size(),
+                points, ledger.maxLocals());
   }
 
  private:

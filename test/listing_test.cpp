@@ -20,7 +20,7 @@ class Listing : public kivo::test::JdbcDoublesTest {
     calls();
   }
 
-  /// Lists behind a name that is there already. @return the result and the names.
+  /// Lists after a name that is there already. @return the result and the names.
   std::string list(const char* vendor) {
     utils.vendor = vendor;
     std::vector<std::string> tables = {"before"};

@@ -284,7 +284,7 @@ TEST_F(Postgres, AMillionCellsLeaveNoReference) {
     EXPECT_EQ(ledger.liveLocals(), 0);
     EXPECT_EQ(ledger.liveCharacters(), 0);
     EXPECT_EQ(ledger.liveGlobals(), globals);
-    EXPECT_LE(ledger.mostLocals(), 8);
+    EXPECT_LE(ledger.maxLocals(), 8);
 
     // Failing calls: a statement that the server refuses, and a value of the result that it closed.
     const StderrCapture quiet;

@@ -36,7 +36,7 @@ class Secrets : public testing::TestWithParam<const char*> {
     return error;
   }
 
-  /// @param body does something that fails, and returns what it was told.
+  /// @param body does something that fails, and returns the error that it was given.
   template <class Body>
   static void expectKept(Body body) {
     std::string error;

@@ -24,7 +24,7 @@ const struct {
     {"a lone surrogate, as Java strings may hold", "\xED\xA0\x80", "\xED\xA0\x80"},
     {"Java's own form of U+0000", "a\xC0\x80z", "a\xC0\x80z"},
     {"what follows a NUL is not text", "ab\0\xF0\x9F\x98\x80"s, "ab"},
-    {"four bytes, text behind them kept", "id='\xF0\x9F\x98\x80' WHERE a=1", "id='" + kSmile + "' WHERE a=1"},
+    {"four bytes, the text after them kept", "id='\xF0\x9F\x98\x80' WHERE a=1", "id='" + kSmile + "' WHERE a=1"},
     {"four bytes, first and last", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
      "\xED\xA0\x80\xED\xB0\x80\xED\xAF\xBF\xED\xBF\xBF"},
     {"beyond U+10FFFF", "\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"},
@@ -40,7 +40,7 @@ const struct {
     {"two bytes cut by the end", "\xC3", "\xC3\x83"},
     {"three bytes cut by the end", "a\xE2\x82", "a\xC3\xA2\xC2\x82"},
     {"four bytes cut by the end", "a\xF0\x9F\x98", "a\xC3\xB0\xC2\x9F\xC2\x98"},
-    {"cut by a NUL, text behind it", "a\xF0\x9F\0\x98\x80z"s, "a\xC3\xB0\xC2\x9F"},
+    {"cut by a NUL, text after it", "a\xF0\x9F\0\x98\x80z"s, "a\xC3\xB0\xC2\x9F"},
     {"good sequences around a bad byte", "\xC3\xA9\xFF\xE2\x82\xAC", "\xC3\xA9\xC3\xBF\xE2\x82\xAC"},
 };
 

@@ -15,8 +15,9 @@
 namespace kivo::test {
 namespace {
 
-/// Drivers wrap a failure in others with the same text; told once, it has two lines at most, and the library's own one.
-bool isToldOnce(const std::string& errorMessage) {
+/// Drivers wrap a failure in others with the same text; reported once, it has at most two lines, plus the library's
+/// own.
+bool isReportedOnce(const std::string& errorMessage) {
   return std::count(errorMessage.begin(), errorMessage.end(), '\n') <= 2;
 }
 
@@ -39,7 +40,7 @@ TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
     EXPECT_EQ(wrapper.errorState, 1);
     EXPECT_EQ(wrapper.errorMessage.find("the batch was rolled back: statement " + which + " failed"), 0U)
         << wrapper.errorMessage;
-    EXPECT_TRUE(isToldOnce(wrapper.errorMessage)) << wrapper.errorMessage;
+    EXPECT_TRUE(isReportedOnce(wrapper.errorMessage)) << wrapper.errorMessage;
     EXPECT_EQ(only("select count(*) from batched"), "1");
   }
 
@@ -49,7 +50,7 @@ TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
 
   // SQLite takes it.
   wrapper.executeUpdate("insert into batched values ('no number')");
-  EXPECT_TRUE(isToldOnce(wrapper.errorMessage)) << wrapper.errorMessage;
+  EXPECT_TRUE(isReportedOnce(wrapper.errorMessage)) << wrapper.errorMessage;
 }
 
 /// Calls a method of the companion's that the wrapper does not forward.

@@ -45,7 +45,7 @@ class Wrapper : public DoublesTest {
     wrapper.reset();
     EXPECT_EQ(ledger.complaint(), "");
     EXPECT_EQ(captured.text(), "");
-    EXPECT_LE(ledger.mostLocals(), 7) << "five texts and an exception of setUrl";
+    EXPECT_LE(ledger.maxLocals(), 7) << "five texts and an exception of setUrl";
   }
 
   /// Runs the body while the Java methods answer as "next=false getErrorCode=1" says.

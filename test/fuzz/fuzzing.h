@@ -27,7 +27,7 @@ inline bool contains(const std::string& whole, const std::string& part) {
   return whole.find(part) != std::string::npos;
 }
 
-/// The lines of an input that stands for several texts; as many as asked, the missing ones empty, the last one with
+/// The lines of an input that stands for several texts; as many as wanted, the missing ones empty, the last one with
 /// all that is left.
 inline std::vector<std::string> lines(const std::string& input, std::size_t count) {
   std::vector<std::string> texts(count);

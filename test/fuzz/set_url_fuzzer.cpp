@@ -26,7 +26,7 @@ bool isPlain(const std::string& text) {
   return std::all_of(text.begin(), text.end(), [](unsigned char byte) { return std::isalnum(byte) != 0; });
 }
 
-/// What was put into a URL is what a DataSource is told of it.
+/// What was put into a URL is what a DataSource is given.
 void checkCutting(const Inputs& given, const JdbcUtils& utils) {
   const struct {
     const char* word;

@@ -26,15 +26,16 @@ void checkAlone(const Statement& statement, Dialect dialect) {
 void check(std::string_view script, Dialect dialect) {
   StatementSplitter splitter(script, dialect);
   Statement statement;
-  const char* behind = script.data();
+  const char* endOfLast = script.data();
   bool complete = true;
   while (splitter.next(statement)) {
     const char* start = statement.text.data();
     require(complete, "only the last statement is unfinished");
-    require(start >= behind && start + statement.text.size() <= script.data() + script.size(), "statements in order");
+    require(start >= endOfLast && start + statement.text.size() <= script.data() + script.size(),
+            "statements in order");
     require(!statement.text.empty(), "a statement has text");
     require(static_cast<std::ptrdiff_t>(statement.line) == 1 + std::count(script.data(), start, '\n'), "its line");
-    behind = start + statement.text.size();
+    endOfLast = start + statement.text.size();
     complete = statement.complete;
     checkAlone(statement, dialect);
     kivosql::givesRows(statement.text, dialect);

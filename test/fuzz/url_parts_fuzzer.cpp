@@ -13,7 +13,7 @@ struct Cutter {
   std::optional<UrlParts> (*cut)(const std::string& url);
   /// What stands around the host and before the port, in one of two spellings.
   const char* beforeHost;
-  const char* behindHost;
+  const char* afterHost;
   std::initializer_list<const char*> beforePort;
   std::initializer_list<const char*> beforeDatabase;
 };
@@ -40,8 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const Cutter& cutter : kCutters) {
     const std::optional<UrlParts> parts = cutter.cut(url);
     if (!parts) continue;
-    require(kivo::fuzz::contains(url, cutter.beforeHost + parts->host + cutter.behindHost), "the host is the URL's");
-    require(!kivo::fuzz::contains(parts->host, cutter.behindHost), "the host ends at the first mark");
+    require(kivo::fuzz::contains(url, cutter.beforeHost + parts->host + cutter.afterHost), "the host is the URL's");
+    require(!kivo::fuzz::contains(parts->host, cutter.afterHost), "the host ends at the first mark");
     require(follows(url, cutter.beforePort, parts->port), "the port is the URL's");
     require(parts->database.empty() || follows(url, cutter.beforeDatabase, parts->database),
             "the database is the URL's");

@@ -32,8 +32,8 @@ bool breaks(BadNetwork::Fault fault) { return fault != BadNetwork::Fault::kNone 
 using Part = std::array<char, 4096>;
 
 /// @return how many bytes came; 0 when the other side has ended.
-std::size_t receive(int from, Part& part, std::size_t most = sizeof(Part)) {
-  const ssize_t length = recv(from, part.data(), most, 0);
+std::size_t receive(int from, Part& part, std::size_t size = sizeof(Part)) {
+  const ssize_t length = recv(from, part.data(), size, 0);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
@@ -81,7 +81,7 @@ void BadNetwork::serve() {
 
 void BadNetwork::pass(int client, int server) {
   while (!stopping_) {
-    // At once behind the last byte: a request that follows does not reach the server.
+    // Right after the last byte: a request that follows does not reach the server.
     const Fault fault = fault_;
     if (breaks(fault) && passed_ >= after_) return spoil(fault, client);
     std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
@@ -94,9 +94,9 @@ void BadNetwork::pass(int client, int server) {
 
 bool BadNetwork::forwardAnswer(Fault fault, int client, int server) {
   if (fault == Fault::kSlow) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const std::size_t most = fault == Fault::kSlow ? kFewBytes : sizeof(Part);
+  const std::size_t size = fault == Fault::kSlow ? kFewBytes : sizeof(Part);
   Part part{};
-  const std::size_t length = receive(server, part, breaks(fault) ? std::min(most, after_ - passed_) : most);
+  const std::size_t length = receive(server, part, breaks(fault) ? std::min(size, after_ - passed_) : size);
   // Counted first: who has the bytes must find them counted.
   passed_ += length;
   return deliver(client, part, length);

@@ -87,8 +87,8 @@ void JniLedger::forgetCalls() {
   violations_.clear();
   trace_.clear();
   for (Rule* rule : rules()) rule->calls = 0;
-  mostLocals_ = 0;
-  for (const auto& [number, thread] : threads_) mostLocals_ = std::max(mostLocals_, thread.locals);
+  maxLocals_ = 0;
+  for (const auto& [number, thread] : threads_) maxLocals_ = std::max(maxLocals_, thread.locals);
 }
 
 void JniLedger::plan(Fault fault, int nth, bool lasting) {

@@ -58,8 +58,8 @@ class JniLedger {
   int openFrames() const;
   /// All of the above in one text, empty when there is nothing: an operation's end in one assertion.
   std::string complaint() const;
-  /// The most local references that one thread held at a time.
-  int mostLocals() const { return mostLocals_; }
+  /// The maximum number of local references that one thread held at a time.
+  int maxLocals() const { return maxLocals_; }
   /// The calls in order, as "CallVoidMethod setServerName", "FindClass java/lang/String", "DeleteLocalRef".
   const std::vector<std::string>& trace() const { return trace_; }
   /// Records at most @p limit calls (10,000 at first): a loop over a million cells needs no million lines.
@@ -157,7 +157,7 @@ class JniLedger {
   std::vector<std::string> violations_;
   std::vector<std::string> trace_;
   size_t traceLimit_ = 10000;
-  int mostLocals_ = 0;
+  int maxLocals_ = 0;
   jclass outOfMemory_ = nullptr;
   jclass injected_ = nullptr;
 };

@@ -135,7 +135,7 @@ void JniLedger::adopt(const Call& call, const void* result) {
   const std::array<const void*, 4>& arguments = call.arguments;
   if (call.rule.result == 'l') {
     locals_[result] = &call.thread;
-    mostLocals_ = std::max(mostLocals_, ++call.thread.locals);
+    maxLocals_ = std::max(maxLocals_, ++call.thread.locals);
   } else if (call.rule.result == 'g') {
     globals_.insert(result);
   } else if (call.rule.result == 'c') {

@@ -11,7 +11,7 @@
 
 namespace kivo::test {
 
-/// What a host does with each of the three classes, and what it is told. The bridge only reads.
+/// What a host does with each of the three classes, and the errors that it gets. The bridge only reads.
 class SqlClient {
  public:
   SqlClient() = default;
@@ -54,7 +54,7 @@ class JdbcClient : public SqlClient {
   bool update(std::string sql) override {
     return utils.setAutoCommit(true) && utils.getStatement() && utils.executeUpdate(sql) == 1;
   }
-  /// Counts come back although the commit behind them failed: only what is printed tells.
+  /// Counts come back although the commit after them failed: only standard error shows it.
   bool batch(std::vector<std::string> statements) override {
     const StderrCapture printed;
     for (std::string& sql : statements) utils.addToBatch(sql);

@@ -20,7 +20,7 @@ final class Batch {
    * The first number of the text, as PostgreSQL's driver has it in each of its languages: counted from 0, in the digits
    * and with the grouping of any locale.
    */
-  private static final Pattern TOLD = Pattern.compile(
+  private static final Pattern NUMBER_IN_TEXT = Pattern.compile(
       "(?:batch entry|(?=.*getNextException))[^\\p{Nd}\\[]*(\\p{Nd}+(?:[\\p{P}\\p{Zs}&&[^ ]]\\p{Nd}{2,3})*)",
       Pattern.CASE_INSENSITIVE | Pattern.DOTALL);
 
@@ -73,7 +73,7 @@ final class Batch {
     }
   }
 
-  /** Counted from 0. Some drivers mark the statement, some mark all and tell it in their text, and some stop at it. */
+  /** Counted from 0. Some drivers mark the statement, some mark all and name it in their text, and some stop at it. */
   private static int failedStatement(BatchUpdateException failure, int size, Database database) {
     if (size == 1) return 0;
     if (String.valueOf(failure.getSQLState()).startsWith(BROKEN_CONNECTION)) return UNKNOWN;
@@ -83,19 +83,19 @@ final class Batch {
     while (unmarked < counts.length && counts[unmarked] != Statement.EXECUTE_FAILED) ++unmarked;
     long marks = IntStream.of(counts).filter(count -> count == Statement.EXECUTE_FAILED).count();
     if (marks == 1) return unmarked;
-    int told = told(failure, size);
-    if (told != UNKNOWN) return told;
+    int named = statementNamedIn(failure, size);
+    if (named != UNKNOWN) return named;
     // Where all are marked, or none of all, it may be any.
     boolean stopped = unmarked < size && (unmarked > 0 || database.countsEndAtFailure());
     boolean says = marks == 0 ? stopped : marks < counts.length;
     return says ? unmarked : UNKNOWN;
   }
 
-  /** The statement that the text tells. */
-  private static int told(BatchUpdateException failure, int size) {
-    Matcher told = TOLD.matcher(String.valueOf(failure.getMessage()));
-    if (!told.lookingAt()) return UNKNOWN;
-    String digits = told.group(1).replaceAll("\\P{Nd}", "");
+  /** The statement whose number the text gives. */
+  private static int statementNamedIn(BatchUpdateException failure, int size) {
+    Matcher number = NUMBER_IN_TEXT.matcher(String.valueOf(failure.getMessage()));
+    if (!number.lookingAt()) return UNKNOWN;
+    String digits = number.group(1).replaceAll("\\P{Nd}", "");
     boolean longer = digits.length() > String.valueOf(size).length();
     return longer || Integer.parseInt(digits) >= size ? UNKNOWN : Integer.parseInt(digits);
   }

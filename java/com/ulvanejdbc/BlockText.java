@@ -4,22 +4,22 @@ import java.util.Arrays;
 
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
 public final class BlockText {
-  private static final int MOST_DIGITS = 20;
+  private static final int MAX_DIGITS = 20;
   private static final char REPLACEMENT = '\uFFFD';
 
   /** Near the longest array that a Java VM makes. */
-  private static final long MOST = Integer.MAX_VALUE - 8;
+  private static final long MAX_LENGTH = Integer.MAX_VALUE - 8;
 
   private final boolean standard;
-  private final int mostRowBytes;
-  private final byte[] digits = new byte[MOST_DIGITS];
+  private final int maxRowBytes;
+  private final byte[] digits = new byte[MAX_DIGITS];
   private byte[] bytes = new byte[1 << 14];
   private int length;
   private int rowStart;
 
-  public BlockText(boolean standard, int mostRowBytes) {
+  public BlockText(boolean standard, int maxRowBytes) {
     this.standard = standard;
-    this.mostRowBytes = mostRowBytes;
+    this.maxRowBytes = maxRowBytes;
   }
 
   public void clear() {
@@ -132,10 +132,11 @@ public final class BlockText {
 
   private void reserve(long more) {
     long needed = length + more;
-    if (needed - rowStart > mostRowBytes) {
-      throw new MisuseException("a row has more text than the limit of " + mostRowBytes + " bytes");
+    if (needed - rowStart > maxRowBytes) {
+      throw new MisuseException("a row has more text than the limit of " + maxRowBytes + " bytes");
     }
-    if (needed > bytes.length) bytes = Arrays.copyOf(bytes, (int) Math.max(needed, Math.min(2L * bytes.length, MOST)));
+    if (needed > bytes.length)
+      bytes = Arrays.copyOf(bytes, (int) Math.max(needed, Math.min(2L * bytes.length, MAX_LENGTH)));
   }
 
   /** Standard UTF-8, judged strictly. */

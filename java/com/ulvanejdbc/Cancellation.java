@@ -6,7 +6,7 @@ import java.sql.Statement;
 
 /**
  * Ends what runs on a connection, from any thread. Drivers cancel only a statement that the database is working on, and
- * some not even that, so the wish is also kept, and looked at between two rows and between the statements of a batch.
+ * some not even that, so the request is also kept, and checked between two rows and between the statements of a batch.
  */
 final class Cancellation {
   private static final String CANCELLED = "57014";
@@ -14,7 +14,7 @@ final class Cancellation {
   private final Database database;
   private Statement statement;
   private boolean running;
-  private volatile boolean asked;
+  private volatile boolean cancelled;
 
   Cancellation(Database database) {
     this.database = database;
@@ -26,31 +26,31 @@ final class Cancellation {
     Database.of(ConnectionUrl.ready(url).vendor).cancel(statement);
   }
 
-  /** @param runs what to cancel from now on; null for nothing but the wish */
+  /** @param runs what to cancel from now on; null to keep only the request */
   synchronized void begin(Statement runs) {
     statement = runs;
     running = true;
   }
 
-  /** Waits for a cancel on its way, which would otherwise hit what the connection does next. */
+  /** Waits for a cancel that is under way, which would otherwise hit what the connection does next. */
   synchronized void end() {
     statement = null;
     running = false;
-    asked = false;
+    cancelled = false;
   }
 
   void check() throws SQLException {
-    if (asked) throw new SQLException("the statement was cancelled", CANCELLED);
+    if (cancelled) throw new SQLException("the statement was cancelled", CANCELLED);
   }
 
   /** Does nothing when nothing runs. */
   synchronized void cancel() throws SQLException {
     if (!running) return;
-    asked = true;
+    cancelled = true;
     if (statement == null) return;
     try {
       database.cancel(statement);
-    } catch (SQLFeatureNotSupportedException onlyTheWish) {
+    } catch (SQLFeatureNotSupportedException onlyTheRequestIsKept) {
       return;
     }
   }

@@ -8,7 +8,7 @@ import java.sql.Types;
 
 /** How a column's values become text. Chosen once per query, so that a cell costs hardly more than the driver. */
 enum CellKind {
-  /** The driver's own text. A CLOB comes whole on every driver, and unlike its stream may be asked for again. */
+  /** The driver's own text. A CLOB comes whole on every driver, and unlike its stream can be read twice. */
   TEXT {
     @Override
     String read(ResultSet rows, int type, int column) throws SQLException {

@@ -147,7 +147,7 @@ enum Database {
       return columns.getColumnTypeName(column).equals("DATETIME") ? Types.TIMESTAMP : super.typeOf(columns, column);
     }
 
-    /** It cannot be asked, but refuses a transaction within another. */
+    /** It has no way to ask, but refuses a transaction within another. */
     @Override
     boolean hasOpenTransaction(Connection connection) {
       try (Statement statement = connection.createStatement()) {
@@ -283,7 +283,7 @@ enum Database {
     return row.anyTypeInAnyCell;
   }
 
-  /** Whether a transaction is open although the driver counts as being in auto-commit mode; false when not told. */
+  /** Whether a transaction is open although the driver counts as being in auto-commit mode; false if unknown. */
   boolean hasOpenTransaction(Connection connection) throws SQLException {
     return false;
   }
@@ -293,7 +293,7 @@ enum Database {
     return row.undoesWhatItEnds;
   }
 
-  /** Whether the rollback just done left changes where they are; false when not told. */
+  /** Whether the rollback just done left changes in place; false if unknown. */
   boolean keptChanges(Connection connection) throws SQLException {
     if (!row.warnsOfKeptChanges) return false;
     try (Statement statement = connection.createStatement();

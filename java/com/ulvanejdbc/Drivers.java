@@ -79,7 +79,7 @@ final class Drivers {
     return true;
   }
 
-  /** Nor must one that is asked about another's URL and throws. */
+  /** Nor must one that throws for another's URL. */
   private static boolean accepts(Driver driver, String url) {
     try {
       return driver.acceptsURL(url);

@@ -10,9 +10,9 @@ import java.util.List;
 import java.util.Set;
 import java.util.stream.Collectors;
 
-/** What a person reads about a failure: one line for each exception of the chain, each told once. */
+/** A failure as text for people: one line for each exception of the chain, without repetition. */
 public final class ErrorText {
-  private static final int MOST_LINES = 20;
+  private static final int MAX_LINES = 20;
 
   private final String text;
   private String codes;
@@ -49,23 +49,23 @@ public final class ErrorText {
     try {
       return failure instanceof SQLException
           && chain(failure).stream().noneMatch(link -> link.failure instanceof OutOfMemoryError);
-    } catch (Throwable cannotBeTold) {
+    } catch (Throwable cannotBeKnown) {
       return false;
     }
   }
 
   private static String lines(Throwable failure) {
-    List<ErrorText> told = new ArrayList<>();
+    List<ErrorText> texts = new ArrayList<>();
     int more = 0;
     for (Link link : chain(failure)) {
-      if (isToldByAnother(link)) continue;
-      if (told.size() < MOST_LINES) {
-        addUnlessTold(told, link.failure);
+      if (isRepeatedByAnother(link)) continue;
+      if (texts.size() < MAX_LINES) {
+        addUnlessRepeated(texts, link.failure);
       } else {
         ++more;
       }
     }
-    String lines = told.stream().map(line -> line.text + line.codes).collect(Collectors.joining("\n"));
+    String lines = texts.stream().map(line -> line.text + line.codes).collect(Collectors.joining("\n"));
     return more == 0 ? lines : lines + "\nand " + more + " more";
   }
 
@@ -91,10 +91,10 @@ public final class ErrorText {
   }
 
   /**
-   * A batch's exception repeats the next one behind the whole statement, a cause with the codes of what it caused is
+   * A batch's exception repeats the next one after the whole statement, a cause with the codes of what it caused is
    * the same failure before it got its details, and drivers' inner exceptions come with the text of their cause.
    */
-  private static boolean isToldByAnother(Link link) {
+  private static boolean isRepeatedByAnother(Link link) {
     Throwable failure = link.failure;
     if (!(failure instanceof SQLException)) {
       return failure.getCause() != null && message(failure).equals(message(failure.getCause()));
@@ -109,15 +109,15 @@ public final class ErrorText {
   }
 
   /** Drivers wrap an exception in another that repeats its text, perhaps with words of their own in front. */
-  private static void addUnlessTold(List<ErrorText> told, Throwable failure) {
+  private static void addUnlessRepeated(List<ErrorText> texts, Throwable failure) {
     String message = message(failure);
     String codes = failure instanceof SQLException ? codes((SQLException) failure) : "";
-    for (ErrorText line : told) {
+    for (ErrorText line : texts) {
       if (!line.text.endsWith(message)) continue;
       if (line.codes.isEmpty()) line.codes = codes;
       if (codes.isEmpty() || codes.equals(line.codes)) return;
     }
-    told.add(new ErrorText(prefix(failure) + message, codes));
+    texts.add(new ErrorText(prefix(failure) + message, codes));
   }
 
   private static String codes(SQLException failure) {

@@ -28,7 +28,7 @@ final class Rows {
     }
   }
 
-  /** False once past the last row, however often it is asked. */
+  /** False once past the last row, however often it is called. */
   boolean next() throws SQLException {
     onRow = !ended && rows.next();
     ended = !onRow;

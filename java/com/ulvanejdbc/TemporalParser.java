@@ -71,12 +71,12 @@ final class TemporalParser {
   private int readZone() {
     if (at + 1 < text.length && text[at + 1] != 'B') skip(' ');
     if (skip('Z')) return 0;
-    boolean behind = skip('-');
-    if (!behind && !skip('+')) return 0;
+    boolean isWest = skip('-');
+    if (!isWest && !skip('+')) return 0;
     int seconds = readNumber(2) * 3600;
     if (skip(':') || at < text.length && Digits.isDigit(text[at])) seconds += readNumber(2) * 60;
     if (skip(':')) seconds += readNumber(2);
-    return behind ? -seconds : seconds;
+    return isWest ? -seconds : seconds;
   }
 
   private void readEra() {

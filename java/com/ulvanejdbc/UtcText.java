@@ -72,7 +72,7 @@ final class UtcText {
     return fields.toText();
   }
 
-  /** How much of a text is already in the library's form, with at most a zone of "+00" behind it; 0 when it is not. */
+  /** How much of a text is already in the library's form, at most followed by a zone of "+00"; 0 when it is not. */
   static int lengthInForm(byte[] text) {
     int formStart = text.length > 2 && text[2] == ':' ? TIME_START : 0;
     int formEnd = formStart == 0 && text.length == DATE_LENGTH ? DATE_LENGTH : FORM.length();

@@ -7,7 +7,9 @@ import java.sql.SQLException;
 import java.util.Properties;
 import java.util.logging.Logger;
 
-/** A driver of every URL, whose connections the script plays. With "telling" in it they tell a transaction's state. */
+/**
+ * A driver of every URL, whose connections the script plays. With "telling" in it they report a transaction's state.
+ */
 public class DriverDouble implements Driver {
   static {
     try {
@@ -22,7 +24,7 @@ public class DriverDouble implements Driver {
     int getTransactionState();
   }
 
-  /** One that is asked first and has nothing but failure to answer. It accepts a URL with "shared" in it. */
+  /** One that comes first and always fails. It accepts a URL with "shared" in it. */
   public static final class Failing extends DriverDouble {
     @Override
     public boolean acceptsURL(String url) {

@@ -97,7 +97,7 @@ final class JdbcDouble implements InvocationHandler {
     return Recorder.value(sql, Recorder.scripted(sql, DEFAULT_RESULT));
   }
 
-  /** @param answer counts, with the SQL state and the text of a failure behind them if it is to fail; or nothing */
+  /** @param answer counts, followed by the SQL state and the text of a failure if it is to fail; or nothing */
   private int[] executeBatch(String answer) throws BatchUpdateException {
     int added = batched;
     batched = 0;
