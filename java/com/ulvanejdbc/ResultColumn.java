@@ -23,6 +23,9 @@ public final class ResultColumn {
   public final int scale;
   public final boolean signed;
 
+  /** Whether {@link ResultSet#getBytes} gives the text that the server sent. */
+  public final boolean isServerText;
+
   /** Whether a cell's type may differ from the column's. */
   public final boolean takesAnyType;
 
@@ -40,6 +43,7 @@ public final class ResultColumn {
     precision = columns.getPrecision(number);
     scale = columns.getScale(number);
     signed = columns.isSigned(number);
+    isServerText = database.sendsText(rows, number);
     takesAnyType = database.anyTypeInAnyCell();
     reportedType = columns.getColumnType(number);
     kind = CellKind.of(columns, number, takesAnyType);

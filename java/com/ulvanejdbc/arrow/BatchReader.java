@@ -208,7 +208,8 @@ public final class BatchReader {
   }
 
   private void fail(Throwable thrown) {
-    state = ErrorText.isOfDatabase(thrown) ? DATABASE_FAILED : OTHER_FAILED;
+    boolean isOfDatabase = ErrorText.isOfDatabase(thrown) && !(thrown instanceof UnfitValueException);
+    state = isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
     failure = place() + ErrorText.of(thrown);
     databaseFailure = thrown instanceof SQLException ? (SQLException) thrown : null;
   }

@@ -103,8 +103,19 @@ final class ColumnChoice {
 
   private Column wholeNumber(String signed, String unsigned, int width) {
     if (column.takesAnyType) return FixedColumn.ofRows("l", Long.BYTES, Mixed.wholeNumber("l"));
+    if (column.isServerText) return FixedColumn.ofRows(signed, width, ColumnChoice::wholeNumberText);
     if (column.signed) return FixedColumn.ofRows(signed, width, width == Long.BYTES ? ResultSet::getLong : INT);
     return FixedColumn.ofRows(unsigned, width, width == Long.BYTES ? ColumnChoice::unsignedLong : ResultSet::getLong);
+  }
+
+  private static long wholeNumberText(ResultSet rows, int number) throws SQLException {
+    byte[] text = rows.getBytes(number);
+    return text == null ? 0 : NumberText.wholeNumber(text);
+  }
+
+  private static long decimal64Text(ResultSet rows, int number) throws SQLException {
+    byte[] text = rows.getBytes(number);
+    return text == null ? 0 : Double.doubleToRawLongBits(NumberText.decimal64(text));
   }
 
   private static long unsignedLong(ResultSet rows, int number) throws SQLException {
@@ -113,17 +124,18 @@ final class ColumnChoice {
   }
 
   private Column decimal64() {
-    return FixedColumn.ofRows("g", Double.BYTES, column.takesAnyType ? Mixed.decimal64("g") : DOUBLE);
+    if (column.takesAnyType) return FixedColumn.ofRows("g", Double.BYTES, Mixed.decimal64("g"));
+    return FixedColumn.ofRows("g", Double.BYTES, column.isServerText ? ColumnChoice::decimal64Text : DOUBLE);
   }
 
   private Column decimal() {
     // A DECFLOAT has digits, but no scale.
     boolean hasScale = column.scale >= 0 && column.scale <= column.precision && !column.typeName.equals("DECFLOAT");
     boolean hasArrowType = hasScale && column.precision > 0 && column.precision <= DecimalColumn.MAX_PRECISION;
-    if (hasArrowType) return new DecimalColumn(column.precision, column.scale, column.takesAnyType);
+    if (hasArrowType) return new DecimalColumn(column.precision, column.scale, column);
     if (options.decimals == Options.DECIMALS_AS_DOUBLE) return decimal64();
     if (options.decimals == Options.DECIMALS_AS_TEXT) return null;
-    return new DecimalColumn(DecimalColumn.MAX_PRECISION, options.decimalScale, column.takesAnyType);
+    return new DecimalColumn(DecimalColumn.MAX_PRECISION, options.decimalScale, column);
   }
 
   private Column bytes() {

@@ -1,5 +1,6 @@
 package com.ulvanejdbc.arrow;
 
+import com.ulvanejdbc.ResultColumn;
 import java.math.BigDecimal;
 import java.math.BigInteger;
 import java.nio.ByteBuffer;
@@ -13,21 +14,35 @@ final class DecimalColumn extends Column {
 
   private final int precision;
   private final int scale;
-  private final boolean takesAnyType;
+  private final ResultColumn source;
 
   /** Two for each value, the low one first. */
   private long[] halves = new long[2048];
 
-  DecimalColumn(int precision, int scale, boolean takesAnyType) {
+  DecimalColumn(int precision, int scale, ResultColumn source) {
     super("d:" + precision + ',' + scale);
     this.precision = precision;
     this.scale = scale;
-    this.takesAnyType = takesAnyType;
+    this.source = source;
   }
 
   @Override
   void append(ResultSet rows, int column) throws SQLException {
-    append(takesAnyType ? Mixed.decimal(rows, column, format) : rows.getBigDecimal(column));
+    if (source.isServerText) {
+      appendText(rows, column);
+    } else {
+      append(source.takesAnyType ? Mixed.decimal(rows, column, format) : rows.getBigDecimal(column));
+    }
+  }
+
+  private void appendText(ResultSet rows, int column) throws SQLException {
+    byte[] text = rows.getBytes(column);
+    long digits = text == null ? NumberText.NONE : NumberText.decimal(text, scale);
+    if (digits == NumberText.NONE) {
+      append(text == null ? null : rows.getBigDecimal(column));
+    } else {
+      put(addValid(), digits, digits >> Long.SIZE - 1);
+    }
   }
 
   @Override
