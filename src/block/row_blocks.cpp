@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <utility>
-#include <vector>
 
 #include "JdbcUtils.h"
 #include "RowBlocks.h"
 #include "jdbcWrapper.h"
 #include "jni/local_ref.h"
 #include "jni/method.h"
+#include "jni/numbers.h"
 #include "jni/pending.h"
 #include "jni/text.h"
 
@@ -86,14 +86,6 @@ void open(RowBlocks& blocks, const RowBlocksOptions& options, const JavaMethod& 
   }
 }
 
-/// @return null when the VM has no memory.
-LocalRef<jintArray> newIntArray(JNIEnv* env, const std::vector<int>& numbers) {
-  const auto count = static_cast<jsize>(numbers.size());
-  LocalRef<jintArray> array(env, env->NewIntArray(count));
-  if (array) env->SetIntArrayRegion(array.get(), 0, count, numbers.data());
-  return array;
-}
-
 /// Takes the block over that the packer has made.
 void take(RowBlocks& blocks, const void* buffer) {
   const auto* header = static_cast<const Header*>(buffer);
@@ -129,7 +121,7 @@ RowBlocks::RowBlocks(JdbcUtils& source, const RowBlocksOptions& options) : env(s
   if (!hasSource(*this, source.resultSet)) return;
   const kivo::PendingAside aside(env);
   // As getColumn() does, also where the driver would now say something else.
-  const LocalRef<jintArray> types = newIntArray(env, source.columnTypes);
+  const LocalRef<jintArray> types = kivo::newIntArray(env, source.columnTypes);
   if (types) {
     open(*this, options, kOfResult, source.resultSet, types.get());
   } else {

@@ -112,7 +112,7 @@ JniLedger::Thread& JniLedger::attachThread() {
   return thread;
 }
 
-jint JniLedger::attach(Rule& rule, void** environment) {
+jint JniLedger::attach(Rule& rule, void** environment, Attach how) {
   const AllocationPause pause;
   {
     const Lock lock(mutex_);
@@ -120,8 +120,17 @@ jint JniLedger::attach(Rule& rule, void** environment) {
     if (trace_.size() < traceLimit_) trace_.emplace_back(rule.name);
   }
   if (faultHits(rule.faults)) return JNI_ERR;
+  (real_->*how)(environment, nullptr);
   *environment = env();
   return JNI_OK;
+}
+
+/// Not counted as a call: it reports what is, and cannot fail.
+jint JniLedger::environment(void** environment, jint version) {
+  const AllocationPause pause;
+  const jint state = real_->GetEnv(environment, version);
+  if (state == JNI_OK) *environment = env();
+  return state;
 }
 
 jint JniLedger::detach() {

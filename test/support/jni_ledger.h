@@ -25,7 +25,7 @@ enum class Fault : char {
   kNull = 'N',         ///< Not made; null, with nothing pending.
   kThrowBefore = 'B',  ///< Not made; null or 0, with an exception pending.
   kThrowAfter = 'A',   ///< Made, its result dropped for null or 0, with an exception pending.
-  kAttach = 'T',       ///< AttachCurrentThread answers JNI_ERR and leaves the environment as it is.
+  kAttach = 'T',       ///< AttachCurrentThread (AsDaemon) answers JNI_ERR and leaves the environment as it is.
   kAllocation = 'L',   ///< malloc or operator new gives nothing; a forwarded JNI call's own allocations succeed.
 };
 
@@ -126,7 +126,9 @@ class JniLedger {
   static std::vector<Rule*>& rules();
 
   Thread& attachThread();
-  jint attach(Rule& rule, void** environment);
+  using Attach = jint (JavaVM::*)(void**, void*);
+  jint attach(Rule& rule, void** environment, Attach how);
+  jint environment(void** environment, jint version);
   jint detach();
   bool admit(Call& call);
   bool conclude(const Call& call, const void* result);

@@ -69,6 +69,7 @@ struct JniLedger::Slots {
   }
 
   static inline Rule attachRule{"AttachCurrentThread", "", '-', "T"};
+  static inline Rule daemonRule{"AttachCurrentThreadAsDaemon", "", '-', "T"};
   static JniLedger& ledgerOf(JavaVM* vm) { return *static_cast<Vm*>(vm)->ledger; }
   static jint refuse(JavaVM* vm, const char* function) {
     reportUnused(ledgerOf(vm), function);
@@ -106,6 +107,8 @@ JNINativeInterface_ JniLedger::Slots::usedTable() {
   use<&T::SetObjectArrayElement>(t, {"SetObjectArrayElement", "r.o", '-', "B"});
   use<&T::NewIntArray>(t, {"NewIntArray", ".", 'l', "MN"});
   use<&T::SetIntArrayRegion>(t, {"SetIntArrayRegion", "r...", '-', ""});
+  use<&T::GetByteArrayRegion>(t, {"GetByteArrayRegion", "r...", '-', "B"});
+  use<&T::GetLongArrayRegion>(t, {"GetLongArrayRegion", "r...", '-', "B"});
   use<&T::GetIntArrayElements>(t, {"GetIntArrayElements", "r.", 'c', "MN"});
   use<&T::ReleaseIntArrayElements>(t, {"ReleaseIntArrayElements", "rc.", '-', "", "", true});
   use<&T::NewGlobalRef>(t, {"NewGlobalRef", "o", 'g', "MN"});
@@ -130,11 +133,15 @@ const JNINativeInterface_& JniLedger::table() {
 
 JNIInvokeInterface_ JniLedger::Slots::usedVmTable() {
   JNIInvokeInterface_ t{};
-  t.AttachCurrentThread = [](JavaVM* vm, void** env, void*) { return ledgerOf(vm).attach(attachRule, env); };
+  t.AttachCurrentThread = [](JavaVM* vm, void** env, void*) {
+    return ledgerOf(vm).attach(attachRule, env, &JavaVM::AttachCurrentThread);
+  };
+  t.AttachCurrentThreadAsDaemon = [](JavaVM* vm, void** env, void*) {
+    return ledgerOf(vm).attach(daemonRule, env, &JavaVM::AttachCurrentThreadAsDaemon);
+  };
   t.DetachCurrentThread = [](JavaVM* vm) { return ledgerOf(vm).detach(); };
   t.DestroyJavaVM = [](JavaVM* vm) { return refuse(vm, "DestroyJavaVM"); };
-  t.GetEnv = [](JavaVM* vm, void**, jint) { return refuse(vm, "GetEnv"); };
-  t.AttachCurrentThreadAsDaemon = [](JavaVM* vm, void**, void*) { return refuse(vm, "AttachCurrentThreadAsDaemon"); };
+  t.GetEnv = [](JavaVM* vm, void** env, jint version) { return ledgerOf(vm).environment(env, version); };
   return t;
 }
 
@@ -144,7 +151,7 @@ const JNIInvokeInterface_& JniLedger::vmTable() {
 }
 
 std::vector<JniLedger::Rule*>& JniLedger::rules() {
-  static std::vector<Rule*> all{&Slots::attachRule};
+  static std::vector<Rule*> all{&Slots::attachRule, &Slots::daemonRule};
   return all;
 }
 
