@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <exception>
 
 #include "cli/args.h"
 #include "cli/commands.h"
@@ -16,52 +15,50 @@ namespace {
 
 using namespace kivosql;
 
-/// @return false with the fault reported and @p code set.
-bool addPassword(Options& options, ExitCode& code) {
-  Password password = findPassword(options.target.user, options.passwordFile);
+void addPassword(Options& options) {
+  const Password password = findPassword(options.target.user, options.passwordFile);
   keepSecret(password.text);
   options.target.password = password.text;
-  if (!password.fault.empty()) complain(password.fault);
-  code = password.interrupted ? kInterrupted : kWrongUse;
-  return password.fault.empty() && !password.interrupted;
+  if (password.interrupted) throw Failure("interrupted", kInterrupted);
+  if (!password.fault.empty()) throw Failure(password.fault, kWrongUse);
 }
 
-ExitCode startJava(const Options& options) {
+void startJava(const Options& options) {
   const Jvm jvm = findJvm(options.jvm);
   const ClassPath classPath = findClassPath(options.classPath);
-  for (const std::string& entry : classPath.missing) complain("the class path has " + entry + ", which does not exist");
-  if (!classPath.missing.empty()) return kWrongUse;
+  if (!classPath.missing.empty()) {
+    throw Failure("the class path has " + classPath.missing[0] + ", which does not exist", kWrongUse);
+  }
   const std::string error = jvm.library.empty() ? "no Java VM found" : startVm(jvm, classPath, options.heapMegabytes);
-  if (error.empty()) return kDone;
-  complain(error + "; kivosql doctor shows details");
-  return kNoJvm;
+  if (!error.empty()) throw Failure(error + "; kivosql doctor shows details", kNoJvm);
 }
 
-/// Ends the session. The error of a broken connection was already reported by the statement that found it broken.
+ExitCode runCommand(Context& context) {
+  ExitCode code = kDone;
+  const std::optional<Failure> failure = attempt([&] {
+    const Interrupt interrupt(context.session);
+    code = context.options.command->run(context);
+  });
+  return failure ? report(context, *failure, "") : code;
+}
+
+/// The error of a broken connection was already reported by the statement that found it broken.
 ExitCode close(Context& context, ExitCode code) {
-  const bool reported = code != kDone && context.session.isBroken();
-  if (context.session.close() || reported || code == kInterrupted) return code;
-  failed(context, "at the end: ");
+  const bool reported = code == kInterrupted || (code != kDone && context.session.isBroken());
+  const std::optional<Failure> failure = attempt([&context] { context.session.close(); });
+  if (!failure || reported) return code;
+  report(context, *failure, "at the end: ");
   return kFailed;
 }
 
 ExitCode work(const Options& options, Output& out) {
-  if (const ExitCode code = startJava(options); code != kDone) return code;
+  startJava(options);
   const std::unique_ptr<Session> session = options.carrier->make();
   Context context{options, *session, out};
-  if (!session->open(options.target)) {
-    failed(context, "no connection: ");
-    return kNoConnection;
-  }
-  ExitCode code = kDone;
-  try {
-    const Interrupt interrupt(*session);
-    code = options.command->run(context);
-  } catch (const std::exception& error) {
-    complain(error.what());
-    code = kFailed;
-  }
-  return close(context, code);
+  const std::optional<Failure> failure = attempt([&] { session->open(options.target); });
+  if (!failure) return close(context, runCommand(context));
+  report(context, *failure, "no connection: ");
+  return kNoConnection;
 }
 
 }  // namespace
@@ -71,8 +68,15 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   Options options;
   ExitCode code = kDone;
-  if (!parse(argc, argv, options, code) || !addPassword(options, code)) return code;
-  Output out(STDOUT_FILENO);
-  code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
+  if (!parse(argc, argv, options, code)) return code;
+  const std::optional<Failure> failure = attempt([&] {
+    addPassword(options);
+    Output out(STDOUT_FILENO);
+    code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
+  });
+  if (failure) {
+    complain(failure->what());
+    code = failure->code;
+  }
   return code == kInterrupted ? Interrupt::exitCode() : code;
 }

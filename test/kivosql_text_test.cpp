@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "cli/commands.h"
-#include "session/java_errors.h"
+#include "session/java.h"
 #include "sql/csv_reader.h"
 #include "sql/statement_splitter.h"
 #include "terminal/display.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/exit_codes.h"
+#include "failure.h"
 #include "session/session.h"
 #include "terminal/formats.h"
 

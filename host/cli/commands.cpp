@@ -18,6 +18,11 @@ namespace kivosql {
 
 namespace {
 
+constexpr int kBlockRows = 1024;
+
+/// Runs one statement and shows what it gave.
+using Run = void (*)(Context& context, const std::string& sql);
+
 std::unique_ptr<Writer> makeWriter(Context& context) {
   const Options& options = context.options;
   const char* noColour = std::getenv("NO_COLOR");
@@ -29,67 +34,52 @@ std::unique_ptr<Writer> makeWriter(Context& context) {
   return options.format->make(context.out, style);
 }
 
-/// What became of the writing.
-ExitCode flushed(Output& out) {
-  if (out.flush() || out.abandoned()) return kDone;
-  complain("cannot write: " + out.reason());
-  return kFailed;
+void flush(Output& out) {
+  if (!out.flush() && !out.abandoned()) throw Failure("cannot write: " + out.reason());
 }
 
-/// Writes the rows of the query that the session has begun.
-Step writeRows(Context& context, Progress& progress, unsigned long long& rows) {
+/// Writes the rows of the query that the session has begun. @return how many
+unsigned long long writeRows(Context& context, const std::vector<Column>& columns, Progress& progress) {
   const std::unique_ptr<Writer> writer = makeWriter(context);
   if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
-  writer->begin(context.session.columns());
-  Row row;
-  Step step = Step::row;
-  while (context.out.good() && !Interrupt::happened() && (step = context.session.next(row)) == Step::row) {
-    writer->row(row);
-    progress.advance(++rows);
-    if (outputOnTerminal()) context.out.flush();
-  }
-  // In a script that goes on, more follows what a failure cut off.
-  const bool goesOn = context.options.keepGoing && !context.options.format->forPeople;
-  if (step == Step::end || goesOn) writer->end(rows);
-  return Interrupt::happened() ? Step::failed : step;
+  writer->begin(columns);
+  unsigned long long rows = 0;
+  const std::optional<Failure> failure = attempt([&] {
+    for (Row row; context.out.good() && context.session.next(row);) {
+      checkInterrupt();
+      writer->row(row);
+      progress.advance(++rows);
+      if (outputOnTerminal()) context.out.flush();
+    }
+  });
+  // A result that a failure cut off stays open, unless the script goes on.
+  if (!failure || (context.options.keepGoing && !context.options.format->forPeople)) writer->end(rows);
+  if (failure) throw *failure;
+  return rows;
 }
 
-/// Reports that the statement failed, and where in it.
-ExitCode statementFailed(const Context& context, const std::string& sql, const std::string& place) {
-  const ExitCode code = failed(context, place);
-  StatementSplitter splitter(sql, dialectOf(context.session.url()));
-  Statement statement;
-  // A driver that runs several counts in one of them.
-  const bool isOne = splitter.next(statement) && !splitter.next(statement);
-  const std::string line = isOne && code == kFailed ? faultLine(sql, context.session.details()) : "";
-  if (!line.empty()) say(line);
-  return code;
-}
-
-ExitCode query(Context& context, const std::string& sql, const std::string& place) {
+void query(Context& context, const std::string& sql) {
   Progress progress;
   const Stopwatch watch;
-  unsigned long long rows = 0;
-  const bool begun = context.session.query(sql, context.options.maxRows);
+  // A person sees each row as it comes.
+  const int blockRows = outputOnTerminal() ? 1 : kBlockRows;
+  const std::vector<Column> columns = context.session.query(sql, context.options.maxRows, blockRows);
   // On one terminal the rows and the moving line would run into each other.
   if (outputOnTerminal()) progress.stop();
-  const Step step = begun ? writeRows(context, progress, rows) : Step::failed;
-  const ExitCode code = flushed(context.out);
+  const unsigned long long rows = writeRows(context, columns, progress);
+  flush(context.out);
   progress.stop();
-  if (step == Step::failed) return statementFailed(context, sql, place);
-  tellTiming(context, rows, watch.elapsed());
-  return code;
+  showTiming(context, rows, watch.elapsed());
 }
 
-ExitCode update(Context& context, const std::string& sql, const std::string& place) {
+void update(Context& context, const std::string& sql) {
   Progress progress;
   const Stopwatch watch;
-  const int count = context.session.writing()->update(sql);
+  const auto count = static_cast<unsigned>(context.session.writing()->update(sql));
   progress.stop();
-  if (count < 0) return statementFailed(context, sql, place);
-  remark(context, counted(static_cast<unsigned>(count), "row") + " changed");
-  tellTiming(context, static_cast<unsigned>(count), watch.elapsed());
-  return flushed(context.out);
+  remark(context, counted(count, "row") + " changed");
+  showTiming(context, count, watch.elapsed());
+  flush(context.out);
 }
 
 ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
@@ -97,75 +87,71 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
   writer->begin(columns);
   for (const Row& row : rows) writer->row(row);
   writer->end(rows.size());
-  return flushed(context.out);
+  flush(context.out);
+  return kDone;
 }
 
-/// Whether the statement can be run; otherwise the reason is reported.
-bool isUsable(const Statement& statement, const std::string& place) {
-  const bool utf8 = isUtf8(std::string(statement.text));
-  if (!statement.complete) complain(place + "a quote or comment in this statement never ends");
-  if (statement.complete && !utf8) complain(place + "this statement is not UTF-8");
-  return statement.complete && utf8;
+/// The line of the statement where the fault is, if the driver gave the place.
+void showFault(const Context& context, const std::string& sql, const Failure& failure) {
+  StatementSplitter splitter(sql, dialectOf(context.session.url()));
+  Statement statement;
+  // A driver that runs several statements counts in one of them.
+  const bool isOne = splitter.next(statement) && !splitter.next(statement);
+  const std::string line = isOne ? faultLine(sql, failure.details) : "";
+  if (!line.empty()) say(line);
 }
 
-ExitCode runStatement(Context& context, const Statement& statement, Dialect dialect, const std::string& place) {
-  if (!isUsable(statement, place)) return kFailed;
+/// @param place of the statement, comes first in reports. @return kDone, or the code of the failure that is reported
+ExitCode runStatement(Context& context, const Statement& statement, Run run, const std::string& place) {
   const std::string sql(statement.text);
-  return givesRows(sql, dialect) ? query(context, sql, place) : update(context, sql, place);
+  const std::optional<Failure> failure = attempt([&] {
+    // The interrupt may have come between two statements, where there was nothing to cancel.
+    checkInterrupt();
+    if (!statement.complete) throw Failure("a quote or comment in this statement never ends");
+    if (!isUtf8(sql)) throw Failure("this statement is not UTF-8");
+    run(context, sql);
+  });
+  if (!failure) return kDone;
+  const ExitCode code = report(context, *failure, place);
+  if (code == kFailed) showFault(context, sql, *failure);
+  return code;
 }
 
-/// Some drivers end the text at a NUL, and what is left of a statement may do far more than the whole of it.
-bool holdsNul(const std::string& script, const std::string& path) {
-  const std::size_t at = script.find('\0');
-  if (at == std::string::npos) return false;
-  const auto line = 1 + std::count(script.begin(), script.begin() + static_cast<std::ptrdiff_t>(at), '\n');
-  complain(path + ':' + std::to_string(line) + ": a NUL character; nothing was run");
-  return true;
-}
-
-/// Reads the statements of a file, or of standard input for "-". @return false with the fault reported.
-bool readScript(const std::string& path, std::string& script, ExitCode& code) {
+/// Reads the statements of a file, or of standard input for "-".
+std::string readScript(const std::string& path) {
   std::ifstream file;
-  std::istream* const input = openInput(path, file);
-  code = kWrongUse;
-  if (input == nullptr) return false;
-  script.assign(std::istreambuf_iterator<char>(input->rdbuf()), {});
+  std::string script(std::istreambuf_iterator<char>(openInput(path, file).rdbuf()), {});
+  checkStandardInput();
   if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
-  if (standardInputFailed()) {
-    complain("cannot read standard input");
-    return false;
-  }
-  code = kFailed;
-  return !holdsNul(script, path);
+  const std::size_t nul = script.find('\0');
+  if (nul == std::string::npos) return script;
+  // Some drivers end the text there, and what is left of a statement may do far more than the whole of it.
+  const auto line = 1 + std::count(script.begin(), script.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
+  throw Failure(path + ':' + std::to_string(line) + ": a NUL character; nothing was run");
 }
 
 /// Runs the command's own statement, or for "-" the one on standard input.
-ExitCode runOne(Context& context, ExitCode (*run)(Context&, const std::string&, const std::string&)) {
+ExitCode runOne(Context& context, Run run) {
   const std::string& argument = context.options.arguments[0];
-  if (argument != "-") return run(context, argument, "");
-  std::string script;
-  if (ExitCode code = kDone; !readScript(argument, script, code)) return code;
+  if (argument != "-") return runStatement(context, {argument}, run, "");
+  const std::string script = readScript(argument);
   StatementSplitter splitter(script, dialectOf(context.session.url()));
   Statement first;
   Statement second;
   if (!splitter.next(first) || splitter.next(second)) {
-    complain("standard input must hold one statement; use kivosql run for several");
-    return kWrongUse;
+    throw Failure("standard input must hold one statement; use kivosql run for several", kWrongUse);
   }
-  return isUsable(first, "") ? run(context, std::string(first.text), "") : kFailed;
+  return runStatement(context, first, run, "");
 }
 
-/// Whether a statement begins or ends a transaction, which is reported.
-bool hasOwnTransactions(const std::string& script, Dialect dialect, const std::string& path) {
+/// Throws if a statement begins or ends a transaction.
+void checkTransactions(const std::string& script, Dialect dialect, const std::string& path) {
   StatementSplitter splitter(script, dialect);
-  Statement statement;
-  while (splitter.next(statement)) {
+  for (Statement statement; splitter.next(statement);) {
     if (!leavesTransaction(statement.text, false) && leavesTransaction(statement.text, true)) continue;
-    complain(path + ':' + std::to_string(statement.line) +
-             ": with --single-transaction, a script has no transactions of its own; nothing was run");
-    return true;
+    throw Failure(path + ':' + std::to_string(statement.line) +
+                  ": with --single-transaction, a script has no transactions of its own; nothing was run");
   }
-  return false;
 }
 
 ExitCode runStatements(Context& context, const std::string& path, const std::string& script, Dialect dialect) {
@@ -173,21 +159,19 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
   const Results& results = context.options.format->ofScript;
   context.out.write(results.open);
   ExitCode worst = kDone;
-  Statement statement;
-  while (splitter.next(statement)) {
-    // A reader that had enough rows has not had the rest of the script run.
+  for (Statement statement; splitter.next(statement);) {
+    // If the reader of the output has had enough, the rest of the script is not run.
     if (!context.out.good()) return kFailed;
+    const Run run = givesRows(statement.text, dialect) ? query : update;
     const std::string place = path + ':' + std::to_string(statement.line) + ": ";
-    // It may have come between two statements, where there was nothing to cancel.
-    const ExitCode code =
-        Interrupt::happened() ? failed(context, place) : runStatement(context, statement, dialect, place);
+    const ExitCode code = runStatement(context, statement, run, place);
     if (code != kDone) worst = code;
     // What was written stays open, so that nobody takes it for the whole.
     if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
   }
   context.out.write(results.close);
-  const ExitCode written = flushed(context.out);
-  return worst == kDone ? written : worst;
+  flush(context.out);
+  return worst;
 }
 
 /// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
@@ -216,38 +200,49 @@ bool isTableName(const std::string& text) {
   }
 }
 
-std::istream* openInput(const std::string& path, std::ifstream& file) {
-  if (path == "-") return &std::cin;
+void checkTableName(const std::string& text) {
+  if (!isTableName(text)) throw Failure('"' + text + "\" is not the name of a table", kWrongUse);
+}
+
+std::istream& openInput(const std::string& path, std::ifstream& file) {
+  if (path == "-") return std::cin;
   std::error_code unknown;
   // A folder can be opened, but not read.
   if (!std::filesystem::is_directory(path, unknown)) file.open(path, std::ios::binary);
-  if (file.is_open()) return &file;
-  complain("cannot read " + path);
-  return nullptr;
+  if (!file.is_open()) throw Failure("cannot read " + path, kWrongUse);
+  return file;
 }
 
-bool standardInputFailed() { return std::ferror(stdin) != 0; }
+void checkStandardInput() {
+  if (std::ferror(stdin) != 0) throw Failure("cannot read standard input", kWrongUse);
+}
 
-ExitCode failed(const Context& context, const std::string& what) {
+void checkInterrupt() {
+  if (Interrupt::happened()) throw Failure("interrupted", kInterrupted);
+}
+
+ExitCode report(Context& context, const Failure& failure, const std::string& place) {
+  context.out.flush();
   if (Interrupt::happened()) {
-    complain(what + "interrupted");
+    complain(place + "interrupted");
     return kInterrupted;
   }
-  complain(what + context.session.error());
-  if (context.options.verbose && !context.session.details().empty()) say(context.session.details());
-  return kFailed;
+  complain(place + failure.what());
+  if (context.options.verbose && !failure.details.empty()) say(failure.details);
+  return failure.code;
 }
 
-std::string endTransaction(Context& context, ExitCode& code, const std::string& place) {
-  WritingSession& session = *context.session.writing();
-  if (code == kDone && Interrupt::happened()) code = failed(context, place);
-  if (code == kDone) {
-    if (session.endTransaction(true)) return {};
-    code = failed(context, place + "at the commit: ");
-  }
-  // One that broke is gone at once; what it had begun to commit is not known.
+void commit(WritingSession& session, const std::string& path) {
+  checkInterrupt();
+  const std::optional<Failure> refused = attempt([&session] { session.endTransaction(true); });
+  if (refused) throw refused->at(path + ": at the commit: ");
+}
+
+std::string rollBack(WritingSession& session) {
+  // The fate of a commit on a connection that broke is unknown.
   if (session.isBroken()) return "the connection broke";
-  return session.endTransaction(false) ? "" : session.error();
+  const std::optional<Failure> failure = attempt([&session] { session.endTransaction(false); });
+  return failure ? failure->what() : "";
 }
 
 void remark(Context& context, const std::string& text) {
@@ -258,7 +253,7 @@ void remark(Context& context, const std::string& text) {
   }
 }
 
-void tellTiming(const Context& context, unsigned long long rows, double elapsed) {
+void showTiming(const Context& context, unsigned long long rows, double elapsed) {
   if (!context.options.timing) return;
   const double rate = static_cast<double>(rows) / elapsed;
   say(counted(rows, "row") + " in " + seconds(elapsed) + ", " + counted(static_cast<unsigned long long>(rate), "row") +
@@ -271,38 +266,37 @@ ExitCode runUpdate(Context& context) { return runOne(context, update); }
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
-  std::string script;
-  if (ExitCode code = kDone; !readScript(path, script, code)) return code;
+  const std::string script = readScript(path);
   const Dialect dialect = dialectOf(context.session.url());
   if (!context.options.singleTransaction) return runStatements(context, path, script, dialect);
-  if (hasOwnTransactions(script, dialect, path)) return kFailed;
-  if (!context.session.writing()->beginTransaction()) return failed(context, path + ": ");
-  ExitCode code = runStatements(context, path, script, dialect);
-  const std::string doubt = endTransaction(context, code, path + ": ");
+  checkTransactions(script, dialect, path);
+  WritingSession& session = *context.session.writing();
+  session.beginTransaction();
+  ExitCode code = kDone;
+  const std::optional<Failure> failure = attempt([&] {
+    code = runStatements(context, path, script, dialect);
+    if (code == kDone) commit(session, path);
+  });
+  if (failure) code = report(context, *failure, "");
   if (code == kDone) return code;
+  const std::string doubt = rollBack(session);
   complain(doubt.empty() ? "nothing of " + path + " is stored" : "some of " + path + " may be stored: " + doubt);
   return code;
 }
 
 ExitCode runTables(Context& context) {
-  std::vector<std::string> names;
-  if (!context.session.tables(names)) return failed(context, "");
+  const std::vector<std::string> names = context.session.tables();
   std::vector<Row> rows;
-  rows.reserve(names.size());
   for (const std::string& name : names) rows.push_back({{name, false}});
   return writeList(context, {{"table", 0, ""}}, rows);
 }
 
 ExitCode runDescribe(Context& context) {
   const std::string& table = context.options.arguments[0];
-  if (!isTableName(table)) {
-    complain("\"" + table + "\" is not the name of a table");
-    return kWrongUse;
-  }
-  if (!context.session.describe(table)) return failed(context, "");
+  checkTableName(table);
+  const std::vector<Column> columns = context.session.describe(table);
   std::vector<Row> rows;
-  for (const Column& column : context.session.columns())
-    rows.push_back({{column.name, false}, {column.typeName, false}});
+  for (const Column& column : columns) rows.push_back({{column.name, false}, {column.typeName, false}});
   return writeList(context, {{"column", 0, ""}, {"type", 0, ""}}, rows);
 }
 

@@ -60,27 +60,32 @@ constexpr Command kCommands[] = {
     {"doctor", "Check the set-up, and say how to fix what does not work", {kNoArgument, kNoArgument}, false, nullptr},
 };
 
-/// Opens a file, or standard input for "-". @return null with the fault reported.
-std::istream* openInput(const std::string& path, std::ifstream& file);
+/// @return the file, or standard input for "-".
+std::istream& openInput(const std::string& path, std::ifstream& file);
 
-/// Whether standard input ended by an error, which its stream does not tell from the end. A file's stream throws.
-bool standardInputFailed();
+/// Throws if standard input has ended with an error. Its stream ends in the same way; a file's stream throws.
+void checkStandardInput();
 
-/// Reports that a statement failed. @param what comes first; may be empty.
-ExitCode failed(const Context& context, const std::string& what);
+/// Throws unless @p text is a table's name, qualified or quoted, and nothing else: it is put into SQL unchanged.
+void checkTableName(const std::string& text);
+bool isTableName(const std::string& text);
 
-/// Commits the transaction of --single-transaction, or rolls it back when @p code is a failure or becomes one here.
-/// @param place comes first in what is reported. @return why some of it may be stored after a failure; else empty
-std::string endTransaction(Context& context, ExitCode& code, const std::string& place);
+/// Reports a failure, which may be the effect of an interrupt. @param place comes first. @return the code to end with
+ExitCode report(Context& context, const Failure& failure, const std::string& place);
+
+void checkInterrupt();
+
+/// Commits the transaction of --single-transaction. @param path of the file that was run or loaded
+void commit(WritingSession& session, const std::string& path);
+
+/// Rolls it back. @return why some of it may be stored all the same; empty if none is.
+std::string rollBack(WritingSession& session);
 
 /// A remark between rows for a person, else on standard error.
 void remark(Context& context, const std::string& text);
 
-/// How fast it went, when --timing asks.
-void tellTiming(const Context& context, unsigned long long rows, double elapsed);
-
-/// A table's name, qualified or quoted, and nothing else: it stands in SQL as it is.
-bool isTableName(const std::string& text);
+/// Shows how fast it was, with --timing.
+void showTiming(const Context& context, unsigned long long rows, double elapsed);
 
 /// Checks everything, with a session of its own.
 ExitCode runDoctor(const Options& options, Output& out);

@@ -155,15 +155,15 @@ bool checkClassPath(Report& report, const Options& options, ClassPath& classPath
 bool checkConnection(Report& report, const Options& options, const ClassPath& classPath) {
   report.heading(std::string("Connection, through ") + options.carrier->name);
   const std::unique_ptr<Session> session = options.carrier->make();
-  const bool connected = session->open(options.target);
+  const std::optional<Failure> failure = attempt([&] { session->open(options.target); });
   const std::string name = session->url().empty() ? options.target.url + options.target.type : session->url();
-  if (!connected) {
-    report.bad("connect", name + ": " + session->error(), fixFor(session->error(), name, classPath));
-    if (options.verbose) report.details(session->details());
+  if (failure) {
+    report.bad("connect", name + ": " + failure->what(), fixFor(failure->what(), name, classPath));
+    if (options.verbose) report.details(failure->details);
     return false;
   }
   report.good("connect", name);
-  session->close();
+  attempt([&session] { session->close(); });
   return true;
 }
 

@@ -1,9 +1,7 @@
 #include <strings.h>
 
-#include <algorithm>
 #include <filesystem>
 
-#include "KivoUtf8.h"
 #include "cli/commands.h"
 #include "sql/csv_reader.h"
 #include "terminal/interrupt.h"
@@ -16,22 +14,12 @@ namespace {
 
 using Record = std::vector<CsvField>;
 
-/// What a row of the table is made of.
-struct Line {
-  Record values;
-  std::size_t number;  ///< of the file's line on which it begins
-};
-
 /// A batch lies in the Java heap when it is stored, in some databases' drivers several times over.
-constexpr unsigned long long kMaxBatchBytes = 4ULL << 20U;
-
-bool isAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-}
+constexpr std::size_t kMaxBatchBytes = std::size_t{4} << 20U;
 
 constexpr const char* kNotOnDisk = "they may not be on disk";
 
-/// The column of that name; the case counts only where names differ in nothing else.
+/// The column of that name; case counts only where names differ in nothing else.
 const Column* findColumn(const std::vector<Column>& columns, const std::string& name) {
   const Column* found = nullptr;
   for (const Column& column : columns) {
@@ -45,197 +33,216 @@ std::string range(unsigned long long first, unsigned long long last) {
   return first == last ? "row " + grouped(first) : "rows " + grouped(first) + " to " + grouped(last);
 }
 
+/// The records of a CSV file, checked.
+class Records {
+ public:
+  Records(const std::string& path, std::istream& input) : path_(path), reader_(input) {}
+
+  /// Reads the header. @return those of @p columns that it names, in its order
+  std::vector<Column> header(const std::vector<Column>& columns, const std::string& table) {
+    Record header;
+    if (!read(header)) fail("the file is empty");
+    std::vector<Column> chosen;
+    for (const CsvField& field : header) {
+      const Column* column = findColumn(columns, field.text);
+      if (column == nullptr) fail(table + " has no column \"" + field.text + "\"");
+      chosen.push_back(*column);
+    }
+    return chosen;
+  }
+
+  /// Reads a record with a value for each column. @return false at the end.
+  bool next(Record& record, std::size_t columns) {
+    do {
+      if (!read(record)) return false;
+      // An empty line is a value only where there is one column.
+    } while (columns > 1 && record.size() == 1 && record[0].text.empty() && !record[0].quoted);
+    const std::string line = "line " + std::to_string(reader_.line());
+    if (record.size() != columns) {
+      fail(line + " has " + counted(record.size(), "value") + " for " + counted(columns, "column"));
+    }
+    for (const CsvField& field : record) {
+      if (!isUtf8(field.text)) fail(line + " is not UTF-8");
+    }
+    return true;
+  }
+
+  std::size_t line() const { return reader_.line(); }
+  unsigned long long bytes() const { return reader_.bytes(); }
+
+ private:
+  [[noreturn]] void fail(const std::string& fault) const { throw Failure(path_ + ": " + fault); }
+
+  bool read(Record& record) {
+    bool found = false;
+    const std::optional<Failure> failure = attempt([&] { found = reader_.next(record); });
+    checkStandardInput();
+    if (failure) fail(failure->what());
+    if (!found && !reader_.error().empty()) fail(reader_.error());
+    return found;
+  }
+
+  const std::string& path_;
+  CsvReader reader_;
+};
+
+/// Rows that are stored together, with the lines of the file on which they begin.
+class Batch {
+ public:
+  void add(const Record& record, std::size_t line, const std::string& null) {
+    for (const CsvField& field : record) rows_.add({field.text, !field.quoted && field.text == null});
+    lines_.push_back(line);
+  }
+
+  void clear() {
+    rows_.clear();
+    lines_.clear();
+  }
+
+  std::size_t size() const { return lines_.size(); }
+  std::size_t bytes() const { return rows_.bytes(); }
+  PackedRows& rows() { return rows_; }
+
+  /// Where in the file it failed. @param before rows of the file before it. @param row the failed one, if known
+  std::string place(unsigned long long before, std::optional<std::size_t> row) const {
+    if (row) return "row " + grouped(before + *row + 1) + ", line " + std::to_string(lines_[*row]);
+    return range(before + 1, before + size()) + ", from line " + std::to_string(lines_.front());
+  }
+
+ private:
+  PackedRows rows_;
+  std::vector<std::size_t> lines_;
+};
+
+/// Which rows of the file are in the table.
+struct Outcome {
+  unsigned long long stored = 0;
+  unsigned long long tried = 0;
+  std::string doubt;  ///< why rows that were tried may be stored although they failed
+
+  std::string text(const std::string& path) const {
+    const std::string sure = range(1, stored) + " of " + path + (stored == 1 ? " is stored" : " are stored");
+    if (doubt.empty()) return stored == 0 ? "no row of " + path + " is stored" : "only " + sure;
+    const std::string unsure = range(stored + 1, tried) + " of " + path + " may be stored: " + doubt;
+    return stored == 0 ? unsure : sure + ", " + unsure;
+  }
+};
+
 /// Loads one file into one table.
 class Loader {
  public:
   Loader(Context& context, std::istream& input, unsigned long long size)
-      : context_(context),
-        writing_(*context.session.writing()),
-        path_(context.options.arguments[0]),
-        table_(context.options.arguments[1]),
-        null_(context.options.null.value_or("")),
-        reader_(input),
-        progress_(size) {}
+      : context_(context), writing_(*context.session.writing()), records_(path_, input), progress_(size) {}
 
   ExitCode run() {
-    if (!context_.session.describe(table_)) return stopped(failed(""));
-    columns_ = context_.session.columns();
-    if (!context_.options.noHeader && !readHeader()) return stopped(refused());
-    std::vector<std::string> names;
-    for (const Column& column : columns_) names.push_back(column.name);
-    if (!writing_.prepareRows(table_, names)) return stopped(failed(""));
-    durable_ = writing_.syncRows();
-    transactional_ = writing_.undoesRows();
-    if (!context_.options.singleTransaction) return stopped(loadAll());
-    if (!transactional_) {
-      fault_ = table_ + " is not known to have transactions, which --single-transaction needs";
-      return stopped(refused());
-    }
-    if (!writing_.beginTransaction()) return stopped(failed(""));
-    return stopped(ended(loadAll()));
-  }
-
- private:
-  /// @return false at the end, and on a fault.
-  bool nextRecord(Record& record) {
-    try {
-      const bool read = reader_.next(record);
-      if (standardInputFailed()) return fail("cannot read standard input");
-      return read || fail(reader_.error());
-    } catch (const std::ios_base::failure& failure) {
-      return fail(failure.what());
-    }
-  }
-
-  bool readHeader() {
-    Record header;
-    if (!nextRecord(header)) return fail(fault_.empty() ? "the file is empty" : fault_);
-    std::vector<Column> chosen;
-    for (const CsvField& field : header) {
-      const Column* column = findColumn(columns_, field.text);
-      if (column == nullptr) return fail(table_ + " has no column \"" + field.text + "\"");
-      chosen.push_back(*column);
-    }
-    columns_ = chosen;
-    return true;
-  }
-
-  ExitCode loadAll() {
-    Record record;
-    while (nextRecord(record)) {
-      // A line with nothing on it is a value only where there is one column.
-      if (record.size() == 1 && columns_.size() > 1 && record[0].text.empty() && !record[0].quoted) continue;
-      if (!accepts(record)) return refused();
-      batch_.push_back({std::move(record), reader_.line()});
-      if (batch_.size() < context_.options.batchRows && reader_.bytes() - storedBytes_ < kMaxBatchBytes) continue;
-      if (const ExitCode code = store(); code != kDone) return code;
-    }
-    return fault_.empty() ? store() : refused();
-  }
-
-  /// Ends the transaction of all the rows.
-  ExitCode ended(ExitCode code) {
+    const std::optional<Failure> failure = attempt([this] { load(); });
     progress_.stop();
-    const bool complete = code == kDone;
-    doubt_ = endTransaction(context_, code, path_ + ": ");
-    // What nobody tried to commit went with the connection.
-    if (!complete && context_.session.isBroken()) doubt_.clear();
-    if (code != kDone || !durable_ || writing_.syncRows()) return code;
-    doubt_ = kNotOnDisk;
-    return failed(path_ + ": ");
-  }
-
-  bool accepts(const Record& record) {
-    const std::string place = "line " + std::to_string(reader_.line());
-    if (record.size() != columns_.size()) {
-      return fail(place + " has " + counted(record.size(), "value") + " for " + counted(columns_.size(), "column"));
+    if (failure) {
+      const ExitCode code = report(context_, *failure, "");
+      if (asOne_) undo();
+      complain(outcome_.text(path_));
+      return code;
     }
-    for (const CsvField& field : record) {
-      if (!isAscii(field.text) && kivo::utf8::toModified(field.text).replacements > 0)
-        return fail(place + " is not UTF-8");
-    }
-    return true;
-  }
-
-  /// Stores the batch, or nothing of it, except where doubt_ says otherwise.
-  bool storeBatch() {
-    packed_.clear();
-    for (const Line& line : batch_) {
-      for (const CsvField& field : line.values) packed_.add({field.text, !field.quoted && field.text == null_});
-    }
-    const bool stored = writing_.storeRows(packed_);
-    // A database that cannot write closes itself, and may lose what it had committed.
-    if (durable_ && !context_.options.singleTransaction && !writing_.syncRows()) doubt_ = kNotOnDisk;
-    if (stored || !doubt_.empty() || broke()) return doubt_.empty();
-    if (!transactional_) doubt_ = "the table has no transactions";
-    if (transactional_ && !Interrupt::happened()) failed_ = writing_.failedRow(packed_);
-    return false;
-  }
-
-  bool broke() {
-    if (!context_.session.isBroken()) return false;
-    doubt_ = "the connection broke";
-    return true;
-  }
-
-  ExitCode store() {
-    if (Interrupt::happened()) return failed("");
-    if (!batch_.empty() && !storeBatch()) return failed(place() + ": ");
-    stored_ += batch_.size();
-    batch_.clear();
-    storedBytes_ = reader_.bytes();
-    progress_.advance(stored_, reader_.bytes());
+    remark(context_, counted(outcome_.stored, "row") + " stored in " + table_);
+    showTiming(context_, outcome_.stored, watch_.elapsed());
     return kDone;
   }
 
-  bool fail(const std::string& fault) {
-    fault_ = fault;
-    return false;
-  }
-
-  ExitCode failed(const std::string& what) {
-    progress_.stop();
-    return kivosql::failed(context_, what);
-  }
-
-  ExitCode refused() {
-    if (Interrupt::happened()) return failed("");
-    progress_.stop();
-    complain(path_ + ": " + fault_);
-    return kFailed;
-  }
-
-  /// Where in the file the batch failed.
-  std::string place() const {
-    if (!failed_) {
-      return path_ + ", " + range(stored_ + 1, stored_ + batch_.size()) + ", from line " +
-             std::to_string(batch_.front().number);
+ private:
+  void load() {
+    std::vector<Column> columns = context_.session.describe(table_);
+    if (!context_.options.noHeader) columns = records_.header(columns, table_);
+    rows_ = writing_.loader(table_, columns);
+    durable_ = !attempt([this] { rows_->sync(); });
+    undoes_ = rows_->undoes();
+    if (context_.options.singleTransaction) begin();
+    Record record;
+    while (records_.next(record, columns.size())) {
+      batch_.add(record, records_.line(), context_.options.null.value_or(""));
+      if (batch_.size() >= context_.options.batchRows || batch_.bytes() >= kMaxBatchBytes) store();
     }
-    return path_ + ", row " + grouped(stored_ + *failed_ + 1) + ", line " + std::to_string(batch_[*failed_].number);
+    store();
+    if (asOne_) finish();
   }
 
-  /// Exactly which rows are in the table, where that can be known.
-  void tellStored() const {
-    const bool counts = !context_.options.singleTransaction && (doubt_.empty() || durable_);
-    const unsigned long long certain = counts ? stored_ : 0;
-    const std::string sure = range(1, certain) + " of " + path_ + (certain == 1 ? " is stored" : " are stored");
-    const std::string unsure =
-        range(certain + 1, stored_ + batch_.size()) + " of " + path_ + " may be stored: " + doubt_;
-    if (doubt_.empty()) {
-      complain(certain == 0 ? "no row of " + path_ + " is stored" : "only " + sure);
-    } else {
-      complain(certain == 0 ? unsure : sure + ", " + unsure);
+  void begin() {
+    if (!undoes_) {
+      throw Failure(path_ + ": " + table_ + " is not known to have transactions, which --single-transaction needs");
     }
+    writing_.beginTransaction();
+    asOne_ = true;
   }
 
-  /// The last word.
-  ExitCode stopped(ExitCode code) {
-    progress_.stop();
-    if (code == kDone) {
-      remark(context_, counted(stored_, "row") + " stored in " + table_);
-      tellTiming(context_, stored_, watch_.elapsed());
-    } else {
-      tellStored();
+  /// Stores the batch.
+  void store() {
+    checkInterrupt();
+    if (batch_.size() == 0) return;
+    outcome_.tried = outcome_.stored + batch_.size();
+    std::optional<Failure> failure = attempt([this] { rows_->store(batch_.rows()); });
+    // A database that cannot write closes itself, and may lose what it had committed.
+    if (!asOne_) sync(failure);
+    if (failure) diagnose(*failure);
+    outcome_.stored = outcome_.tried;
+    batch_.clear();
+    progress_.advance(outcome_.stored, records_.bytes());
+  }
+
+  void sync(std::optional<Failure>& failure) {
+    const std::optional<Failure> unwritten = durable_ ? attempt([this] { rows_->sync(); }) : std::nullopt;
+    if (!unwritten) return;
+    failure = unwritten;
+    outcome_.doubt = kNotOnDisk;
+  }
+
+  /// Throws why and where the batch failed.
+  [[noreturn]] void diagnose(Failure failure) {
+    std::optional<std::size_t> row;
+    if (!outcome_.doubt.empty()) {
+      // No row of it is at fault.
+    } else if (context_.session.isBroken()) {
+      outcome_.doubt = "the connection broke";
+    } else if (!undoes_) {
+      outcome_.doubt = "the table has no transactions";
+    } else if (!Interrupt::happened()) {
+      row = rows_->failedRow(batch_.rows(), failure);
     }
-    return code;
+    const std::string place = batch_.place(outcome_.stored, row);
+    // What was committed before may not be on disk either.
+    if (!outcome_.doubt.empty() && !durable_) outcome_.stored = 0;
+    throw failure.at(path_ + ", " + place + ": ");
+  }
+
+  /// Ends the transaction of all the rows.
+  void finish() {
+    committing_ = true;
+    commit(writing_, path_);
+    asOne_ = false;
+    std::optional<Failure> failure;
+    sync(failure);
+    if (!failure) return;
+    outcome_.stored = 0;
+    throw failure->at(path_ + ": ");
+  }
+
+  void undo() {
+    outcome_.stored = 0;
+    outcome_.doubt = rollBack(writing_);
+    // A connection that broke before the commit took all the rows with it.
+    if (!committing_ && context_.session.isBroken()) outcome_.doubt.clear();
   }
 
   Context& context_;
   WritingSession& writing_;
-  const std::string path_;
-  const std::string table_;
-  const std::string null_;
-  CsvReader reader_;
-  std::vector<Column> columns_;
-  bool durable_ = false;  ///< the user may have the database write to disk
-  bool transactional_ = true;
-  std::vector<Line> batch_;
-  PackedRows packed_;
-  std::optional<std::size_t> failed_;  ///< of the batch
-  std::string doubt_;                  ///< why some of the batch may be stored although it failed
-  unsigned long long stored_ = 0;
-  unsigned long long storedBytes_ = 0;  ///< of the file
-  std::string fault_;
+  const std::string& path_ = context_.options.arguments[0];
+  const std::string& table_ = context_.options.arguments[1];
+  Records records_;
+  Batch batch_;
+  std::unique_ptr<RowLoader> rows_;
+  bool durable_ = false;  ///< the user may make the database write to disk
+  bool undoes_ = true;
+  bool asOne_ = false;  ///< all rows are one transaction, which is open
+  bool committing_ = false;
+  Outcome outcome_;
   Stopwatch watch_;
   Progress progress_;
 };
@@ -244,17 +251,12 @@ class Loader {
 
 ExitCode runLoad(Context& context) {
   const std::string& path = context.options.arguments[0];
-  const std::string& table = context.options.arguments[1];
-  if (!isTableName(table)) {
-    complain("\"" + table + "\" is not the name of a table");
-    return kWrongUse;
-  }
+  checkTableName(context.options.arguments[1]);
   std::error_code unknown;
   const auto size = std::filesystem::file_size(path, unknown);
   std::ifstream file;
-  std::istream* const input = openInput(path, file);
-  if (input == nullptr) return kWrongUse;
-  return Loader(context, *input, unknown ? 0 : size).run();
+  std::istream& input = openInput(path, file);
+  return Loader(context, input, unknown ? 0 : size).run();
 }
 
 }  // namespace kivosql

@@ -7,9 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "RowBlocks.h"
-#include "sql/sql_types.h"
-#include "terminal/messages.h"
+#include "failure.h"
 
 namespace kivosql {
 
@@ -28,7 +26,7 @@ struct Target {
 
 struct Column {
   std::string name;
-  int type = 0;  ///< code of java.sql.Types; 0 when the session does not know it
+  int type = 0;  ///< code of java.sql.Types; 0 if the session does not know it
   std::string typeName;
 };
 
@@ -39,54 +37,21 @@ struct Cell {
 };
 using Row = std::vector<Cell>;
 
-/// Whether the text reaches Java as it stands.
-bool isUtf8(const std::string& text);
-
-/// Text, and a target's texts, on the way to Java.
-std::string toJava(const std::string& text);
-Target toJava(const Target& target);
-
-/// Text on the way back.
-std::string fromJava(const std::string& text);
-
-enum class Step { row, end, failed };
-
-/// The rows of an open result, read by the block.
-class BlockRows {
- public:
-  /// @param source a JdbcUtils or a jdbcWrapper
-  template <typename Source>
-  void open(Source& source) {
-    RowBlocksOptions options;
-    options.standardUtf8 = true;
-    // A person sees each row as it comes.
-    if (outputOnTerminal()) options.maxRows = 1;
-    blocks_.emplace(source, options);
-    row_ = 0;
-  }
-
-  /// Fills @p row, whose texts are good until the next call. Without open() the rows have ended.
-  Step next(Row& row);
-
-  const std::string& error() const { return blocks_->errorMessage; }
-
- private:
-  std::optional<RowBlocks> blocks_;
-  int row_ = 0;
-};
+/// Whether the text reaches Java unchanged.
+bool isUtf8(std::string_view text);
 
 /// Rows of text on their way to a table.
 class PackedRows {
  public:
   void add(const Cell& cell);
   void clear();
+  std::size_t bytes() const { return text.size() + ends.size() * sizeof(ends[0]); }
 
   std::vector<std::int32_t> ends;  ///< where each value's text ends; the complement for NULL
   std::string text;                ///< the values, one after the other
 };
 
-/// What the commands read from a database, whichever of the library's classes carries it. After a failure error() says
-/// why. One thread, save for cancel().
+/// Reads from a database through one of the library's classes. Members throw Failure. One thread, except cancel().
 class Session {
  public:
   virtual ~Session() = default;
@@ -94,99 +59,90 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  /// Connects. The URL in effect is url() from then on.
-  virtual bool open(const Target& target) = 0;
+  /// Connects. Afterwards url() is the URL in effect, also after a failure.
+  void open(const Target& target);
+  const std::string& url() const { return url_; }
 
-  /// Starts a query; columns() then describes its rows. @param maxRows 0 is no limit.
-  virtual bool query(const std::string& sql, int maxRows) = 0;
+  /// Starts a query. @param maxRows 0 is no limit. @param blockRows how many rows may be read ahead. @return the
+  /// columns
+  virtual std::vector<Column> query(const std::string& sql, int maxRows, int blockRows) = 0;
 
-  /// Fills @p row with the next row of the query; its texts are good until the next call.
-  virtual Step next(Row& row) = 0;
+  /// Fills @p row with the next row of the query; its texts are valid until the next call. @return false at the end.
+  virtual bool next(Row& row) = 0;
 
-  /// @return null for one that only reads.
+  std::vector<std::string> tables();
+
+  /// @param table a name as it stands in SQL. @return its columns
+  virtual std::vector<Column> describe(const std::string& table);
+
+  /// @return null for a session that only reads.
   virtual class WritingSession* writing() { return nullptr; }
 
-  virtual bool tables(std::vector<std::string>& names) = 0;
-
-  /// Makes columns() those of the table. @param table a name as it stands in SQL.
-  virtual bool describe(const std::string& table);
-
-  /// Asks the database to give up the statement that runs. Any thread, between open() and close().
-  /// @return false when the database cannot be reached.
+  /// Cancels the running statement. Any thread, between open() and close().
+  /// @return false if the database cannot be reached.
   virtual bool cancel() = 0;
 
-  /// Whether the connection has gone, and with it the answer to what ran last. error() stays.
+  /// Whether the connection is lost, and with it the outcome of the last statement.
   virtual bool isBroken() { return false; }
 
-  /// Ends what is open; that is when a database may refuse what the last query changed.
-  /// @return false when it did, or when closing failed in another way.
-  virtual bool close() = 0;
-
-  const std::vector<Column>& columns() const { return columns_; }
-  const std::string& url() const { return url_; }
-  const std::string& error() const { return error_; }
-  /// Java's full error output, stack traces included.
-  const std::string& details() const { return details_; }
+  /// Ends what is open. A database may refuse only now what the last query changed, which is a failure.
+  virtual void close() = 0;
 
  protected:
-  /// Makes columns() of what @p describe(column, name, type) tells, columns counted from 0; false when one fails.
-  template <typename Describe>
-  bool setColumns(int count, Describe describe) {
-    columns_.assign(static_cast<std::size_t>(count < 0 ? 0 : count), {});
-    int number = 0;
-    for (Column& column : columns_) {
-      if (!describe(number++, column.name, column.type)) return false;
-      column.name = fromJava(column.name);
-      column.typeName = typeName(column.type);
-    }
-    return count >= 0;
-  }
+  // The hooks have Java's text on both sides. They return false on failure, and check() then throws it.
+  virtual bool connect(Target& target) = 0;
+  virtual bool list(std::vector<std::string>& tables) = 0;
+  virtual void check(bool worked) = 0;
 
-  std::vector<Column> columns_;
+ private:
   std::string url_;
-  std::string error_;
-  std::string details_;
 };
 
-/// One that changes data as well.
-class WritingSession : public Session {
+/// Stores rows of text in one table.
+class RowLoader {
  public:
-  /// @return the number of rows changed, negative on failure.
-  virtual int update(const std::string& sql) = 0;
-
-  /// Begins a transaction, which all that follows is a part of.
-  virtual bool beginTransaction() = 0;
-
-  /// Ends it. @return false when the commit was refused, which a rollback must follow, or when the rollback left
-  /// something stored, as far as that can be known.
-  virtual bool endTransaction(bool commit) = 0;
-
-  /// Gets ready to store rows. @param table its name as it stands in SQL. @param columns by their exact names
-  virtual bool prepareRows(const std::string& table, const std::vector<std::string>& columns) = 0;
+  virtual ~RowLoader() = default;
 
   /// Whether the table can undo rows.
-  virtual bool undoesRows() = 0;
+  virtual bool undoes() = 0;
 
-  /// Stores rows as one transaction. @return whether all are stored; otherwise none is, as far as the table can undo
-  /// rows, unless isBroken().
-  virtual bool storeRows(PackedRows& rows) = 0;
+  /// Stores rows as one transaction. After a failure none is stored, unless the table cannot undo rows or the
+  /// connection is broken.
+  virtual void store(PackedRows& rows) = 0;
 
-  /// Finds the row for which storeRows() failed just now; error() is then that row's. The rows are stored one by one,
-  /// and undone again: only for a table that can.
-  /// @return counted from 0; nothing when it is unknown.
-  virtual std::optional<std::size_t> failedRow(PackedRows& rows) = 0;
+  /// Finds the row for which store() has just failed: stores the rows one by one and undoes them. Only for a table that
+  /// can. @param why receives that row's failure. @return counted from 0; nothing if it is unknown.
+  virtual std::optional<std::size_t> failedRow(PackedRows& rows, Failure& why) = 0;
 
-  /// Has the database write what is stored to disk, where a commit does not wait for that.
-  virtual bool syncRows() = 0;
+  /// Makes the database write what is stored to disk, if a commit does not wait for that.
+  virtual void sync() = 0;
 };
 
-/// A way through the library: one class each.
+/// A session that also changes data.
+class WritingSession : public Session {
+ public:
+  WritingSession* writing() override { return this; }
+
+  /// @return the number of rows changed.
+  virtual int update(const std::string& sql) = 0;
+
+  /// Begins a transaction that includes all that follows, loaded rows too.
+  virtual void beginTransaction() = 0;
+
+  /// A refused commit must be followed by a rollback. A rollback fails if something is known to stay stored.
+  virtual void endTransaction(bool commit) = 0;
+
+  /// @param table its name as it stands in SQL. @param columns those to fill, with their exact names
+  virtual std::unique_ptr<RowLoader> loader(const std::string& table, const std::vector<Column>& columns) = 0;
+};
+
+/// A class of the library to go through.
 struct Carrier {
   const char* name;
   const char* about;
   bool writes;
   bool takesParts;   ///< of a URL, instead of one
-  bool vendorsOnly;  ///< of databases, the vendors of JdbcUtils only
+  bool vendorsOnly;  ///< only databases that JdbcUtils has as vendors
   std::unique_ptr<Session> (*make)();
 };
 
@@ -199,17 +155,5 @@ constexpr Carrier kCarriers[] = {
     {"jdbc", "JdbcUtils: the vendors' own DataSource classes", false, true, true, makeJdbcSession},
     {"bridge", "JavaConnectionUtils: a Java class of yours, --class", false, false, false, makeBridgeSession},
 };
-
-/// Calls cancel() of a Java object from a thread that is not attached. @return whether that worked.
-bool cancelInJava(void* object);
-
-/// The same for a statement of a driver, in the way that the driver needs.
-bool cancelStatementInJava(void* statement);
-
-/// Calls close() of a Java object, if its class has one. @return false, with the exception described, when it threw.
-bool closeInJava(JNIEnv* env, void* object);
-
-/// Whether isValid() of a Java object, null for one that is closed, says no.
-bool isBrokenInJava(JNIEnv* env, void* object);
 
 }  // namespace kivosql

@@ -1,108 +1,161 @@
 #include "jdbcWrapper.h"
-#include "session/java_errors.h"
-#include "session/java_row_loader.h"
-#include "session/session.h"
+#include "session/block_rows.h"
 
 namespace kivosql {
 
 namespace {
 
+constexpr const char* kUnusable = "could not use the companion jar, or memory ran out";
+
+/// Local references of a native thread live until they are released; these go with the object. An exception, too.
+class LocalFrame {
+ public:
+  explicit LocalFrame(JNIEnv* env) : env_(env), pushed_(env->PushLocalFrame(16) == 0) {}
+  ~LocalFrame() {
+    env_->ExceptionClear();
+    if (pushed_) env_->PopLocalFrame(nullptr);
+  }
+  LocalFrame(const LocalFrame&) = delete;
+  LocalFrame& operator=(const LocalFrame&) = delete;
+
+ private:
+  JNIEnv* env_;
+  bool pushed_;
+};
+
+/// Why the last call to an object of the companion jar failed.
+Failure failureOf(JNIEnv* env, jobject object) {
+  const auto text = call<jobject>(env, object, "getErrorMessage", "()Ljava/lang/String;");
+  auto* const string = static_cast<jstring>(text.value_or(nullptr));
+  const char* characters = string == nullptr ? nullptr : env->GetStringUTFChars(string, nullptr);
+  if (characters == nullptr) return Failure(kUnusable);
+  Failure failure = javaFailure(fromJava(characters));
+  env->ReleaseStringUTFChars(string, characters);
+  return failure;
+}
+
+/// @param worked what a method of the object returned. An exception from it stays in the caller's frame.
+void check(JNIEnv* env, jobject object, std::optional<bool> worked) {
+  if (worked != true) throw failureOf(env, object);
+}
+
+/// The companion jar's RowLoader.
+class JavaRowLoader : public RowLoader {
+ public:
+  /// @param loader a global reference, owned from now on
+  JavaRowLoader(JNIEnv* env, jobject loader) : env_(env), loader_(loader) {}
+  ~JavaRowLoader() override { env_->DeleteGlobalRef(loader_); }
+  JavaRowLoader(const JavaRowLoader&) = delete;
+  JavaRowLoader& operator=(const JavaRowLoader&) = delete;
+
+  void prepare() { run("prepare"); }
+
+  void sync() override { run("sync"); }
+
+  bool undoes() override {
+    const LocalFrame frame(env_);
+    return call<bool>(env_, loader_, "undoes", "()Z") == true;
+  }
+
+  void store(PackedRows& rows) override {
+    // Java counts the bytes of a text in an int.
+    if (rows.text.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
+    const LocalFrame frame(env_);
+    check(env_, loader_, callWith<bool>(rows, "store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
+  }
+
+  std::optional<std::size_t> failedRow(PackedRows& rows, Failure& why) override {
+    const LocalFrame frame(env_);
+    const auto row = callWith<jint>(rows, "failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I");
+    if (row.value_or(-1) < 0) return {};
+    why = failureOf(env_, loader_);
+    return *row;
+  }
+
+ private:
+  void run(const char* method) {
+    const LocalFrame frame(env_);
+    check(env_, loader_, call<bool>(env_, loader_, method, "()Z"));
+  }
+
+  template <typename Result>
+  std::optional<Result> callWith(PackedRows& rows, const char* method, const char* signature) {
+    const auto size = static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0]));
+    const jobject ends = env_->NewDirectByteBuffer(rows.ends.data(), size);
+    if (ends == nullptr) return {};
+    const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
+    return call<Result>(env_, loader_, method, signature, ends, text);
+  }
+
+  JNIEnv* env_;
+  jobject loader_;
+};
+
 /// Any JDBC driver, errors as text; it streams large results by itself.
 class WrapperSession : public WritingSession {
  public:
-  bool open(const Target& target) override {
-    if (!done(database_.errorState == 0)) return false;
-    Target java = toJava(target);
-    const bool connected = database_.setUrl(java.type, java.host, java.port, java.instance, java.database, java.url) &&
-                           database_.getConnection(java.user, java.password) && database_.getStatement();
-    url_ = fromJava(java.url);
-    return done(connected);
+  std::vector<Column> query(const std::string& sql, int maxRows, int blockRows) override {
+    check(database_.executeQuery(toJava(sql), maxRows) && rows_.describe(database_, 1));
+    rows_.open(database_, blockRows);
+    return rows_.columns();
   }
 
-  bool query(const std::string& sql, int maxRows) override {
-    const auto describe = [this](int column, std::string& name, int& type) {
-      return database_.getColumnInfo(column + 1, name, type);
-    };
-    if (!done(database_.executeQuery(toJava(sql), maxRows) && setColumns(database_.getNumColumns(), describe))) {
-      return false;
-    }
-    rows_.open(database_);
-    return true;
-  }
-
-  Step next(Row& row) override {
-    const Step step = rows_.next(row);
-    if (step == Step::failed) setError(rows_.error());
-    return step;
-  }
+  bool next(Row& row) override { return rows_.next(row); }
 
   int update(const std::string& sql) override {
     const int count = database_.executeUpdate(toJava(sql));
-    done(count >= 0);
+    check(count >= 0);
     return count;
   }
 
-  WritingSession* writing() override { return this; }
+  void beginTransaction() override { transact("beginTransaction"); }
 
-  bool prepareRows(const std::string& table, const std::vector<std::string>& columns) override {
-    return worked(loader_.prepare(database_.env, database_.utilitiesObject, table, columns));
-  }
+  void endTransaction(bool commit) override { transact(commit ? "commitTransaction" : "rollbackTransaction"); }
 
-  bool undoesRows() override { return loader_.undoes(); }
-
-  bool storeRows(PackedRows& rows) override { return worked(loader_.store(rows)); }
-
-  std::optional<std::size_t> failedRow(PackedRows& rows) override {
-    const std::optional<std::size_t> row = loader_.failedRow(rows);
-    if (row) setError(loader_.error());
-    return row;
-  }
-
-  bool syncRows() override { return worked(loader_.sync()); }
-
-  bool beginTransaction() override { return transact("beginTransaction"); }
-
-  bool endTransaction(bool commit) override { return transact(commit ? "commitTransaction" : "rollbackTransaction"); }
-
-  bool tables(std::vector<std::string>& names) override {
-    if (!done(database_.getTables(names))) return false;
-    for (std::string& name : names) name = fromJava(name);
-    return true;
+  std::unique_ptr<RowLoader> loader(const std::string& table, const std::vector<Column>& columns) override {
+    std::string names;
+    for (const Column& column : columns) names += column.name + '\0';
+    JNIEnv* const env = database_.env;
+    const LocalFrame frame(env);
+    const jstring javaTable = env->NewStringUTF(toJava(table).c_str());
+    const jstring javaNames = javaTable == nullptr ? nullptr : env->NewStringUTF(toJava(names).c_str());
+    const auto made =
+        call<jobject>(env, database_.utilitiesObject, "loader",
+                      "(Ljava/lang/String;Ljava/lang/String;)Lcom/ulvanejdbc/RowLoader;", javaTable, javaNames);
+    const jobject kept = made ? env->NewGlobalRef(*made) : nullptr;
+    if (kept == nullptr) throw Failure(kUnusable);
+    auto loader = std::make_unique<JavaRowLoader>(env, kept);
+    loader->prepare();
+    return loader;
   }
 
   bool cancel() override { return cancelInJava(database_.utilitiesObject); }
 
   bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
 
-  bool close() override { return done(database_.closeConnection()); }
+  void close() override { check(database_.closeConnection()); }
 
  private:
-  bool done(bool result) {
-    if (result) return true;
-    setError(database_.errorMessage);
-    return false;
+  bool connect(Target& java) override {
+    return database_.errorState == 0 &&
+           database_.setUrl(java.type, java.host, java.port, java.instance, java.database, java.url) &&
+           database_.getConnection(java.user, java.password) && database_.getStatement();
   }
 
-  bool worked(bool result) {
-    if (!result) setError(loader_.error());
-    return result;
+  bool list(std::vector<std::string>& tables) override { return database_.getTables(tables); }
+
+  void check(bool worked) override {
+    if (!worked) throw javaFailure(fromJava(database_.errorMessage));
   }
 
-  bool transact(const char* method) {
-    std::string why;
-    const bool worked = callUtilities(database_.env, database_.utilitiesObject, method, why);
-    if (!worked) setError(why);
-    return worked;
-  }
-
-  void setError(const std::string& message) {
-    details_ = fromJava(message);
-    error_ = readable(details_, {});
+  void transact(const char* method) {
+    const LocalFrame frame(database_.env);
+    const jobject utilities = database_.utilitiesObject;
+    kivosql::check(database_.env, utilities, call<bool>(database_.env, utilities, method, "()Z"));
   }
 
   jdbcWrapper database_;
-  BlockRows rows_;        ///< of the last query; goes before the database
-  JavaRowLoader loader_;  ///< so does this
+  BlockRows rows_;  ///< of the last query; destroyed before the database
 };
 
 }  // namespace

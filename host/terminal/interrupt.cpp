@@ -9,7 +9,7 @@
 #include <csignal>
 #include <string>
 
-#include "cli/exit_codes.h"
+#include "failure.h"
 #include "terminal/messages.h"
 
 namespace kivosql {

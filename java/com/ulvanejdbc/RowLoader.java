@@ -12,8 +12,8 @@ import java.util.stream.Stream;
 
 /**
  * Stores rows of text in a table, by prepared statements whose parameters have the columns' types. Native code finds
- * this class and its methods by name. Nothing is thrown to it: a method that fails answers false, and {@link #error}
- * then says why.
+ * this class's methods by name. Nothing is thrown to it: a method that fails returns false, and {@link
+ * #getErrorMessage} then says why.
  */
 public final class RowLoader {
   /** PostgreSQL's protocol counts them in 16 bits, and its driver took them for signed. */
@@ -21,7 +21,7 @@ public final class RowLoader {
 
   private static final int NONE = -1;
 
-  private final jdbcUtilities utilities;
+  private final Session session;
   private final String table;
   private final String[] names;
   private LoadedColumn[] columns;
@@ -29,27 +29,23 @@ public final class RowLoader {
   private String row;
   private String error = "";
 
-  private RowLoader(jdbcUtilities utilities, String table, String[] names) {
-    this.utilities = utilities;
-    this.table = table;
-    this.names = names;
-  }
-
   /**
    * @param table its name as it stands in SQL
    * @param names of columns, exactly as the database has them
    */
-  public static RowLoader of(jdbcUtilities utilities, String table, String[] names) {
-    return new RowLoader(utilities, table, names);
+  RowLoader(Session session, String table, String[] names) {
+    this.session = session;
+    this.table = table;
+    this.names = names;
   }
 
-  public String error() {
+  public String getErrorMessage() {
     return error;
   }
 
   /** Finds out what the columns are. To be called once, before the rest. */
   public boolean prepare() {
-    return attempt(() -> session().runAsOne(this::prepare));
+    return attempt(() -> session.runAsOne(this::prepare));
   }
 
   private void prepare(Connection connection) throws SQLException {
@@ -86,7 +82,7 @@ public final class RowLoader {
   public boolean store(ByteBuffer ends, ByteBuffer text) {
     return attempt(() -> {
       LoadedRows rows = new LoadedRows(ends, text, columns.length);
-      session().runAsOne(connection -> store(connection, rows));
+      session.runAsOne(connection -> store(connection, rows));
     });
   }
 
@@ -102,18 +98,18 @@ public final class RowLoader {
     if (rowsEach == 0 || statements == 0) return;
     int atOnce = database().statementsAtOnce();
     try (PreparedStatement statement = connection.prepareStatement(insert + rowPlaces(rowsEach))) {
-      session().setRunning(statement);
+      session.setRunning(statement);
       for (int count = 1; count <= statements; ++count) {
         for (int place = 0; place < rowsEach * columns.length; ++place) {
           columns[place % columns.length].bind(statement, place + 1, rows.next());
         }
         statement.addBatch();
         if (count % atOnce != 0 && count != statements) continue;
-        session().checkCancelled();
+        session.checkCancelled();
         statement.executeBatch();
       }
     } finally {
-      session().setRunning(null);
+      session.setRunning(null);
     }
   }
 
@@ -124,15 +120,15 @@ public final class RowLoader {
   /**
    * Finds the row for which {@link #store} failed just now, by storing the rows one by one and undoing them again.
    *
-   * @return counted from 0, with {@link #error} that row's; -1, with {@link #error} unchanged, when none fails alone or
-   *     the rows were not undone, since they would be stored twice
+   * @return counted from 0, with {@link #getErrorMessage} that row's; -1, with the error unchanged, when none fails
+   *     alone or the rows were not undone, since they would be stored twice
    */
   public int failedRow(ByteBuffer ends, ByteBuffer text) {
     int[] found = {NONE};
     try {
-      if (!session().undone()) return NONE;
+      if (!session.undone()) return NONE;
       LoadedRows rows = new LoadedRows(ends, text, columns.length);
-      session().runAsOne(connection -> {
+      session.runAsOne(connection -> {
         found[0] = firstFailing(connection, rows);
         throw new SQLException("only tried");
       });
@@ -146,7 +142,7 @@ public final class RowLoader {
     int number = 0;
     database().prepareLoad(connection);
     try (PreparedStatement statement = connection.prepareStatement(insert + row)) {
-      session().setRunning(statement);
+      session.setRunning(statement);
       for (; number < rows.count; ++number) {
         int place = 0;
         for (LoadedColumn column : columns) column.bind(statement, ++place, rows.next());
@@ -157,27 +153,23 @@ public final class RowLoader {
       error = ErrorText.of(failure);
       return number;
     } finally {
-      session().setRunning(null);
+      session.setRunning(null);
     }
   }
 
   /** Has the database write to disk what it committed, where a commit alone does not wait for that. */
   public boolean sync() {
-    return attempt(() -> database().sync(session().connection()));
+    return attempt(() -> database().sync(session.connection()));
   }
 
   /** Whether the table can undo rows. */
   public boolean undoes() {
     boolean[] undoes = {false};
-    return attempt(() -> undoes[0] = database().undoes(session().connection(), table)) && undoes[0];
-  }
-
-  private Session session() {
-    return utilities.session();
+    return attempt(() -> undoes[0] = database().undoes(session.connection(), table)) && undoes[0];
   }
 
   private Database database() {
-    return session().database();
+    return session.database();
   }
 
   private interface Step {

@@ -199,6 +199,16 @@ public class jdbcUtilities {
     return errorMessage;
   }
 
+  /**
+   * Makes a loader of rows. Native code finds it by name.
+   *
+   * @param table its name as it stands in SQL
+   * @param columns their names, exactly as the database has them, each with a NUL after it
+   */
+  RowLoader loader(String table, String columns) {
+    return new RowLoader(session, table, columns.split("\0"));
+  }
+
   /** For reading by the block. */
   Session session() {
     return session;

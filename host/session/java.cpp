@@ -1,0 +1,127 @@
+#include "session/java.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <sstream>
+
+#include "JavaVmHost.h"
+#include "KivoUtf8.h"
+
+namespace kivosql {
+
+namespace {
+
+bool startsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
+
+/// Drops the text up to and including the first @p mark.
+void dropThrough(std::string_view& text, std::string_view mark) {
+  const std::size_t at = text.find(mark);
+  if (at != std::string_view::npos) text.remove_prefix(at + mark.size());
+}
+
+/// The exception's class without its package, and its message; nothing for a line of a stack trace.
+std::string_view message(std::string_view line) {
+  const std::size_t indent = std::min(line.find_first_not_of(" \t\r"), line.size());
+  line.remove_prefix(indent);
+  if (indent > 0 && (startsWith(line, "at ") || startsWith(line, "... "))) return {};
+  if (startsWith(line, "Exception in thread \"")) dropThrough(line, "\" ");
+  if (startsWith(line, "Caused by: ")) dropThrough(line, ": ");
+
+  const std::size_t word = line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_.");
+  const bool isPackage = word != std::string_view::npos && word > 0 && line[word - 1] == '.' &&
+                         std::isupper(static_cast<unsigned char>(line[word])) != 0;
+  if (isPackage) line.remove_prefix(word);
+  return line;
+}
+
+/// Causes repeat one another, often under another exception's name.
+void append(std::string& paragraph, std::string_view text) {
+  std::string_view unnamed = text;
+  dropThrough(unnamed, ": ");
+  if (text.empty() || paragraph.find(unnamed) != std::string::npos) return;
+  if (!paragraph.empty()) paragraph += ' ';
+  paragraph += text;
+}
+
+/// Runs @p work on a thread that is not attached.
+template <typename Work>
+bool whileAttached(Work work) {
+  JNIEnv* env = nullptr;
+  if (_globaljvm->AttachCurrentThreadAsDaemon(reinterpret_cast<void**>(&env), nullptr) != JNI_OK) return false;
+  const bool worked = work(env);
+  env->ExceptionClear();
+  // Detaching releases local references too.
+  _globaljvm->DetachCurrentThread();
+  return worked;
+}
+
+}  // namespace
+
+std::string toJava(std::string_view text) { return kivo::utf8::toModified(text).text; }
+
+std::string fromJava(std::string_view text) { return kivo::utf8::toStandard(text).text; }
+
+std::string readable(const std::string& text, const std::string& descriptions) {
+  std::string paragraph;
+  std::istringstream lines(text + '\n' + descriptions);
+  for (std::string line; std::getline(lines, line);) append(paragraph, message(line));
+  return paragraph.empty() ? "the operation failed, and Java gave no reason" : paragraph;
+}
+
+Failure javaFailure(const std::string& text, const std::string& printed) {
+  return Failure(readable(text, printed), kFailed, printed.empty() ? text : printed);
+}
+
+JavaErrors::JavaErrors() : original_(dup(STDERR_FILENO)), file_(memfd_create("java-errors", MFD_CLOEXEC)) {
+  dup2(file_, STDERR_FILENO);
+}
+
+JavaErrors::~JavaErrors() {
+  dup2(original_, STDERR_FILENO);
+  close(original_);
+  close(file_);
+}
+
+std::string JavaErrors::take() const {
+  const off_t size = lseek(file_, 0, SEEK_CUR);
+  if (size <= 0) return {};
+  std::string printed(static_cast<std::size_t>(size), '\0');
+  const ssize_t length = pread(file_, printed.data(), printed.size(), 0);
+  printed.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+  // Descriptor 2 shares the offset, so what comes next is written at the file's beginning.
+  if (ftruncate(file_, 0) == 0) lseek(file_, 0, SEEK_SET);
+  return printed;
+}
+
+void JavaErrors::check(JNIEnv* env, bool worked, const std::string& text) const {
+  const bool pending = env != nullptr && env->ExceptionCheck() == JNI_TRUE;
+  if (pending) env->ExceptionDescribe();
+  const std::string printed = take();
+  if (!worked || pending) throw javaFailure(text, printed);
+}
+
+bool cancelInJava(jobject object) {
+  return whileAttached([object](JNIEnv* env) { return call<Nothing>(env, object, "cancel", "()V").has_value(); });
+}
+
+bool cancelStatementInJava(jobject statement) {
+  return whileAttached([statement](JNIEnv* env) {
+    const jclass type = env->FindClass("com/ulvanejdbc/Cancellation");
+    const jmethodID cancel =
+        type == nullptr ? nullptr : env->GetStaticMethodID(type, "cancel", "(Ljava/sql/Statement;)V");
+    if (cancel != nullptr) env->CallStaticVoidMethod(type, cancel, statement);
+    return env->ExceptionCheck() == JNI_FALSE;
+  });
+}
+
+bool isBrokenInJava(JNIEnv* env, jobject object) {
+  constexpr jint kPatienceSeconds = 5;
+  const auto isValid = call<bool>(env, object, "isValid", "(I)Z", kPatienceSeconds);
+  env->ExceptionClear();
+  return object == nullptr || isValid == false;
+}
+
+}  // namespace kivosql
