@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "sql/sql_types.h"
 
 namespace kivosql {
 
