@@ -13,7 +13,6 @@ enum ExitCode {
   kWrongUse = 2,
   kNoConnection = 3,
   kNoJvm = 4,
-  kSignalExit = 128,   ///< plus the signal's number, as a shell has it
   kInterrupted = 130,  ///< by Ctrl-C; Interrupt::exitCode() knows other signals
 };
 

@@ -36,7 +36,7 @@ void startJava(const Options& options) {
 ExitCode runCommand(Context& context) {
   ExitCode code = kDone;
   const std::optional<Failure> failure = attempt([&] {
-    const Interrupt interrupt(context.session);
+    const Interrupt interrupt([&context] { return context.session.cancel(); });
     code = context.options.command->run(context);
   });
   return failure ? report(context, *failure, "") : code;

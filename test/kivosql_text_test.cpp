@@ -11,7 +11,6 @@
 #include "sql/csv_reader.h"
 #include "sql/statement_splitter.h"
 #include "terminal/display.h"
-#include "terminal/fault_line.h"
 #include "terminal/formats.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -80,15 +79,14 @@ TEST(Kivosql, TellsStatementsThatGiveRows) {
   EXPECT_TRUE(givesRows("/*!50001 select 1 */", Dialect::backslash));
 }
 
-TEST(Kivosql, FollowsTransactions) {
-  for (const char* sql : {"BEGIN", "begin isolation level serializable", "start transaction"}) {
-    EXPECT_TRUE(leavesTransaction(sql, false)) << sql;
+TEST(Kivosql, KnowsStatementsThatBeginOrEndTransactions) {
+  for (const char* sql : {"BEGIN", "begin isolation level serializable", "start transaction", "commit", "Rollback work",
+                          "end", "abort", "commit and chain"}) {
+    EXPECT_TRUE(controlsTransaction(sql)) << sql;
   }
-  for (const char* sql : {"rollback to savepoint s", "commit and chain", "begin", "select 1"}) {
-    EXPECT_TRUE(leavesTransaction(sql, true)) << sql;
+  for (const char* sql : {"rollback to savepoint s", "select 1", "begin declare x int", "start"}) {
+    EXPECT_FALSE(controlsTransaction(sql)) << sql;
   }
-  for (const char* sql : {"commit", "Rollback work", "end", "abort"}) EXPECT_FALSE(leavesTransaction(sql, true)) << sql;
-  EXPECT_FALSE(leavesTransaction("begin declare x int", false));
 }
 
 TEST(Kivosql, ReadsCsv) {

@@ -12,7 +12,7 @@ namespace kivosql {
 
 struct Command;
 
-/// What the command line asks for.
+/// The command line.
 struct Options {
   Target target;
   std::string passwordFile;
@@ -39,7 +39,7 @@ struct Options {
   std::vector<std::string> arguments;  ///< the command's own, as many as it has
 };
 
-/// @return false when there is nothing more to do, with @p code to end with: help was asked for, or the use was wrong.
+/// @return false when nothing more is to be done; @p code is then the exit code, after help or wrong use
 bool parse(int argc, char** argv, Options& options, ExitCode& code);
 
 }  // namespace kivosql

@@ -9,10 +9,9 @@
 #include <iterator>
 
 #include "sql/statement_splitter.h"
-#include "terminal/fault_line.h"
+#include "terminal/display.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
-#include "terminal/progress.h"
 
 namespace kivosql {
 
@@ -148,7 +147,7 @@ ExitCode runOne(Context& context, Run run) {
 void checkTransactions(const std::string& script, Dialect dialect, const std::string& path) {
   StatementSplitter splitter(script, dialect);
   for (Statement statement; splitter.next(statement);) {
-    if (!leavesTransaction(statement.text, false) && leavesTransaction(statement.text, true)) continue;
+    if (!controlsTransaction(statement.text)) continue;
     throw Failure(path + ':' + std::to_string(statement.line) +
                   ": with --single-transaction, a script has no transactions of its own; nothing was run");
   }

@@ -6,7 +6,6 @@
 
 #include "cli/args.h"
 #include "session/session.h"
-#include "terminal/output.h"
 
 namespace kivosql {
 

@@ -6,7 +6,6 @@
 #include "sql/csv_reader.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
-#include "terminal/progress.h"
 
 namespace kivosql {
 

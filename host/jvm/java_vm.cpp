@@ -1,11 +1,16 @@
 #include "jvm/java_vm.h"
 
+#include <glob.h>
 #include <langinfo.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string_view>
 
 #include "JavaVmHost.h"
@@ -15,16 +20,85 @@ namespace kivosql {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr int kLeastHeap = 16;  // the heap that the library starts with
 
+std::string environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::vector<std::string> split(const std::string& text) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, ':');) {
+    if (!part.empty()) parts.push_back(part);
+  }
+  return parts;
+}
+
+/// @param library in home/lib/server
+std::string versionOf(const fs::path& library) {
+  constexpr std::string_view kKey = "JAVA_VERSION=\"";
+  std::ifstream release(library.parent_path().parent_path().parent_path() / "release");
+  for (std::string line; std::getline(release, line);) {
+    if (line.rfind(kKey, 0) == 0) return line.substr(kKey.size(), line.rfind('"') - kKey.size());
+  }
+  return {};
+}
+
+/// @param home a pattern for Java homes. @return the first library, empty when there is none
+std::string libraryIn(const std::string& home) {
+  glob_t found{};
+  const std::string pattern = home + "/{lib,jre/lib/amd64,lib/amd64}/server/libjvm.so";
+  const bool any = !home.empty() && glob(pattern.c_str(), GLOB_BRACE, nullptr, &found) == 0;
+  std::string library = any ? found.gl_pathv[0] : "";
+  globfree(&found);
+  return library;
+}
+
+std::string homeOfJavaOnPath() {
+  std::error_code error;
+  for (const std::string& folder : split(environment("PATH"))) {
+    const fs::path java = fs::canonical(fs::path(folder) / "java", error);
+    if (!error) return java.parent_path().parent_path();
+  }
+  return {};
+}
+
+std::vector<std::string> jarsIn(const fs::path& folder) {
+  std::error_code error;
+  std::vector<std::string> jars;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    if (entry.path().extension() == ".jar") jars.push_back(entry.path());
+  }
+  std::sort(jars.begin(), jars.end());
+  return jars;
+}
+
+void add(ClassPath& classPath, const std::string& entry) {
+  std::error_code error;
+  const bool wildcard = fs::path(entry).filename() == "*";
+  // A lone wildcard has no folder before it.
+  const fs::path path = wildcard ? ("." / fs::path(entry)).parent_path() : fs::path(entry);
+  if (!fs::exists(path, error)) {
+    classPath.missing.push_back(entry);
+    return;
+  }
+  if (!wildcard) classPath.entries.push_back(path);
+  if (!fs::is_directory(path, error)) return;
+  for (const std::string& jar : jarsIn(path)) classPath.entries.push_back(jar);
+}
+
 /// Whether this much address space can be reserved; a limit of the shell may forbid it.
-bool canReserve(int megabytes) {
-  const std::size_t size = static_cast<std::size_t>(megabytes) << 20U;
+bool canReserve(unsigned long megabytes) {
+  const std::size_t size = megabytes << 20U;
   void* reserved = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   return reserved != MAP_FAILED && munmap(reserved, size) == 0;
 }
 
-/// Java writes to standard error, and opens files, in the locale's characters; a "C" locale has no others than ASCII's.
+/// Java encodes the names of files, and what it writes to standard error, as the locale says; "C" has ASCII alone.
 void haveJavaUseUtf8() {
   const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
   const bool does = locale != nullptr && std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
@@ -34,22 +108,61 @@ void haveJavaUseUtf8() {
 
 }  // namespace
 
-long machineMegabytes() { return sysconf(_SC_PHYS_PAGES) / 1024 * (sysconf(_SC_PAGESIZE) / 1024); }
+Jvm findJvm(const std::string& given) {
+  std::error_code error;
+  if (fs::is_regular_file(given, error)) return {given, versionOf(fs::canonical(given, error)), "--jvm"};
+  const std::pair<std::string, const char*> all[] = {{given, "--jvm"},
+                                                     {environment("JAVA_HOME"), "JAVA_HOME"},
+                                                     {homeOfJavaOnPath(), "the java on the path"},
+                                                     {"/usr/lib/jvm/{default-java,*}", "/usr/lib/jvm"}};
+  for (const auto& [home, foundBy] : all) {
+    const std::string library = libraryIn(home);
+    if (!library.empty()) return {library, versionOf(library), foundBy};
+    // What was given is not replaced by what another place has.
+    if (!given.empty()) break;
+  }
+  return {};
+}
+
+ClassPath findClassPath(const std::vector<std::string>& given) {
+  ClassPath classPath;
+  for (const std::string& entries : given) {
+    for (const std::string& entry : split(entries)) add(classPath, entry);
+  }
+  classPath.given = classPath.entries;
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
+  for (const fs::path& folder : {program / "../share/java", fs::path("/usr/share/java")}) {
+    const fs::path jar = (folder / "kivo-jdbc.jar").lexically_normal();
+    if (classPath.companion.empty() && fs::exists(jar, error)) classPath.companion = jar;
+  }
+  if (!classPath.companion.empty()) classPath.entries.push_back(classPath.companion);
+  for (const DriverJar& driver : kDriverJars) {
+    if (fs::exists(driver.jar, error)) classPath.entries.emplace_back(driver.jar);
+  }
+  return classPath;
+}
 
 std::string heapFault(int megabytes) {
   if (megabytes < kLeastHeap) return "a Java heap takes at least " + std::to_string(kLeastHeap) + " MB";
-  if (megabytes > machineMegabytes()) {
-    return "a Java heap of " + grouped(static_cast<unsigned>(megabytes)) + " MB is more than this machine has, " +
-           grouped(static_cast<unsigned long>(machineMegabytes())) + " MB";
+  const auto heap = static_cast<unsigned long>(megabytes);
+  if (heap > machineMegabytes()) {
+    return "a Java heap of " + grouped(heap) + " MB is more than this machine has, " + grouped(machineMegabytes()) +
+           " MB";
   }
-  if (!canReserve(megabytes))
-    return "a Java heap of this size is beyond the limit of this process's memory (ulimit -v)";
+  if (!canReserve(heap)) return "the memory limit of this process (ulimit -v) is too low for this Java heap";
   return {};
+}
+
+unsigned long machineMegabytes() {
+  return static_cast<unsigned long>(sysconf(_SC_PHYS_PAGES)) / 1024 *
+         (static_cast<unsigned long>(sysconf(_SC_PAGESIZE)) / 1024);
 }
 
 std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabytes) {
   std::string library = jvm.library;
-  std::string entries = joined(classPath.entries);
+  std::string entries;
+  for (const std::string& entry : classPath.entries) entries += (entries.empty() ? "" : ":") + entry;
   std::string error;
   haveJavaUseUtf8();
   return javaInit(library, entries, heapMegabytes, error) ? "" : error;

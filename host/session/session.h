@@ -25,19 +25,6 @@ struct Target {
   std::string className = "com.ulvanejdbc.JdbcConnection";  ///< the bridge's Java connection class
 };
 
-struct Column {
-  std::string name;
-  int type = 0;  ///< code of java.sql.Types; 0 if the session does not know it
-  std::string typeName;
-};
-
-/// A value. Its text belongs to whoever made the row.
-struct Cell {
-  std::string_view text;
-  bool isNull = false;
-};
-using Row = std::vector<Cell>;
-
 /// Whether the text reaches Java unchanged.
 bool isUtf8(std::string_view text);
 

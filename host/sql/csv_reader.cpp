@@ -12,16 +12,15 @@ constexpr int kEnd = std::char_traits<char>::eof();
 
 int CsvReader::take() {
   const int byte = input_.sbumpc();
-  if (byte == kEnd) return byte;
-  ++bytes_;
+  if (byte != kEnd) ++bytes_;
   if (byte == '\n') ++line_;
   return byte;
 }
 
 bool CsvReader::takeIf(char byte) {
-  if (input_.sgetc() != static_cast<unsigned char>(byte)) return false;
-  take();
-  return true;
+  const bool isNext = input_.sgetc() == static_cast<unsigned char>(byte);
+  if (isNext) take();
+  return isNext;
 }
 
 /// @return the bytes that looked like the beginning of one and are text.
@@ -37,13 +36,8 @@ std::string CsvReader::skipByteOrderMark() {
 /// The opening quote has been read.
 bool CsvReader::takeQuoted(std::string& text) {
   for (int byte = take(); byte != kEnd; byte = take()) {
-    if (byte != '"') {
-      text += static_cast<char>(byte);
-    } else if (!takeIf('"')) {
-      return true;
-    } else {
-      text += '"';
-    }
+    if (byte == '"' && !takeIf('"')) return true;
+    text += static_cast<char>(byte);
   }
   error_ = "a quote that begins in the record on line " + std::to_string(recordLine_) + " never ends";
   return false;

@@ -12,7 +12,7 @@ struct CsvField {
   bool quoted = false;
 };
 
-/// Reads CSV by RFC 4180, record by record; line ends may be CRLF or LF, and a byte order mark is stepped over.
+/// Reads CSV by RFC 4180, record by record; line ends may be CRLF or LF, a byte order mark is skipped.
 class CsvReader {
  public:
   /// @param input outlives the reader.

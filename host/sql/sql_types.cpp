@@ -2,112 +2,78 @@
 
 #include <strings.h>
 
-#include <cctype>
+#include <algorithm>
 
 namespace kivosql {
 
 namespace {
 
-struct SqlType {
-  const char* name;
-  int code;
-  Kind kind;
+/// Types with consecutive codes.
+struct SqlTypes {
+  int first;
+  std::initializer_list<const char*> names;
 };
 
-constexpr SqlType kTypes[] = {
-    {"LONGNVARCHAR", -16, Kind::text},
-    {"NCHAR", -15, Kind::text},
-    {"NVARCHAR", -9, Kind::text},
-    {"ROWID", -8, Kind::text},
-    {"BIT", -7, Kind::truth},
-    {"TINYINT", -6, Kind::integer},
-    {"BIGINT", -5, Kind::integer},
-    {"LONGVARBINARY", -4, Kind::text},
-    {"VARBINARY", -3, Kind::text},
-    {"BINARY", -2, Kind::text},
-    {"LONGVARCHAR", -1, Kind::text},
-    {"NULL", 0, Kind::text},
-    {"CHAR", 1, Kind::text},
-    {"NUMERIC", 2, Kind::decimal},
-    {"DECIMAL", 3, Kind::decimal},
-    {"INTEGER", 4, Kind::integer},
-    {"SMALLINT", 5, Kind::integer},
-    {"FLOAT", 6, Kind::decimal},
-    {"REAL", 7, Kind::decimal},
-    {"DOUBLE", 8, Kind::decimal},
-    {"VARCHAR", 12, Kind::text},
-    {"BOOLEAN", 16, Kind::truth},
-    {"DATALINK", 70, Kind::text},
-    {"DATE", 91, Kind::text},
-    {"TIME", 92, Kind::text},
-    {"TIMESTAMP", 93, Kind::text},
-    {"OTHER", 1111, Kind::text},
-    {"JAVA_OBJECT", 2000, Kind::text},
-    {"DISTINCT", 2001, Kind::text},
-    {"STRUCT", 2002, Kind::text},
-    {"ARRAY", 2003, Kind::text},
-    {"BLOB", 2004, Kind::text},
-    {"CLOB", 2005, Kind::text},
-    {"REF", 2006, Kind::text},
-    {"SQLXML", 2009, Kind::text},
-    {"NCLOB", 2011, Kind::text},
-    {"TIME_WITH_TIMEZONE", 2013, Kind::text},
-    {"TIMESTAMP_WITH_TIMEZONE", 2014, Kind::text},
+constexpr SqlTypes kTypes[] = {
+    {-16, {"LONGNVARCHAR", "NCHAR"}},
+    {-9,
+     {"NVARCHAR", "ROWID", "BIT", "TINYINT", "BIGINT", "LONGVARBINARY", "VARBINARY", "BINARY", "LONGVARCHAR", "NULL",
+      "CHAR", "NUMERIC", "DECIMAL", "INTEGER", "SMALLINT", "FLOAT", "REAL", "DOUBLE"}},
+    {12, {"VARCHAR"}},
+    {16, {"BOOLEAN"}},
+    {70, {"DATALINK"}},
+    {91, {"DATE", "TIME", "TIMESTAMP"}},
+    {1111, {"OTHER"}},
+    {2000, {"JAVA_OBJECT", "DISTINCT", "STRUCT", "ARRAY", "BLOB", "CLOB", "REF"}},
+    {2009, {"SQLXML"}},
+    {2011, {"NCLOB"}},
+    {2013, {"TIME_WITH_TIMEZONE", "TIMESTAMP_WITH_TIMEZONE"}},
 };
 
-const SqlType* find(int code) {
-  for (const SqlType& type : kTypes) {
-    if (type.code == code) return &type;
-  }
-  return nullptr;
-}
-
-/// Steps over decimal digits. @return whether there was one.
-bool skipDigits(std::string_view text, std::size_t& at) {
-  const std::size_t start = at;
-  while (at < text.size() && std::isdigit(static_cast<unsigned char>(text[at])) != 0) ++at;
-  return at > start;
-}
-
-bool skipOneOf(std::string_view characters, std::string_view text, std::size_t& at) {
-  if (at >= text.size() || characters.find(text[at]) == std::string_view::npos) return false;
-  ++at;
-  return true;
-}
+constexpr int kNumeric[] = {-6, -5, 2, 3, 4, 5, 6, 7, 8};
+constexpr int kBoolean[] = {-7, 16};
 
 }  // namespace
 
-Kind kindOf(int type) {
-  const SqlType* known = find(type);
-  return known == nullptr ? Kind::text : known->kind;
-}
+bool isNumeric(int type) { return std::find(std::begin(kNumeric), std::end(kNumeric), type) != std::end(kNumeric); }
+
+bool isBoolean(int type) { return std::find(std::begin(kBoolean), std::end(kBoolean), type) != std::end(kBoolean); }
 
 std::string typeName(int type) {
-  const SqlType* known = find(type);
-  return known == nullptr ? std::to_string(type) : known->name;
+  for (const SqlTypes& types : kTypes) {
+    const std::ptrdiff_t index = type - types.first;
+    if (index >= 0 && index < static_cast<std::ptrdiff_t>(types.names.size())) return types.names.begin()[index];
+  }
+  return std::to_string(type);
 }
 
-bool isNumber(std::string_view text) {
-  std::size_t at = 0;
-  skipOneOf("-", text, at);
-  if (!skipOneOf("0", text, at) && !skipDigits(text, at)) return false;
-  if (skipOneOf(".", text, at) && !skipDigits(text, at)) return false;
-  if (skipOneOf("eE", text, at)) {
-    skipOneOf("+-", text, at);
-    if (!skipDigits(text, at)) return false;
+bool isJsonNumber(std::string_view text) {
+  const char* at = text.begin();
+  const auto skip = [&](char byte) { return at < text.end() && *at == byte && ++at > text.begin(); };
+  const auto skipDigits = [&] {
+    const char* const start = at;
+    at = std::find_if_not(at, text.end(), [](char byte) { return byte >= '0' && byte <= '9'; });
+    return at > start;
+  };
+  skip('-');
+  if (!skip('0') && !skipDigits()) return false;
+  if (skip('.') && !skipDigits()) return false;
+  if (skip('e') || skip('E')) {
+    if (!skip('+')) skip('-');
+    if (!skipDigits()) return false;
   }
-  return at == text.size();
+  return at == text.end();
 }
 
-int truthOf(std::string_view text) {
-  constexpr const char* kWords[][2] = {{"f", "t"}, {"false", "true"}, {"0", "1"}};
-  for (const auto& pair : kWords) {
-    for (int truth : {0, 1}) {
-      const std::string_view word = pair[truth];
-      if (text.size() == word.size() && strncasecmp(text.data(), word.data(), word.size()) == 0) return truth;
-    }
-  }
-  return -1;
+std::optional<bool> booleanOf(std::string_view text) {
+  // Every second one means true.
+  constexpr std::string_view kWords[] = {"f", "t", "false", "true", "0", "1"};
+  const auto isSame = [text](std::string_view word) {
+    return text.size() == word.size() && strncasecmp(text.data(), word.data(), word.size()) == 0;
+  };
+  const auto* const found = std::find_if(std::begin(kWords), std::end(kWords), isSame);
+  if (found == std::end(kWords)) return {};
+  return (found - std::begin(kWords)) % 2 == 1;
 }
 
 }  // namespace kivosql

@@ -1,23 +1,36 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kivosql {
 
-/// How values of a type are written in JSON, and on which side of a table's column.
-enum class Kind { text, integer, decimal, truth };
+struct Column {
+  std::string name;
+  int type = 0;  ///< code of java.sql.Types; 0 when the session does not know it
+  std::string typeName;
+};
 
-/// @param type a code of java.sql.Types.
-Kind kindOf(int type);
+/// A value. Its text belongs to whoever made the row.
+struct Cell {
+  std::string_view text;
+  bool isNull = false;
+};
+using Row = std::vector<Cell>;
 
-/// The type's name as java.sql.Types has it; the code itself for one that it does not have.
+/// @param type a code of java.sql.Types
+bool isNumeric(int type);
+bool isBoolean(int type);
+
+/// The type's name in java.sql.Types; for an unknown type its code.
 std::string typeName(int type);
 
-/// A number by JSON's grammar, which is also one in every SQL.
-bool isNumber(std::string_view text);
+/// Whether JSON's grammar takes the text as a number.
+bool isJsonNumber(std::string_view text);
 
-/// What a database may write for true or false. @return 1, 0, or -1 for anything else.
-int truthOf(std::string_view text);
+/// What databases write for true and false; nothing for other text.
+std::optional<bool> booleanOf(std::string_view text);
 
 }  // namespace kivosql

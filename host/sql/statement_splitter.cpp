@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cctype>
 #include <string>
+#include <vector>
 
 namespace kivosql {
 
 namespace {
 
-enum class TokenKind { blank, quoted, word, symbol, unfinished };
+enum class TokenKind { blank, word, other, unfinished };
 
 struct Token {
   TokenKind kind;
@@ -23,7 +24,9 @@ bool startsAt(std::string_view text, std::size_t at, std::string_view start) {
 
 bool isBlank(char byte) { return std::isspace(static_cast<unsigned char>(byte)) != 0; }
 
-/// Letters of any script count: their bytes are beyond ASCII.
+bool isDigit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
+
+/// Bytes beyond ASCII belong to letters of any script.
 bool isWordByte(char byte) {
   const auto unsignedByte = static_cast<unsigned char>(byte);
   return std::isalnum(unsignedByte) != 0 || byte == '_' || byte == '$' || unsignedByte >= 0x80;
@@ -34,17 +37,19 @@ std::size_t endOfWord(std::string_view sql, std::size_t at) {
   return at;
 }
 
-Token lineComment(std::string_view sql, std::size_t at) {
-  const std::size_t end = sql.find('\n', at);
-  return {TokenKind::blank, end == kNone ? sql.size() : end + 1};
+/// Up to and including @p mark, which is searched for from @p from.
+Token through(std::string_view sql, std::string_view mark, std::size_t from, TokenKind kind) {
+  const std::size_t at = sql.find(mark, from);
+  if (at == kNone) return {TokenKind::unfinished, sql.size()};
+  return {kind, at + mark.size()};
 }
 
-/// Block comments nest in the standard's SQL.
-Token blockComment(std::string_view sql, std::size_t at, bool nests) {
+/// Block comments nest in standard SQL.
+Token nestedComment(std::string_view sql, std::size_t at) {
   int depth = 0;
   for (; at < sql.size(); ++at) {
     if (startsAt(sql, at, "/*")) {
-      depth = nests ? depth + 1 : 1;
+      ++depth;
       ++at;
     } else if (startsAt(sql, at, "*/")) {
       ++at;
@@ -54,9 +59,8 @@ Token blockComment(std::string_view sql, std::size_t at, bool nests) {
   return {TokenKind::unfinished, sql.size()};
 }
 
-/// What begins code for those servers that know of it: MySQL's "/*!", MariaDB's "/*M!", both followed by a version
-/// them.
-/// @return where it ends, @p at when there is none.
+/// Where a mark ends after which code for some servers only follows: MySQL's "/*!", MariaDB's "/*M!", either with a
+/// version. @return @p at when there is none
 std::size_t endOfCodeMark(std::string_view sql, std::size_t at) {
   for (std::string_view mark : {"/*!", "/*M!"}) {
     if (startsAt(sql, at, mark)) return std::min(sql.find_first_not_of("0123456789", at + mark.size()), sql.size());
@@ -64,93 +68,73 @@ std::size_t endOfCodeMark(std::string_view sql, std::size_t at) {
   return at;
 }
 
-/// A doubled quote reads as two quoted texts in a row, which cuts the script at the same places.
+/// A doubled quote reads as two quoted texts in a row, which splits the script at the same places.
 Token quoted(std::string_view sql, std::size_t at, bool backslashes) {
+  if (!backslashes) return through(sql, sql.substr(at, 1), at + 1, TokenKind::other);
   const char quote = sql[at];
   for (++at; at < sql.size(); ++at) {
-    if (sql[at] == quote) return {TokenKind::quoted, at + 1};
-    if (backslashes && sql[at] == '\\') ++at;
+    if (sql[at] == quote) return {TokenKind::other, at + 1};
+    if (sql[at] == '\\') ++at;
   }
   return {TokenKind::unfinished, sql.size()};
 }
 
-/// "$$ ... $$" or "$tag$ ... $tag$"; a dollar that begins none of them is a symbol.
+/// "$$ ... $$" or "$tag$ ... $tag$". Any other dollar is a symbol.
 Token dollarQuoted(std::string_view sql, std::size_t at) {
   std::size_t mark = at + 1;
   while (mark < sql.size() && isWordByte(sql[mark]) && sql[mark] != '$') ++mark;
-  const bool isNumber = mark > at + 1 && std::isdigit(static_cast<unsigned char>(sql[at + 1])) != 0;
-  if (mark == sql.size() || sql[mark] != '$' || isNumber) return {TokenKind::symbol, at + 1};
-  const std::string_view tag = sql.substr(at, mark + 1 - at);
-  const std::size_t end = sql.find(tag, mark + 1);
-  if (end == kNone) return {TokenKind::unfinished, sql.size()};
-  return {TokenKind::quoted, end + tag.size()};
+  if (mark == sql.size() || sql[mark] != '$' || isDigit(sql[at + 1])) return {TokenKind::other, at + 1};
+  return through(sql, sql.substr(at, mark + 1 - at), mark + 1, TokenKind::other);
 }
 
 bool beginsLineComment(std::string_view sql, std::size_t at, Dialect dialect) {
   if (dialect != Dialect::backslash) return startsAt(sql, at, "--");
-  const bool dashes = startsAt(sql, at, "--") && (at + 2 == sql.size() || isBlank(sql[at + 2]));
-  return dashes || sql[at] == '#';
+  return sql[at] == '#' || (startsAt(sql, at, "--") && (at + 2 == sql.size() || isBlank(sql[at + 2])));
 }
 
 Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   const bool backslashes = dialect == Dialect::backslash;
   const char byte = sql[at];
   if (isBlank(byte)) return {TokenKind::blank, at + 1};
-  if (beginsLineComment(sql, at, dialect)) return lineComment(sql, at);
-  if (const std::size_t end = endOfCodeMark(sql, at); backslashes && end > at) return {TokenKind::symbol, end};
-  if (startsAt(sql, at, "/*")) return blockComment(sql, at, dialect == Dialect::standard);
+  if (beginsLineComment(sql, at, dialect)) return {TokenKind::blank, std::min(sql.find('\n', at), sql.size() - 1) + 1};
+  if (const std::size_t end = endOfCodeMark(sql, at); backslashes && end > at) return {TokenKind::other, end};
+  if (startsAt(sql, at, "/*")) {
+    return dialect == Dialect::standard ? nestedComment(sql, at) : through(sql, "*/", at + 2, TokenKind::blank);
+  }
   if (byte == '\'' || byte == '"') return quoted(sql, at, backslashes);
   if (byte == '`') return quoted(sql, at, false);
   if (byte == '$' && !backslashes) return dollarQuoted(sql, at);
-  if (!isWordByte(byte)) return {TokenKind::symbol, at + 1};
+  if (!isWordByte(byte)) return {TokenKind::other, at + 1};
   const std::size_t end = endOfWord(sql, at);
   // PostgreSQL's E'...' knows backslashes whatever the settings.
   const bool escapes = end == at + 1 && (byte == 'e' || byte == 'E') && end < sql.size() && sql[end] == '\'';
   return escapes ? quoted(sql, end, true) : Token{TokenKind::word, end};
 }
 
-std::string lowerCase(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char byte) { return std::tolower(byte); });
-  return lower;
+using Words = std::vector<std::string>;
+
+/// The words outside all parentheses, in lower case.
+Words outerWords(std::string_view sql, Dialect dialect) {
+  Words words;
+  bool begun = false;
+  int depth = 0;
+  for (std::size_t at = 0; at < sql.size();) {
+    const Token token = tokenAt(sql, at, dialect);
+    begun = begun || token.kind == TokenKind::word;
+    // Parentheses around the whole statement, before its first word, do not count.
+    if (sql[at] == '(' && begun) ++depth;
+    if (sql[at] == ')' && depth > 0) --depth;
+    if (token.kind == TokenKind::word && depth == 0) {
+      std::string& word = words.emplace_back(sql.substr(at, token.end - at));
+      for (char& byte : word) byte = static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));
+    }
+    at = token.end;
+  }
+  return words;
 }
 
-/// Steps through the words outside all parentheses.
-class OuterWords {
- public:
-  OuterWords(std::string_view sql, Dialect dialect) : sql_(sql), dialect_(dialect) {}
-
-  /// @return the next word in lower case, empty after the last.
-  std::string next() {
-    while (at_ < sql_.size()) {
-      const std::size_t start = at_;
-      const Token token = tokenAt(sql_, at_, dialect_);
-      at_ = token.end;
-      seen_ = seen_ || token.kind == TokenKind::word;
-      if (token.kind == TokenKind::word && depth_ == 0) return lowerCase(sql_.substr(start, at_ - start));
-      // Parentheses around the whole statement, before its first word, do not count.
-      if (sql_[start] == '(' && seen_) ++depth_;
-      if (sql_[start] == ')' && depth_ > 0) --depth_;
-    }
-    return {};
-  }
-
-  bool find(std::string_view wanted) {
-    std::string word = next();
-    while (!word.empty() && word != wanted) word = next();
-    return word == wanted;
-  }
-
- private:
-  std::string_view sql_;
-  Dialect dialect_;
-  std::size_t at_ = 0;
-  int depth_ = 0;
-  bool seen_ = false;
-};
-
-bool isOneOf(const std::string& word, std::initializer_list<const char*> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
+bool contains(const Words& words, std::string_view wanted) {
+  return std::find(words.begin(), words.end(), wanted) != words.end();
 }
 
 }  // namespace
@@ -174,11 +158,10 @@ bool StatementSplitter::next(Statement& statement) {
       start = at_;
       statement.line = line_;
     }
+    if (counts) end = token.end;
     if (token.kind == TokenKind::unfinished) statement.complete = false;
-    line_ += static_cast<std::size_t>(std::count(script_.begin() + static_cast<std::ptrdiff_t>(at_),
-                                                 script_.begin() + static_cast<std::ptrdiff_t>(token.end), '\n'));
+    line_ += static_cast<std::size_t>(std::count(script_.begin() + at_, script_.begin() + token.end, '\n'));
     at_ = token.end;
-    if (counts) end = at_;
   }
   if (at_ < script_.size()) ++at_;
   if (start == kNone) return false;
@@ -187,30 +170,29 @@ bool StatementSplitter::next(Statement& statement) {
 }
 
 bool givesRows(std::string_view statement, Dialect dialect) {
-  OuterWords words(statement, dialect);
-  std::string word = words.next();
-  if (word == "with") {
-    do {
-      word = words.next();
-    } while (!word.empty() && !isOneOf(word, {"select", "values", "table", "insert", "update", "delete", "merge"}));
+  static const Words reads = {"select", "values", "table", "show", "explain", "describe", "desc", "fetch"};
+  static const Words writes = {"insert", "update", "delete", "merge", "replace"};
+  const Words words = outerWords(statement, dialect);
+  auto verb = words.begin();
+  if (verb != words.end() && *verb == "with") {
+    verb = std::find_if(verb, words.end(),
+                        [](const auto& word) { return contains(reads, word) || contains(writes, word); });
   }
-  if (isOneOf(word, {"values", "table", "show", "explain", "describe", "desc", "fetch"})) return true;
-  if (word == "pragma") return statement.find('=') == kNone;
-  if (word == "select") return !words.find("into");
-  return isOneOf(word, {"insert", "update", "delete", "merge", "replace"}) && words.find("returning");
+  if (verb == words.end()) return false;
+  if (*verb == "pragma") return statement.find('=') == kNone;
+  if (*verb == "select") return !contains(words, "into");
+  return contains(writes, *verb) ? contains(words, "returning") : contains(reads, *verb);
 }
 
-bool leavesTransaction(std::string_view statement, bool open) {
-  OuterWords words(statement, Dialect::standard);
-  const std::string first = words.next();
-  std::string word = words.next();
-  // After another word, "begin" begins a block of a procedural language.
-  if (first == "begin" && isOneOf(word, {"", "transaction", "tran", "work", "isolation", "read"})) return true;
-  if (first == "start" && word == "transaction") return true;
-  if (!isOneOf(first, {"commit", "rollback", "end", "abort"})) return open;
-  // To a savepoint, or into the next transaction.
-  while (!word.empty() && !isOneOf(word, {"to", "chain"})) word = words.next();
-  return open && !word.empty();
+bool controlsTransaction(std::string_view statement) {
+  Words words = outerWords(statement, Dialect::standard);
+  words.resize(std::max<std::size_t>(words.size(), 2));
+  const std::string& first = words[0];
+  if (first == "start") return words[1] == "transaction";
+  // Before another word, "begin" begins a block of a procedural language.
+  if (first == "begin") return contains({"", "transaction", "tran", "work", "isolation", "read"}, words[1]);
+  // A rollback to a savepoint stays in the transaction.
+  return contains({"commit", "rollback", "end", "abort"}, first) && !contains(words, "to");
 }
 
 }  // namespace kivosql

@@ -22,7 +22,7 @@ struct Statement {
   bool complete = true;   ///< false when a quote or comment in it never ends
 };
 
-/// Cuts a script at its semicolons, those in quotes, dollar quotes and comments aside. Pure text: knows no database.
+/// Splits a script at the semicolons outside quotes, dollar quotes and comments.
 class StatementSplitter {
  public:
   /// @param script outlives the splitter and its statements.
@@ -38,10 +38,10 @@ class StatementSplitter {
   std::size_t line_ = 1;
 };
 
-/// Whether the statement is one that gives rows, by its leading words.
+/// Whether the statement returns rows, judged by its words.
 bool givesRows(std::string_view statement, Dialect dialect);
 
-/// Whether a transaction begun in SQL is open after a statement that succeeded. @param open whether one was before
-bool leavesTransaction(std::string_view statement, bool open);
+/// Whether the statement begins or ends a transaction.
+bool controlsTransaction(std::string_view statement);
 
 }  // namespace kivosql

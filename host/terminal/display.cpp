@@ -3,53 +3,107 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <regex>
+
+#include "terminal/messages.h"
 
 namespace kivosql {
 
 namespace {
 
-/// Steps from cluster to cluster: what a person sees as one character.
-class Clusters {
- public:
-  explicit Clusters(std::string_view text) : text_(text) { end_ = decode(0, code_); }
-
-  bool next() {
-    if (end_ > text_.size()) return false;
-    width_ = 0;
-    do {
-      width_ += static_cast<std::size_t>(std::max(0, utf8proc_charwidth(code_)));
-      // The selector of the emoji form widens a narrow symbol.
-      if (code_ == 0xFE0F) width_ = 2;
-      at_ = end_;
-      const utf8proc_int32_t before = code_;
-      end_ = decode(at_, code_);
-      if (end_ > text_.size() || utf8proc_grapheme_break_stateful(before, code_, &state_)) break;
-    } while (true);
-    width_ = std::min<std::size_t>(width_, 2);
-    return true;
-  }
-
-  std::size_t end() const { return at_; }
-  std::size_t width() const { return width_; }
-
- private:
-  /// @return the end of the code point at @p at, beyond the text when there is none.
-  std::size_t decode(std::size_t at, utf8proc_int32_t& code) const {
-    const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text_.data());
-    const auto left = static_cast<utf8proc_ssize_t>(text_.size() - at);
-    const utf8proc_ssize_t length = left == 0 ? 0 : utf8proc_iterate(bytes + at, left, &code);
-    return length <= 0 ? text_.size() + 1 : at + static_cast<std::size_t>(length);
-  }
-
-  std::string_view text_;
-  std::size_t at_ = 0;
-  std::size_t end_ = 0;
-  std::size_t width_ = 0;
-  utf8proc_int32_t code_ = 0;
-  utf8proc_int32_t state_ = 0;
+/// What a person sees as one character.
+struct Cluster {
+  std::size_t end;
+  std::size_t cells;
 };
 
-bool isPlain(char byte) { return static_cast<unsigned char>(byte) >= 0x20 && static_cast<unsigned char>(byte) < 0x7F; }
+Cluster clusterAt(std::string_view text, std::size_t start) {
+  const auto* const bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  Cluster cluster{start, 0};
+  utf8proc_int32_t before = 0;
+  utf8proc_int32_t state = 0;
+  while (cluster.end < text.size()) {
+    utf8proc_int32_t code = 0;
+    const auto left = static_cast<utf8proc_ssize_t>(text.size() - cluster.end);
+    const utf8proc_ssize_t length = utf8proc_iterate(bytes + cluster.end, left, &code);
+    if (cluster.end > start && utf8proc_grapheme_break_stateful(before, code, &state)) break;
+    cluster.end += static_cast<std::size_t>(std::max<utf8proc_ssize_t>(length, 1));
+    cluster.cells += static_cast<std::size_t>(std::max(0, utf8proc_charwidth(code)));
+    // The selector of the emoji form widens a narrow symbol.
+    if (code == 0xFE0F) cluster.cells = 2;
+    before = code;
+  }
+  cluster.cells = std::min<std::size_t>(cluster.cells, 2);
+  return cluster;
+}
+
+/// Where a character begins, at @p at or after it.
+std::size_t characterFrom(std::string_view text, std::size_t at) {
+  while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) ++at;
+  return at;
+}
+
+bool isPlain(char byte) { return byte >= 0x20 && byte < 0x7F; }
+
+/// Shown on either side of the place.
+constexpr std::size_t kMaxShown = 60;
+constexpr std::size_t kNowhere = std::string_view::npos;
+
+std::size_t number(const std::ssub_match& digits) { return std::stoul(digits.str().substr(0, 9)); }
+
+/// PostgreSQL's driver counts characters.
+std::size_t byCharacter(const std::string& sql, const std::string& errorText) {
+  static const std::regex place("\n  Position: ([0-9]+)");
+  std::smatch found;
+  if (!std::regex_search(errorText, found, place)) return kNowhere;
+  std::size_t left = number(found[1]);
+  std::size_t at = 0;
+  for (; left > 1 && at < sql.size(); --left) at = characterFrom(sql, at + 1);
+  return left == 1 ? at : kNowhere;
+}
+
+/// Derby's driver counts lines and columns, with tabs that reach to the next multiple of 8.
+std::size_t byLine(const std::string& sql, const std::string& errorText) {
+  static const std::regex place(" at line ([0-9]+), column ([0-9]+)");
+  std::smatch found;
+  if (!std::regex_search(errorText, found, place)) return kNowhere;
+  std::size_t at = 0;
+  for (std::size_t left = number(found[1]); left > 1; --left) {
+    at = sql.find('\n', at) + 1;
+    if (at == 0) return kNowhere;
+  }
+  for (std::size_t column = 0; at < sql.size() && sql[at] != '\n'; at = characterFrom(sql, at + 1)) {
+    column += sql[at] == '\t' ? 8 - column % 8 : 1;
+    if (column >= number(found[2])) return at;
+  }
+  return kNowhere;
+}
+
+/// H2's driver repeats the statement with a mark at the place, and escapes it: \000a for a control character, quotes
+/// and backslashes twice.
+std::size_t byMark(const std::string& sql, const std::string& errorText) {
+  static const std::regex escaped(R"(\\0[0-9a-f]{3}|""|\\\\)");
+  constexpr std::string_view kBegin = "SQL statement \"";
+  const std::size_t begin = errorText.find(kBegin);
+  if (begin == kNowhere) return kNowhere;
+  const std::string marked = std::regex_replace(errorText.substr(begin + kBegin.size()), escaped, "?");
+  std::string plain = sql;
+  const auto isEscaped = [](char byte) { return (byte >= 0 && byte < 0x20) || byte == '"' || byte == '\\'; };
+  std::replace_if(plain.begin(), plain.end(), isEscaped, '?');
+  // The statement may have the text of the mark in it.
+  for (std::size_t at = 0; (at = marked.find("[*]", at)) != kNowhere; ++at) {
+    if (plain.compare(0, at, marked, 0, at) == 0 && plain.compare(at, 3, "[*]") != 0) return at;
+  }
+  return kNowhere;
+}
+
+/// Only what stands near the place, since a line may be as long as a file.
+std::string pointedAt(const std::string& line, std::size_t place) {
+  std::string before = visible(masked(line.substr(0, place)));
+  if (before.size() > kMaxShown) before = "…" + before.substr(characterFrom(before, before.size() - kMaxShown));
+  const std::string after = shortened(visible(masked(line.substr(place))), kMaxShown);
+  return "  " + before + after + "\n  " + std::string(cellsOf(before), ' ') + '^';
+}
 
 }  // namespace
 
@@ -77,7 +131,7 @@ std::string visible(std::string_view text, std::string_view kept) {
 std::size_t cellsOf(std::string_view text) {
   if (std::all_of(text.begin(), text.end(), isPlain)) return text.size();
   std::size_t cells = 0;
-  for (Clusters clusters(text); clusters.next();) cells += clusters.width();
+  for (Cluster cluster{0, 0}; cluster.end < text.size(); cells += cluster.cells) cluster = clusterAt(text, cluster.end);
   return cells;
 }
 
@@ -85,20 +139,30 @@ std::string shortened(const std::string& text, std::size_t cells) {
   if (cells == 0 || text.size() <= cells) return text;
   std::size_t used = 0;
   std::size_t kept = 0;
-  for (Clusters clusters(text); clusters.next();) {
-    used += clusters.width();
+  for (Cluster cluster{0, 0}; cluster.end < text.size();) {
+    cluster = clusterAt(text, cluster.end);
+    used += cluster.cells;
     if (used > cells) return text.substr(0, kept) + "…";
-    if (used < cells) kept = clusters.end();
+    if (used < cells) kept = cluster.end;
   }
   return text;
 }
 
 std::string abridged(const std::string& text, std::size_t cells) {
-  const std::size_t half = cells / 2;
   if (cellsOf(text) <= cells) return text;
-  std::size_t end = text.size() - half;
-  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) ++end;
-  return shortened(text, half) + text.substr(end);
+  return shortened(text, cells / 2) + text.substr(characterFrom(text, text.size() - cells / 2));
+}
+
+std::string faultLine(const std::string& sql, const std::string& errorText) {
+  for (const auto find : {byCharacter, byLine, byMark}) {
+    const std::size_t place = find(sql, errorText);
+    if (place > sql.size()) continue;
+    const std::size_t begin = place == 0 ? 0 : sql.rfind('\n', place - 1) + 1;
+    std::string line = sql.substr(begin, sql.find('\n', place) - begin);
+    if (!line.empty() && line.back() == '\r' && place - begin < line.size()) line.pop_back();
+    return pointedAt(line, place - begin);
+  }
+  return {};
 }
 
 }  // namespace kivosql

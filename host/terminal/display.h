@@ -7,16 +7,20 @@
 namespace kivosql {
 
 /// Text for one line of a terminal: control characters, which could move the cursor or worse, become pictures of
-/// themselves, except those to keep. @param text valid UTF-8.
+/// themselves, except those in @p kept. @param text valid UTF-8
 std::string visible(std::string_view text, std::string_view kept = {});
 
 /// Cells that the text takes on a terminal; a cluster such as an emoji with its modifiers takes two.
 std::size_t cellsOf(std::string_view text);
 
-/// At most @p cells of the text, a shortened one ending in an ellipsis; 0 is no limit.
+/// The text cut to @p cells, with an ellipsis as its end; 0 is no limit.
 std::string shortened(const std::string& text, std::size_t cells);
 
-/// The same with the ellipsis in the middle, and the end in as many bytes as the beginning may have cells.
+/// The same with the ellipsis in the middle. The end has as many bytes as the beginning has cells.
 std::string abridged(const std::string& text, std::size_t cells);
+
+/// The line of the statement where the driver places the fault, with a caret below it; empty if the driver gives no
+/// place. @param errorText as the driver wrote it, with its line ends
+std::string faultLine(const std::string& sql, const std::string& errorText);
 
 }  // namespace kivosql

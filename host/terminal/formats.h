@@ -1,33 +1,75 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
-#include "session/session.h"
-#include "terminal/output.h"
+#include "sql/sql_types.h"
 
 namespace kivosql {
 
+/// Standard output, written in large pieces. It is also a stream in the sense of RapidJSON, hence the capital letters.
+///
+/// After a failed write good() is false, and whoever produces the rest may stop. SIGPIPE does not reach the process,
+/// since the Java VM handles it: a reader that went away is a failed write too.
+class Output {
+ public:
+  using Ch = char;
+
+  /// @param descriptor stays open.
+  explicit Output(int descriptor) : descriptor_(descriptor) {}
+  ~Output() { flush(); }
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  void Put(char byte) {
+    if (used_ == buffer_.size()) flush();
+    buffer_[used_++] = byte;
+  }
+  void Flush() {}
+
+  Output& write(std::string_view text);
+  Output& fill(std::string_view text, std::size_t times);
+  bool flush();
+
+  bool good() const { return error_ == 0; }
+  /// Whether the reader went away, which is no error.
+  bool abandoned() const;
+  /// The system's text for the failed write.
+  std::string reason() const;
+
+ private:
+  int descriptor_;
+  int error_ = 0;
+  std::size_t used_ = 0;
+  std::array<char, std::size_t{64} * 1024> buffer_;
+};
+
 struct Style {
   std::string null;          ///< how NULL is written; JSON has its own
-  std::size_t maxCells = 0;  ///< the widest cell of an aligned table; 0 is no limit
+  std::size_t maxCells = 0;  ///< maximum width of a cell of an aligned table; 0 is no limit
   bool colours = false;
   bool crlf = false;  ///< how a line of CSV ends
 };
 
-/// Writes one result. Rows are written as they come; only the aligned table keeps some back.
+/// Writes one result. Rows are written as they come; only the aligned table keeps the first ones to measure them.
 class Writer {
  public:
+  Writer(Output& out, Style style) : out_(out), style_(std::move(style)) {}
   virtual ~Writer() = default;
+
   virtual void begin(const std::vector<Column>& columns) = 0;
   virtual void row(const Row& row) = 0;
-  /// @param rows how many there were.
-  virtual void end(unsigned long long rows) = 0;
-};
+  /// @param rows how many there were
+  virtual void end(unsigned long long /*rows*/) {}
 
-/// The heading as a row.
-Row namesOf(const std::vector<Column>& columns);
+ protected:
+  Output& out_;
+  const Style style_;
+};
 
 /// What stands around and between the results of a script.
 struct Results {
@@ -36,33 +78,16 @@ struct Results {
   const char* close;
 };
 
-constexpr Results kNothingBetween{"", "", ""};
-constexpr Results kBlankLine{"", "\n", ""};
-constexpr Results kOneArray{"[\n", ",\n", "]\n"};
-
 struct Format {
   const char* name;
   const char* about;
   const char* null;  ///< how NULL is written by default
   bool forPeople;    ///< remarks may stand between its rows
+  bool isCsv;
   Results ofScript;
   std::unique_ptr<Writer> (*make)(Output& out, const Style& style);
 };
 
-std::unique_ptr<Writer> makeTable(Output& out, const Style& style);
-std::unique_ptr<Writer> makeVertical(Output& out, const Style& style);
-std::unique_ptr<Writer> makeCsv(Output& out, const Style& style);
-std::unique_ptr<Writer> makeJson(Output& out, const Style& style);
-std::unique_ptr<Writer> makeJsonLines(Output& out, const Style& style);
-std::unique_ptr<Writer> makeMarkdown(Output& out, const Style& style);
-
-constexpr Format kFormats[] = {
-    {"table", "aligned, for a terminal", "∅", true, kNothingBetween, makeTable},
-    {"vertical", "a line for each value", "∅", true, kNothingBetween, makeVertical},
-    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, kBlankLine, makeCsv},
-    {"json", "an array of objects; for a script an array of such arrays", "", false, kOneArray, makeJson},
-    {"jsonl", "an object a line", "", false, kNothingBetween, makeJsonLines},
-    {"markdown", "a table for a document", "∅", false, kBlankLine, makeMarkdown},
-};
+extern const Format kFormats[6];
 
 }  // namespace kivosql

@@ -1,33 +1,33 @@
 #pragma once
 
+#include <functional>
 #include <thread>
-
-#include "session/session.h"
 
 namespace kivosql {
 
-/// Makes Ctrl-C, SIGTERM and SIGHUP end the statement that runs, in the database too. Lives from after open() to before
-/// close(), which only a second Ctrl-C ends.
+/// Makes Ctrl-C, SIGTERM and SIGHUP cancel the statement that runs. To be made after the session was opened, and
+/// destroyed before it is closed; only a second Ctrl-C ends the closing.
 ///
 /// The Java VM takes these signals when it starts, and its threads unblock them, so that sigwait() in a thread of the
-/// host's never sees them; a handler installed later simply takes the VM's place.
+/// host's never sees them. A handler installed later takes the VM's place.
 class Interrupt {
  public:
-  explicit Interrupt(Session& session);
+  /// @param cancel called on another thread; false when the database cannot be reached
+  explicit Interrupt(std::function<bool()> cancel);
   ~Interrupt();
   Interrupt(const Interrupt&) = delete;
   Interrupt& operator=(const Interrupt&) = delete;
 
-  /// Whether one came. Any thread, any time.
+  /// Whether a signal came. Any thread, any time.
   static bool happened();
 
-  /// Of a process that one ended.
+  /// The exit code of a process that a signal ended, as a shell has it; Ctrl-C's if none came.
   static int exitCode();
 
  private:
   void watch();
 
-  Session& session_;
+  std::function<bool()> cancel_;
   int pipe_[2] = {-1, -1};
   std::thread watcher_;
 };

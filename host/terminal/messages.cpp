@@ -16,6 +16,9 @@ namespace {
 /// statements.
 constexpr std::size_t kMaxCells = 500;
 
+/// A shorter secret is masked only where it stands alone: in a word it is there by chance, and the gap would reveal it.
+constexpr std::size_t kLeastInWords = 4;
+
 /// Standard error as it was at the start: a session may send descriptor 2 elsewhere (java_errors.h).
 const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
 
@@ -24,37 +27,41 @@ std::string& secret() {
   return text;
 }
 
-/// A shorter secret is masked only where it stands alone: inside a word it is mere chance, and the gap would give it
-/// away.
-constexpr std::size_t kLeastInWords = 4;
+bool isPartOfWord(char byte) {
+  const auto unsignedByte = static_cast<unsigned char>(byte);
+  return std::isalnum(unsignedByte) != 0 || byte == '_' || unsignedByte >= 0x80;
+}
 
 /// Whether a word runs across @p at.
 bool isInWord(const std::string& text, std::size_t at) {
-  const auto isPart = [](unsigned char byte) { return std::isalnum(byte) != 0 || byte == '_' || byte >= 0x80; };
-  return at > 0 && at < text.size() && isPart(static_cast<unsigned char>(text[at - 1])) &&
-         isPart(static_cast<unsigned char>(text[at]));
+  return at > 0 && at < text.size() && isPartOfWord(text[at - 1]) && isPartOfWord(text[at]);
 }
+
+constexpr auto kQuiet = std::chrono::seconds(1);
+constexpr auto kBeat = std::chrono::milliseconds(200);
+constexpr const char* kErase = "\r\x1B[K";
+/// A line that wraps could not be erased: what is too wide for the terminal is cut.
+constexpr const char* kNoWrap = "\x1B[?7l";
+constexpr const char* kWrap = "\x1B[?7h";
 
 }  // namespace
 
 std::string masked(std::string text) {
   const std::string& hidden = secret();
   for (std::size_t at = 0; !hidden.empty() && (at = text.find(hidden, at)) != std::string::npos;) {
-    const std::size_t end = at + hidden.size();
-    const bool inWord = isInWord(text, at) || isInWord(text, end);
-    if (inWord && hidden.size() < kLeastInWords) {
-      ++at;
-    } else {
+    const bool standsAlone = !isInWord(text, at) && !isInWord(text, at + hidden.size());
+    if (standsAlone || hidden.size() >= kLeastInWords) {
       text.replace(at, hidden.size(), "***");
       at += 3;
+    } else {
+      ++at;
     }
   }
   return text;
 }
 
 void draw(const std::string& text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
+  for (std::size_t written = 0; written < text.size();) {
     const ssize_t length = write(errors, text.data() + written, text.size() - written);
     if (length <= 0) return;
     written += static_cast<std::size_t>(length);
@@ -91,6 +98,40 @@ std::string seconds(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f s", value);
   return text;
+}
+
+Progress::Progress(unsigned long long total) : total_(total) {
+  if (errorsOnTerminal()) thread_ = std::thread([this] { run(); });
+}
+
+void Progress::advance(unsigned long long rows, unsigned long long done) {
+  rows_ = rows;
+  done_ = done;
+}
+
+void Progress::stop() {
+  if (!thread_.joinable()) return;
+  stopping_.set_value();
+  thread_.join();
+}
+
+void Progress::run() {
+  const std::future<void> stopping = stopping_.get_future();
+  if (stopping.wait_for(kQuiet) == std::future_status::ready) return;
+  do {
+    draw(kErase + (kNoWrap + line()) + kWrap);
+  } while (stopping.wait_for(kBeat) == std::future_status::timeout);
+  draw(kErase);
+}
+
+std::string Progress::line() const {
+  const double elapsed = watch_.elapsed();
+  const unsigned long long rows = rows_;
+  std::string text = counted(rows, "row") + "  " + grouped(static_cast<unsigned long long>(double(rows) / elapsed)) +
+                     " rows/s  " + seconds(elapsed);
+  const double share = total_ == 0 ? 0 : double(done_) / double(total_);
+  if (share <= 0) return text;
+  return text + "  " + std::to_string(int(share * 100)) + " %  " + seconds(elapsed / share - elapsed) + " left";
 }
 
 }  // namespace kivosql

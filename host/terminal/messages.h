@@ -1,16 +1,20 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <string>
+#include <thread>
 
 namespace kivosql {
 
-/// Writes a line to standard error, without any secret in it, and without control characters but tabs and line ends.
+/// Writes a line to standard error, without the secret and without control characters other than tabs and line ends.
 void say(const std::string& text);
 
-/// The same as an error of this program: one line, and no endless one.
+/// The same for an error of this program: one line of limited length.
 void complain(const std::string& text);
 
-/// Writes to standard error as it stands: for what moves on a terminal.
+/// Writes to standard error unchanged: for what moves on a terminal.
 void draw(const std::string& text);
 
 /// From now on no message holds @p text.
@@ -31,5 +35,41 @@ std::string counted(unsigned long long number, const char* noun);
 
 /// Seconds with two decimals.
 std::string seconds(double value);
+
+/// Seconds since it was made.
+class Stopwatch {
+ public:
+  double elapsed() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
+
+ private:
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/// A moving line on standard error, if that is a terminal, while something takes longer than a second: rows, rate and
+/// time; if the total is known, also the share done and the time left. The destructor removes it.
+class Progress {
+ public:
+  /// @param total in the unit of advance()'s @p done; 0 when unknown
+  explicit Progress(unsigned long long total = 0);
+  ~Progress() { stop(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void advance(unsigned long long rows, unsigned long long done = 0);
+
+  /// Removes the line for good.
+  void stop();
+
+ private:
+  void run();
+  std::string line() const;
+
+  const unsigned long long total_;
+  Stopwatch watch_;
+  std::atomic<unsigned long long> rows_{0};
+  std::atomic<unsigned long long> done_{0};
+  std::promise<void> stopping_;
+  std::thread thread_;
+};
 
 }  // namespace kivosql

@@ -1,0 +1,335 @@
+#include "terminal/formats.h"
+
+#include <rapidjson/writer.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <set>
+
+#include "terminal/display.h"
+#include "terminal/messages.h"
+
+namespace kivosql {
+
+namespace {
+
+constexpr std::size_t kRowsForWidths = 1000;
+
+constexpr const char* kBold = "\x1B[1m";
+constexpr const char* kDim = "\x1B[2m";
+constexpr const char* kReset = "\x1B[0m";
+
+/// The heading as a row.
+Row namesOf(const std::vector<Column>& columns) {
+  Row names;
+  for (const Column& column : columns) names.push_back({column.name, false});
+  return names;
+}
+
+/// A writer for people.
+class StyledWriter : public Writer {
+ public:
+  using Writer::Writer;
+  void end(unsigned long long rows) override { out_.write('(' + counted(rows, "row") + ")\n"); }
+
+ protected:
+  void write(const char* colour, const std::string& text) {
+    const bool coloured = style_.colours && *colour != '\0';
+    out_.write(coloured ? colour : "").write(text).write(coloured ? kReset : "");
+  }
+};
+
+/// Its columns are as wide as the first rows need; a wider cell after those stands out.
+class TableWriter : public StyledWriter {
+ public:
+  using StyledWriter::StyledWriter;
+
+  void begin(const std::vector<Column>& columns) override {
+    for (const Column& column : columns) right_.push_back(isNumeric(column.type));
+    widths_.assign(columns.size(), 0);
+    row(namesOf(columns));
+  }
+
+  void row(const Row& row) override {
+    ShownRow cells;
+    for (const Cell& cell : row) {
+      cells.push_back({cell.isNull ? style_.null : shortened(visible(cell.text), style_.maxCells), cell.isNull});
+    }
+    if (begun_) return writeRow(cells, "");
+    for (std::size_t column = 0; column < cells.size(); ++column) {
+      widths_[column] = std::max(widths_[column], cellsOf(cells[column].text));
+    }
+    kept_.push_back(std::move(cells));
+    if (kept_.size() > kRowsForWidths) writeKept();
+  }
+
+  void end(unsigned long long rows) override {
+    if (!begun_) writeKept();
+    writeRule("└", "┴", "┘");
+    StyledWriter::end(rows);
+  }
+
+ private:
+  struct Shown {
+    std::string text;
+    bool isNull;
+  };
+  using ShownRow = std::vector<Shown>;
+
+  void writeKept() {
+    begun_ = true;
+    writeRule("┌", "┬", "┐");
+    writeRow(kept_.front(), kBold);
+    writeRule("├", "┼", "┤");
+    for (std::size_t index = 1; index < kept_.size(); ++index) writeRow(kept_[index], "");
+    kept_ = {};
+  }
+
+  void writeRule(const char* left, const char* middle, const char* right) {
+    for (std::size_t column = 0; column < widths_.size(); ++column) {
+      out_.write(column == 0 ? left : middle).fill("─", widths_[column] + 2);
+    }
+    out_.write(right).write("\n");
+  }
+
+  void writeRow(const ShownRow& row, const char* colour) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      const std::size_t cells = cellsOf(row[column].text);
+      const std::size_t blanks = widths_[column] - std::min(cells, widths_[column]);
+      out_.write("│ ").fill(" ", right_[column] ? blanks : 0);
+      write(row[column].isNull ? kDim : colour, row[column].text);
+      out_.fill(" ", (right_[column] ? 0 : blanks) + 1);
+    }
+    out_.write("│\n");
+  }
+
+  bool begun_ = false;
+  std::vector<ShownRow> kept_;  ///< the heading, and the rows that widths_ are taken from
+  std::vector<std::size_t> widths_;
+  std::vector<bool> right_;
+};
+
+class VerticalWriter : public StyledWriter {
+ public:
+  using StyledWriter::StyledWriter;
+
+  void begin(const std::vector<Column>& columns) override {
+    for (const Column& column : columns) {
+      names_.push_back(visible(column.name));
+      width_ = std::max(width_, cellsOf(names_.back()));
+    }
+  }
+
+  void row(const Row& row) override {
+    write(kBold, "── " + grouped(++number_) + " ──");
+    out_.write("\n");
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      const Cell& cell = row[column];
+      out_.write(names_[column]).fill(" ", width_ - cellsOf(names_[column]) + 2);
+      write(cell.isNull ? kDim : "", cell.isNull ? style_.null : visible(cell.text));
+      out_.write("\n");
+    }
+  }
+
+ private:
+  unsigned long long number_ = 0;
+  std::size_t width_ = 0;
+  std::vector<std::string> names_;
+};
+
+class CsvWriter : public Writer {
+ public:
+  using Writer::Writer;
+
+  void begin(const std::vector<Column>& columns) override { row(namesOf(columns)); }
+
+  void row(const Row& row) override {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      if (column > 0) out_.Put(',');
+      if (row[column].isNull) {
+        out_.write(style_.null);
+      } else {
+        writeText(row[column].text);
+      }
+    }
+    out_.write(style_.crlf ? "\r\n" : "\n");
+  }
+
+ private:
+  /// Quoted when it must be, and when it would pass for NULL.
+  void writeText(std::string_view text) {
+    // A lambda, so that the loop over every byte of a result makes no call.
+    const auto needsQuotes = [](char byte) { return byte == ',' || byte == '"' || byte == '\r' || byte == '\n'; };
+    if (std::none_of(text.begin(), text.end(), needsQuotes) && text != style_.null && !text.empty()) {
+      out_.write(text);
+      return;
+    }
+    out_.Put('"');
+    for (char byte : text) {
+      if (byte == '"') out_.Put('"');
+      out_.Put(byte);
+    }
+    out_.Put('"');
+  }
+};
+
+/// One object per line.
+class JsonLinesWriter : public Writer {
+ public:
+  JsonLinesWriter(Output& out, const Style& style) : Writer(out, style), json_(out) {}
+
+  /// Members of an object need names of their own.
+  void begin(const std::vector<Column>& columns) override {
+    std::set<std::string> taken;
+    for (const Column& column : columns) {
+      std::string name = column.name;
+      for (int copy = 2; !taken.insert(name).second; ++copy) name = column.name + '_' + std::to_string(copy);
+      members_.push_back({name, isNumeric(column.type), isBoolean(column.type)});
+    }
+  }
+
+  void row(const Row& row) override {
+    writeObject(row);
+    out_.Put('\n');
+  }
+
+ protected:
+  void writeObject(const Row& row) {
+    json_.Reset(out_);
+    json_.StartObject();
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      json_.Key(members_[column].name.data(), size(members_[column].name));
+      writeValue(row[column], members_[column]);
+    }
+    json_.EndObject();
+  }
+
+ private:
+  struct Member {
+    std::string name;
+    bool isNumeric;
+    bool isBoolean;
+  };
+
+  static rapidjson::SizeType size(std::string_view text) { return static_cast<rapidjson::SizeType>(text.size()); }
+
+  void writeValue(const Cell& cell, const Member& member) {
+    if (cell.isNull) {
+      json_.Null();
+    } else if (const auto truth = member.isBoolean ? booleanOf(cell.text) : std::nullopt; truth) {
+      json_.Bool(*truth);
+    } else if (member.isNumeric && isJsonNumber(cell.text)) {
+      // As it stands: no digit of a long number may be lost.
+      json_.RawValue(cell.text.data(), cell.text.size(), rapidjson::kNumberType);
+    } else {
+      json_.String(cell.text.data(), size(cell.text));
+    }
+  }
+
+  rapidjson::Writer<Output> json_;
+  std::vector<Member> members_;
+};
+
+/// An array of objects.
+class JsonWriter : public JsonLinesWriter {
+ public:
+  using JsonLinesWriter::JsonLinesWriter;
+
+  void begin(const std::vector<Column>& columns) override {
+    JsonLinesWriter::begin(columns);
+    out_.write("[\n");
+  }
+
+  void row(const Row& row) override {
+    out_.write(std::exchange(separator_, ",\n"));
+    writeObject(row);
+  }
+
+  void end(unsigned long long /*rows*/) override { out_.write("\n]\n"); }
+
+ private:
+  const char* separator_ = "";
+};
+
+class MarkdownWriter : public Writer {
+ public:
+  using Writer::Writer;
+
+  void begin(const std::vector<Column>& columns) override {
+    row(namesOf(columns));
+    out_.write("|").fill(" --- |", columns.size()).write("\n");
+  }
+
+  void row(const Row& row) override {
+    out_.write("|");
+    for (const Cell& cell : row) out_.write(" ").write(cell.isNull ? style_.null : escaped(cell.text)).write(" |");
+    out_.write("\n");
+  }
+
+ private:
+  static std::string escaped(std::string_view text) {
+    std::string result;
+    for (char byte : text) {
+      if (byte == '|' || byte == '\\') result += '\\';
+      result += byte == '\n' ? "<br>" : byte == '<' ? "&lt;" : byte == '&' ? "&amp;" : std::string(1, byte);
+    }
+    return visible(result);
+  }
+};
+
+template <typename Made>
+std::unique_ptr<Writer> make(Output& out, const Style& style) {
+  return std::make_unique<Made>(out, style);
+}
+
+constexpr Results kNothingBetween{"", "", ""};
+constexpr Results kBlankLine{"", "\n", ""};
+constexpr Results kOneArray{"[\n", ",\n", "]\n"};
+
+}  // namespace
+
+Output& Output::write(std::string_view text) {
+  while (!text.empty()) {
+    if (used_ == buffer_.size()) flush();
+    const std::size_t length = text.copy(buffer_.data() + used_, buffer_.size() - used_);
+    used_ += length;
+    text.remove_prefix(length);
+  }
+  return *this;
+}
+
+Output& Output::fill(std::string_view text, std::size_t times) {
+  while (times-- > 0) write(text);
+  return *this;
+}
+
+bool Output::flush() {
+  for (std::size_t written = 0; written < used_ && good();) {
+    const ssize_t length = ::write(descriptor_, buffer_.data() + written, used_ - written);
+    if (length >= 0) {
+      written += static_cast<std::size_t>(length);
+    } else if (errno != EINTR) {
+      error_ = errno;
+    }
+  }
+  used_ = 0;
+  return good();
+}
+
+bool Output::abandoned() const { return error_ == EPIPE; }
+
+std::string Output::reason() const { return std::strerror(error_); }
+
+const Format kFormats[6] = {
+    {"table", "aligned, for a terminal", "∅", true, false, kNothingBetween, make<TableWriter>},
+    {"vertical", "a line for each value", "∅", true, false, kNothingBetween, make<VerticalWriter>},
+    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, true, kBlankLine, make<CsvWriter>},
+    {"json", "an array of objects; for a script an array of such arrays", "", false, false, kOneArray,
+     make<JsonWriter>},
+    {"jsonl", "one object per line", "", false, false, kNothingBetween, make<JsonLinesWriter>},
+    {"markdown", "a table for a document", "∅", false, false, kBlankLine, make<MarkdownWriter>},
+};
+
+}  // namespace kivosql
