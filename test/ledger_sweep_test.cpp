@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -12,7 +13,9 @@
 
 #include "JavaConnectionUtils.h"
 #include "JdbcUtils.h"
+#include "KivoArrow.h"
 #include "RowBlocks.h"
+#include "arrow_text.h"
 #include "doubles.h"
 #include "jdbcWrapper.h"
 #include "jni_ledger.h"
@@ -165,6 +168,22 @@ void readFailingBlocks(JdbcUtils& utils) {
   EXPECT_NE(blocks.errorState, 0);
 }
 
+/// Typed rows by the batch, one at a time: all of them, or an error that says why not.
+void readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> expected) {
+  std::string query = sql;
+  if (!utils.executeQuery(query, 0)) return;
+  ArrowStreamOptions options;
+  options.maxRows = 1;
+  Held<ArrowArrayStream> stream;
+  std::string error;
+  if (makeArrowStream(utils, stream, error, options)) {
+    const std::optional<std::int64_t> rows = countRows(stream);
+    EXPECT_TRUE(rows == expected || (!rows && JniLedger::faultFired()));
+  } else {
+    EXPECT_FALSE(error.empty());
+  }
+}
+
 struct JdbcRow {
   const char* name;
   State state;
@@ -198,6 +217,9 @@ const JdbcRow kJdbcRows[] = {
     {"getColumnInfo", State::result, describeColumn, kPending},
     {"RowBlocks", State::result, readBlocks},
     {"RowBlocks of a failing row", State::statement, readFailingBlocks},
+    {"makeArrowStream", State::statement, [](auto& j) { readStream(j, "typed rows", 3); }},
+    {"makeArrowStream of a failing row", State::statement,
+     [](auto& j) { readStream(j, "failing rows", std::nullopt); }},
     {"closeRS", State::result, [](auto& j) { j.closeRS(); }},
     {"closeST", State::result, [](auto& j) { j.closeST(); }},
     {"closeConnection", State::result, [](auto& j) { j.closeConnection(); }},
@@ -269,6 +291,7 @@ class LedgerSweep : public DoublesTest {
   void sweep(const std::vector<Member>& members, const char* title) {
     answer("DatabaseMetaData.getTables", "A:12,B:12,C:12,D:12\nc,s,ORDERS,TABLE\nc,null,ITEMS,TABLE");
     answer("failing rows", "ID:4\n1\nthrow");
+    answer("typed rows", "ID:4,NAME:12\n1,one\n2,two\n3,three");
     JniLedger ledger;
     ledger.setTraceLimit(0);
     int points = 0;

@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "JavaVmHost.h"
+#include "KivoArrow.h"
+#include "arrow_text.h"
 #include "jni_ledger.h"
 #include "process_usage.h"
 #include "sql_client.h"
@@ -119,6 +121,26 @@ class Soak : public testing::Test {
 TEST_F(Soak, TenMillionCells) {
   const std::string sql = "select g, 'text', date '2024-02-29', null from generate_series(1, 40000) g";
   soak("cells", 10000000, [&] { return read(jdbc, sql, 4) + read(wrapper, sql, 4) + read(bridge, sql, 4); });
+}
+
+TEST_F(Soak, TwoMillionTypedRows) {
+  constexpr int kBatches = 20;
+  ArrowStreamOptions options;
+  options.maxRows = 4096;
+  EXPECT_TRUE(
+      wrapper.query("select g, 'text ' || g, date '2024-02-29', g / 7.0, null from generate_series(1, 2048000) g"));
+  Held<ArrowArrayStream> stream;
+  std::string error;
+  ASSERT_TRUE(makeArrowStream(wrapper.wrapper, stream, error, options)) << error;
+  soak("typed rows", 2000000, [&stream] {
+    long rows = 0;
+    for (int number = 0; number < kBatches; ++number) {
+      Held<ArrowArray> batch;
+      EXPECT_EQ(stream.get_next(&stream, &batch), 0);
+      rows += batch.length;
+    }
+    return rows;
+  });
 }
 
 TEST_F(Soak, AHundredThousandStatements) {

@@ -15,6 +15,43 @@
 
 namespace kivo::test {
 
+/// An ArrowSchema, ArrowArray or ArrowArrayStream that is released at the end, if it was not before.
+template <class Structure>
+struct Held : Structure {
+  Held() : Structure{} {}
+  ~Held() {
+    if (this->release != nullptr) this->release(this);
+  }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+};
+
+/// Moves a structure that its owner has no use for any more.
+template <class Structure>
+void moveTo(Held<Structure>& target, Structure& source) {
+  static_cast<Structure&>(target) = source;
+  source.release = nullptr;
+}
+
+/// Counts the rows of a stream, then releases it, and the first batch after it. @return nothing when a call failed.
+inline std::optional<std::int64_t> countRows(Held<ArrowArrayStream>& stream) {
+  Held<ArrowArray> first;
+  Held<ArrowSchema> schema;
+  std::int64_t rows = 0;
+  int code = stream.get_schema(&stream, &schema);
+  for (bool more = code == 0; more;) {
+    Held<ArrowArray> batch;
+    code = stream.get_next(&stream, &batch);
+    more = batch.release != nullptr;
+    rows += batch.length;
+    if (more && first.release == nullptr) moveTo(first, static_cast<ArrowArray&>(batch));
+  }
+  const bool failed = stream.get_last_error(&stream) != nullptr;
+  stream.release(&stream);
+  if (failed != (code != 0)) throw std::runtime_error("an error without a text, or a text without an error");
+  return failed ? std::nullopt : std::optional(rows);
+}
+
 /// Reads the values of one Arrow array as text, in the library's own form of each type.
 class ArrowText {
  public:

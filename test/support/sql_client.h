@@ -92,7 +92,6 @@ class WrapperClient : public SqlClient {
   std::string error() override { return wrapper.errorMessage; }
   void close() override { wrapper.closeConnection(); }
 
- private:
   jdbcWrapper wrapper;
 };
 

@@ -81,6 +81,15 @@ final class JdbcDouble implements InvocationHandler {
         return table.next();
       case "ResultSet.getString":
         return table.cell((Integer) arguments[0]);
+      case "ResultSet.getInt":
+        return Integer.parseInt(table.cell((Integer) arguments[0]));
+      case "ResultSet.wasNull":
+        return false;
+      case "ResultSetMetaData.getPrecision":
+      case "ResultSetMetaData.getScale":
+        return 0;
+      case "ResultSetMetaData.isSigned":
+        return true;
       case "ResultSetMetaData.getColumnCount":
         return table.columnCount();
       case "ResultSetMetaData.getColumnLabel":

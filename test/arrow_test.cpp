@@ -1,0 +1,477 @@
+// Arrow streams of open results: what they hold, how long it lives, on which threads.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "JavaVmHost.h"
+#include "JdbcUtils.h"
+#include "KivoArrow.h"
+#include "arrow_text.h"
+#include "jdbcWrapper.h"
+#include "jni_ledger.h"
+#include "vm_fixture.h"
+
+namespace kivo::test {
+namespace {
+
+[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
+
+using Schema = Held<ArrowSchema>;
+using Array = Held<ArrowArray>;
+using Stream = Held<ArrowArrayStream>;
+
+ArrowStreamOptions byRows(int rows) {
+  ArrowStreamOptions options;
+  options.maxRows = rows;
+  return options;
+}
+
+/// A database with a query's open result.
+class Source {
+ public:
+  explicit Source(const std::string& sql = "") {
+    std::string url = "jdbc:h2:mem:arrow;DB_CLOSE_DELAY=-1";
+    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection("", "") && wrapper.getStatement())
+        << wrapper.errorMessage;
+    if (!sql.empty()) query(sql);
+  }
+  ~Source() { wrapper.closeConnection(); }
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+
+  void query(const std::string& sql) { EXPECT_TRUE(wrapper.executeQuery(sql, 0)) << wrapper.errorMessage; }
+
+  void open(ArrowArrayStream& stream, const ArrowStreamOptions& options = {}) {
+    std::string error;
+    EXPECT_TRUE(makeArrowStream(wrapper, stream, error, options)) << error;
+  }
+
+  jdbcWrapper wrapper;
+};
+
+/// A stream of numbers from 1, which its source may leave behind.
+struct Numbers {
+  explicit Numbers(int count, int maxRows = 2)
+      : source("select x from system_range(1, " + std::to_string(count) + ")") {
+    source.open(stream, byRows(maxRows));
+  }
+
+  Source source;
+  Stream stream;
+};
+
+std::string textOf(const char* text) { return text == nullptr ? "" : text; }
+
+std::int64_t number(const ArrowArray& column, std::int64_t row) {
+  return static_cast<const std::int64_t*>(column.buffers[1])[row];
+}
+
+/// The rows of a batch, a cell in brackets each.
+std::string textOf(const ArrowSchema& schema, const ArrowArray& batch) {
+  std::string text;
+  for (std::int64_t row = 0; row < batch.length; ++row) {
+    for (std::int64_t column = 0; column < batch.n_children; ++column) {
+      text += '<' + ArrowText(*schema.children[column], *batch.children[column]).at(row).value_or("NULL") + '>';
+    }
+  }
+  return text;
+}
+
+struct Read {
+  std::vector<std::int64_t> batches;
+  std::string text;
+  int code = 0;
+  std::string error;
+};
+
+Read readAll(ArrowArrayStream& stream) {
+  Read read;
+  Schema schema;
+  EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
+  while (true) {
+    Array batch;
+    read.code = stream.get_next(&stream, &batch);
+    read.error = textOf(stream.get_last_error(&stream));
+    if (read.code != 0 || batch.release == nullptr) break;
+    EXPECT_EQ(read.error, "");
+    read.batches.push_back(batch.length);
+    read.text += textOf(schema, batch);
+  }
+  return read;
+}
+
+/// The key and value of a field's metadata, in Arrow's form.
+std::string metadataOf(const ArrowSchema& field) {
+  const auto numberAt = [](const char* at) {
+    std::int32_t read = 0;
+    std::memcpy(&read, at, sizeof read);
+    return read;
+  };
+  const char* at = field.metadata;
+  EXPECT_EQ(numberAt(at), 1);
+  std::string text;
+  for (at += 4; text.find('=') == std::string::npos; text += '=') {
+    text.append(at + 4, static_cast<std::size_t>(numberAt(at)));
+    at += 4 + numberAt(at);
+  }
+  return text.append(at + 4, static_cast<std::size_t>(numberAt(at)));
+}
+
+std::string describe(const ArrowSchema& field) {
+  EXPECT_EQ(field.flags & ARROW_FLAG_NULLABLE, ARROW_FLAG_NULLABLE);
+  EXPECT_EQ(field.dictionary, nullptr);
+  std::string text = textOf(field.name) + ' ' + field.format + ' ' + metadataOf(field);
+  for (std::int64_t index = 0; index < field.n_children; ++index) text += " of " + describe(*field.children[index]);
+  return text;
+}
+
+TEST(ArrowStreams, DescribeTheirColumns) {
+  Source source(
+      "select cast(1 as bigint) id, cast('a' as varchar(9)) \"Stra\u00DFe\", cast(1.5 as decimal(10, 2)) d,"
+      " timestamp '2024-02-29 12:00:00' t, array[1, 2] many, null nothing");
+  Stream stream;
+  source.open(stream);
+  Schema schema;
+  ASSERT_EQ(stream.get_schema(&stream, &schema), 0);
+  EXPECT_STREQ(schema.format, "+s");
+  std::vector<std::string> columns;
+  for (std::int64_t index = 0; index < schema.n_children; ++index) columns.push_back(describe(*schema.children[index]));
+  const std::string key = " KIVO:type_name=";
+  EXPECT_EQ(columns, (std::vector<std::string>{"ID l" + key + "BIGINT", "Stra\u00DFe u" + key + "CHARACTER VARYING",
+                                               "D d:10,2" + key + "DECIMAL", "T tsu:" + key + "TIMESTAMP",
+                                               "MANY +l" + key + "INTEGER ARRAY of item i" + key + "INTEGER ARRAY",
+                                               "NOTHING n" + key + "NULL"}));
+
+  // A child that was moved out and a second schema are nobody else's.
+  Schema second;
+  ASSERT_EQ(stream.get_schema(&stream, &second), 0);
+  Schema moved;
+  moveTo(moved, *schema.children[4]);
+  schema.release(&schema);
+  EXPECT_EQ(schema.release, nullptr);
+  stream.release(&stream);
+  EXPECT_EQ(describe(moved), columns[4]);
+  EXPECT_EQ(describe(*second.children[4]), columns[4]);
+}
+
+TEST(ArrowStreams, HandOutTheRowsInBatches) {
+  ArrowStreamOptions scaled;
+  scaled.decimals = ArrowDecimals::decimal128;
+  scaled.decimalScale = 3;
+  ArrowStreamOptions float64;
+  float64.decimals = ArrowDecimals::float64;
+  const struct {
+    const char* what;
+    const char* sql;
+    ArrowStreamOptions options;
+    std::vector<std::int64_t> batches;
+    const char* text;
+  } rows[] = {
+      {"no rows", "select x from system_range(1, 0)", {}, {}, ""},
+      {"one batch", "select x from system_range(1, 3)", {}, {3}, "<1><2><3>"},
+      {"full batches", "select x from system_range(1, 4)", byRows(2), {2, 2}, "<1><2><3><4>"},
+      {"a rest", "select x from system_range(1, 5)", byRows(2), {2, 2, 1}, "<1><2><3><4><5>"},
+      {"rows out of range", "select x from system_range(1, 2)", byRows(-7), {1, 1}, "<1><2>"},
+      {"every number of buffers",
+       "values (1, true, 'a', x'00ff', array[1, null], null), (null, false, null, null, null, null)",
+       {},
+       {2},
+       "<1><true><a><00ff><[1, null]><NULL><NULL><false><NULL><NULL><NULL><NULL>"},
+      {"a decimal without a scale, as text", "select cast(1.25 as decfloat)", {}, {1}, "<1.25>"},
+      {"as float64", "select cast(1.25 as decfloat)", float64, {1}, "<1.25>"},
+      {"as decimal128", "select cast(1.25 as decfloat)", scaled, {1}, "<1.250>"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Source source(row.sql);
+    Stream stream;
+    source.open(stream, row.options);
+    const Read read = readAll(stream);
+    EXPECT_EQ(read.code, 0);
+    EXPECT_EQ(read.error, "");
+    EXPECT_EQ(read.batches, row.batches);
+    EXPECT_EQ(read.text, row.text);
+    // The end stays the end.
+    EXPECT_EQ(readAll(stream).batches, std::vector<std::int64_t>());
+  }
+}
+
+TEST(ArrowStreams, EndABatchOnceItsBytesAreEnough) {
+  Source source("select repeat('x', 600) from system_range(1, 5)");
+  Stream stream;
+  ArrowStreamOptions options;
+  options.maxBytes = 1000;
+  source.open(stream, options);
+  EXPECT_EQ(readAll(stream).batches, (std::vector<std::int64_t>{2, 2, 1}));
+}
+
+TEST(ArrowStreams, AreReleasedBeforeAmidAndAfterTheRows) {
+  for (const int batches : {0, 1, 3, 4}) {
+    SCOPED_TRACE(batches);
+    Numbers numbers(5);
+    ArrowArrayStream& stream = numbers.stream;
+    for (int read = 0; read < batches; ++read) {
+      Array batch;
+      EXPECT_EQ(stream.get_next(&stream, &batch), 0);
+      EXPECT_EQ(batch.release == nullptr, read == 3);
+    }
+    stream.release(&stream);
+    EXPECT_EQ(stream.release, nullptr);
+    // The source is as usable as before.
+    numbers.source.query("select 1");
+    EXPECT_TRUE(numbers.source.wrapper.next());
+
+    Array none;
+    Schema nothing;
+    EXPECT_EQ(stream.get_next(&stream, &none), EINVAL);
+    EXPECT_EQ(stream.get_schema(&stream, &nothing), EINVAL);
+    EXPECT_EQ(none.release, nullptr);
+    EXPECT_EQ(nothing.release, nullptr);
+    EXPECT_NE(textOf(stream.get_last_error(&stream)).find("released"), std::string::npos);
+  }
+}
+
+TEST(ArrowStreams, LeaveTheirArraysAsTheyAre) {
+  JniLedger ledger;
+  {
+    Array kept[3];
+    Array moved;
+    {
+      Numbers numbers(6);
+      for (Array& batch : kept) ASSERT_EQ(numbers.stream.get_next(&numbers.stream, &batch), 0);
+      moveTo(moved, *kept[1].children[0]);
+      // Its memory is free for a further batch, that of the moved child is not.
+      kept[1].release(&kept[1]);
+      EXPECT_EQ(readAll(numbers.stream).code, 0);
+    }
+    EXPECT_EQ(number(*kept[0].children[0], 1), 2);
+    EXPECT_EQ(number(moved, 0), 3);
+    EXPECT_EQ(number(moved, 1), 4);
+    EXPECT_EQ(number(*kept[2].children[0], 1), 6);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(moved.buffers[1]) % 64, 0U);
+    EXPECT_EQ(ledger.liveGlobals(), 3);
+  }
+  EXPECT_EQ(ledger.complaint(), "");
+}
+
+TEST(ArrowStreams, UseMemoryAgainOnceItIsReleased) {
+  Numbers numbers(5);
+  const void* places[2] = {};
+  for (const void*& place : places) {
+    Array batch;
+    ASSERT_EQ(numbers.stream.get_next(&numbers.stream, &batch), 0);
+    place = batch.children[0]->buffers[1];
+  }
+  EXPECT_EQ(places[0], places[1]);
+}
+
+TEST(ArrowStreams, SayWhyTheRowsEnd) {
+  ArrowStreamOptions scaled = byRows(2);
+  scaled.decimals = ArrowDecimals::decimal128;
+  const struct {
+    const char* what;
+    const char* sql;
+    ArrowStreamOptions options;
+    std::vector<std::int64_t> batches;
+    int code;
+    std::vector<const char*> text;
+    std::function<void(jdbcWrapper&)> before = [](jdbcWrapper&) {};
+  } rows[] = {
+      {"a failing cell", "select 1 / (4 - x) from system_range(1, 9)", byRows(2), {2, 1}, EIO, {"[22012", "zero"}},
+      {"a cell that does not fit",
+       "select cast(x / 2.0 as decfloat) as \"half \u20AC\" from system_range(2, 9)",
+       scaled,
+       {1},
+       EINVAL,
+       {"row 2", "\"half \u20AC\"", "1.5"}},
+      {"a connection that is closed",
+       "select x from system_range(1, 9)",
+       {},
+       {},
+       EINVAL,
+       {"no"},
+       [](jdbcWrapper& wrapper) { wrapper.closeConnection(); }},
+      {"another query",
+       "select x from system_range(1, 9)",
+       {},
+       {},
+       EINVAL,
+       {"another query has been run"},
+       [](jdbcWrapper& wrapper) { wrapper.executeQuery("select 1", 0); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Source source(row.sql);
+    Stream stream;
+    source.open(stream, row.options);
+    EXPECT_EQ(stream.get_last_error(&stream), nullptr);
+    row.before(source.wrapper);
+    for (int time = 0; time < 2; ++time) {
+      const Read read = readAll(stream);
+      EXPECT_EQ(read.code, row.code);
+      EXPECT_EQ(read.batches, time == 0 ? row.batches : std::vector<std::int64_t>());
+      for (const char* piece : row.text) EXPECT_NE(read.error.find(piece), std::string::npos) << read.error;
+    }
+    Schema schema;
+    EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
+    EXPECT_EQ(stream.get_last_error(&stream), nullptr);
+  }
+}
+
+TEST(ArrowStreams, AreNotMadeWithoutAnOpenResult) {
+  JdbcUtils unattached;
+  Source source;
+  const auto refusal = [](auto& object) {
+    std::string error;
+    Stream stream;
+    EXPECT_FALSE(makeArrowStream(object, stream, error));
+    EXPECT_EQ(stream.release, nullptr);
+    return error;
+  };
+  EXPECT_EQ(refusal(unattached), "there is no open result to read");
+  EXPECT_NE(refusal(source.wrapper).find("no query has been run"), std::string::npos);
+}
+
+JNIEnv* attachedEnvironment() {
+  void* env = nullptr;
+  return _globaljvm->GetEnv(&env, JNI_VERSION_1_8) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+}
+
+TEST(ArrowStreams, LeaveAPendingExceptionPending) {
+  Numbers numbers(5);
+  JNIEnv* env = attachedEnvironment();
+  const jclass thrown = env->FindClass("java/lang/IllegalStateException");
+  env->ThrowNew(thrown, "left over");
+  EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
+  EXPECT_TRUE(env->ExceptionCheck());
+  numbers.stream.release(&numbers.stream);
+  EXPECT_TRUE(env->ExceptionCheck());
+  env->ExceptionClear();
+  env->DeleteLocalRef(thrown);
+}
+
+bool isDaemon(JNIEnv* env) {
+  const jclass threadClass = env->FindClass("java/lang/Thread");
+  const jmethodID current = env->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
+  const jobject thread = env->CallStaticObjectMethod(threadClass, current);
+  const bool answer = env->CallBooleanMethod(thread, env->GetMethodID(threadClass, "isDaemon", "()Z")) == JNI_TRUE;
+  env->DeleteLocalRef(thread);
+  env->DeleteLocalRef(threadClass);
+  return answer;
+}
+
+/// Sees at the end of a thread, after the library's own object on it is gone, whether the thread is still attached.
+class LastLook {
+ public:
+  explicit LastLook(bool& attached) : attached_(attached) {}
+  ~LastLook() { attached_ = attachedEnvironment() != nullptr; }
+  LastLook(const LastLook&) = delete;
+  LastLook& operator=(const LastLook&) = delete;
+
+ private:
+  bool& attached_;
+};
+
+TEST(ArrowStreams, AttachAThreadForAsLongAsItLives) {
+  for (const bool isHosts : {false, true}) {
+    SCOPED_TRACE(isHosts);
+    Numbers numbers(5);
+    bool attachedAtEnd = !isHosts;
+    std::thread([&] {
+      static thread_local std::optional<LastLook> look;
+      look.emplace(attachedAtEnd);
+      void* env = nullptr;
+      if (isHosts) _globaljvm->AttachCurrentThread(&env, nullptr);
+      EXPECT_EQ(attachedEnvironment() != nullptr, isHosts);
+      EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
+      ASSERT_NE(attachedEnvironment(), nullptr);
+      EXPECT_EQ(isDaemon(attachedEnvironment()), !isHosts);
+    }).join();
+    EXPECT_EQ(attachedAtEnd, isHosts);
+  }
+}
+
+TEST(ArrowStreams, AreReadByThreadsInTurn) {
+  constexpr int kThreads = 4;
+  constexpr int kCount = 2000;
+  Numbers numbers(kCount, 7);
+  std::mutex mutex;
+  std::condition_variable changed;
+  int turn = 0;
+  std::int64_t sum = 0;
+  const auto reader = [&](int own) {
+    for (bool more = true; more;) {
+      Array batch;
+      std::unique_lock<std::mutex> lock(mutex);
+      changed.wait(lock, [&] { return turn % kThreads == own; });
+      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &batch), 0);
+      more = batch.release != nullptr;
+      for (std::int64_t row = 0; more && row < batch.length; ++row) sum += number(*batch.children[0], row);
+      ++turn;
+      lock.unlock();
+      changed.notify_all();
+      // The batch is released here, while others read.
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int own = 0; own < kThreads; ++own) threads.emplace_back(reader, own);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(sum, std::int64_t{kCount} * (kCount + 1) / 2);
+}
+
+TEST(ArrowStreams, FailOnAThreadThatTheVmRefuses) {
+  JniLedger ledger;
+  {
+    Numbers numbers(5);
+    Array kept;
+    ASSERT_EQ(numbers.stream.get_next(&numbers.stream, &kept), 0);
+    std::thread([&] {
+      JniLedger::plan(Fault::kAttach, 1, true);
+      JniLedger::arm(true);
+      Array none;
+      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &none), EIO);
+      EXPECT_STREQ(numbers.stream.get_last_error(&numbers.stream), "could not attach the thread to the Java VM");
+      kept.release(&kept);
+      numbers.stream.release(&numbers.stream);
+    }).join();
+  }
+  EXPECT_EQ(ledger.complaint(), "2 global references left\n")
+      << "of the column and the stream: it takes a VM to drop them";
+}
+
+TEST(ArrowStreams, ReleaseEverythingWhicheverCallFails) {
+  JniLedger ledger;
+  Source source;
+  const auto operation = [&source](const Armed& armed) {
+    source.query("select x, array[x] from system_range(1, 3)");
+    armed([&source] {
+      Stream stream;
+      std::string error;
+      if (!makeArrowStream(source.wrapper, stream, error, byRows(2))) return;
+      const std::optional<std::int64_t> rows = countRows(stream);
+      EXPECT_TRUE(rows == 3 || (!rows && JniLedger::faultFired()));
+    });
+  };
+  const int globals = ledger.liveGlobals();
+  int points = 0;
+  for (const Fault fault :
+       {Fault::kOutOfMemory, Fault::kNull, Fault::kThrowBefore, Fault::kThrowAfter, Fault::kAllocation}) {
+    for (const bool lasting : {false, true}) points += sweepFaults(ledger, fault, operation, lasting);
+    EXPECT_EQ(ledger.liveGlobals(), globals);
+  }
+  EXPECT_GT(points, 200);
+}
+
+}  // namespace
+}  // namespace kivo::test
