@@ -74,7 +74,7 @@ final class Batch {
   }
 
   /** Counted from 0. Some drivers mark the statement, some mark all and name it in their text, and some stop at it. */
-  private static int failedStatement(BatchUpdateException failure, int size, Database database) {
+  static int failedStatement(BatchUpdateException failure, int size, Database database) {
     if (size == 1) return 0;
     if (String.valueOf(failure.getSQLState()).startsWith(BROKEN_CONNECTION)) return UNKNOWN;
     int[] counts = failure.getUpdateCounts();

@@ -13,7 +13,7 @@ import java.util.stream.Stream;
  * All that differs from database to database, or from one database's driver to another's: one row for each. No other
  * code asks which database it has.
  */
-enum Database {
+public enum Database {
   // clang-format off
   ORACLE(new DatabaseRow("oracle", "jdbc:oracle:thin:@{host}:{port}:{instance}")
       .refusingNoInstance("for Oracle the instance name must not be empty")
@@ -225,7 +225,7 @@ enum Database {
   }
 
   /** Whether a parameter without a type is read like a literal in quotes. */
-  boolean readsParametersAsLiterals() {
+  public boolean readsParametersAsLiterals() {
     return row.readsParametersAsLiterals;
   }
 

@@ -8,18 +8,19 @@ import java.sql.Types;
 import java.util.regex.Pattern;
 
 /**
- * A column that text is loaded into. A text that is a value of the column's type is bound as one; any other is bound as
- * text, for the database to read or to refuse.
+ * A parameter that text is bound to, of a column that is loaded or of any statement. A text that is a value of the
+ * column's type is bound as one; any other is bound as text, for the database to read or to refuse.
  */
-final class LoadedColumn {
+public final class LoadedColumn {
   private static final Pattern INTEGER = Pattern.compile("-?(?:0|[1-9]\\d{0,17})");
   private static final Pattern NUMBER = Pattern.compile("-?(?:0|[1-9]\\d*)(?:\\.\\d+)?(?:[eE][+-]?\\d{1,3})?");
   private static final Pattern BYTES = Pattern.compile("(?:\\p{XDigit}{2})*");
   private static final Pattern TRUE = Pattern.compile("t|true|1", Pattern.CASE_INSENSITIVE);
   private static final Pattern TRUTH = Pattern.compile("t|true|1|f|false|0", Pattern.CASE_INSENSITIVE);
 
-  private final String name;
+  final String name;
   private final int type;
+  private final boolean takesAnyType;
   private final Binder binder;
 
   /** Binds a text that is not null. */
@@ -27,22 +28,28 @@ final class LoadedColumn {
     void bind(PreparedStatement statement, int place, String value) throws SQLException;
   }
 
-  LoadedColumn(String name, int type, String typeName, Database database) {
+  public LoadedColumn(String name, int type, String typeName, Database database) {
     this.name = name;
     // PostgreSQL infers the type of such a parameter as it does a literal's; a null bound so is still SQL NULL.
     this.type = database.readsParametersAsLiterals() ? Types.OTHER : type;
+    takesAnyType = database.anyTypeInAnyCell();
     binder = database.readsParametersAsLiterals() ? asLiteral(type) : typed(type, typeName, database);
   }
 
-  void bind(PreparedStatement statement, int place, String value) throws SQLException {
-    try {
-      if (value == null) {
-        statement.setNull(place, type);
-      } else {
-        binder.bind(statement, place, value);
-      }
-    } catch (SQLException | RuntimeException refused) {
-      throw new SQLException("column " + name + ": " + refused.getMessage(), refused);
+  public void bind(PreparedStatement statement, int place, String value) throws SQLException {
+    if (value == null) {
+      statement.setNull(place, type);
+    } else {
+      binder.bind(statement, place, value);
+    }
+  }
+
+  /** What SQLite's driver binds as a decimal number arrives as text, as it does here. */
+  public void bindDecimal(PreparedStatement statement, int place, BigDecimal value) throws SQLException {
+    if (takesAnyType) {
+      statement.setString(place, value.toPlainString());
+    } else {
+      statement.setBigDecimal(place, value);
     }
   }
 

@@ -81,35 +81,23 @@ public final class RowLoader {
    */
   public boolean store(ByteBuffer ends, ByteBuffer text) {
     return attempt(() -> {
-      LoadedRows rows = new LoadedRows(ends, text, columns.length);
+      LoadedRows rows = new LoadedRows(ends, text, columns);
       session.runAsOne(connection -> store(connection, rows));
     });
   }
 
   private void store(Connection connection, LoadedRows rows) throws SQLException {
     database().prepareLoad(connection);
+    BoundBatch batch = new BoundBatch(session, rows);
     int rowsEach = Math.max(1, Math.min(database().rowsPerInsert(), MAX_PARAMETERS / columns.length));
-    int rest = rows.count % rowsEach;
-    store(connection, rowsEach, rows.count / rowsEach, rows);
-    store(connection, rest, 1, rows);
+    store(connection, batch, rows.count() / rowsEach, rowsEach);
+    store(connection, batch, 1, rows.count() % rowsEach);
   }
 
-  private void store(Connection connection, int rowsEach, int statements, LoadedRows rows) throws SQLException {
+  private void store(Connection connection, BoundBatch batch, int statements, int rowsEach) throws SQLException {
     if (rowsEach == 0 || statements == 0) return;
-    int atOnce = database().statementsAtOnce();
     try (PreparedStatement statement = connection.prepareStatement(insert + rowPlaces(rowsEach))) {
-      session.setRunning(statement);
-      for (int count = 1; count <= statements; ++count) {
-        for (int place = 0; place < rowsEach * columns.length; ++place) {
-          columns[place % columns.length].bind(statement, place + 1, rows.next());
-        }
-        statement.addBatch();
-        if (count % atOnce != 0 && count != statements) continue;
-        session.checkCancelled();
-        statement.executeBatch();
-      }
-    } finally {
-      session.setRunning(null);
+      batch.run(statement, statements, rowsEach);
     }
   }
 
@@ -127,7 +115,7 @@ public final class RowLoader {
     int[] found = {NONE};
     try {
       if (!session.undone()) return NONE;
-      LoadedRows rows = new LoadedRows(ends, text, columns.length);
+      LoadedRows rows = new LoadedRows(ends, text, columns);
       session.runAsOne(connection -> {
         found[0] = firstFailing(connection, rows);
         throw new SQLException("only tried");
@@ -143,9 +131,8 @@ public final class RowLoader {
     database().prepareLoad(connection);
     try (PreparedStatement statement = connection.prepareStatement(insert + row)) {
       session.setRunning(statement);
-      for (; number < rows.count; ++number) {
-        int place = 0;
-        for (LoadedColumn column : columns) column.bind(statement, ++place, rows.next());
+      for (; number < rows.count(); ++number) {
+        rows.bind(number, statement, 1);
         statement.executeUpdate();
       }
       return NONE;

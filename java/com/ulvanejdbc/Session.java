@@ -1,14 +1,20 @@
 package com.ulvanejdbc;
 
 import com.ulvanejdbc.Transactions.Ending;
-import com.ulvanejdbc.Transactions.Work;
 import java.sql.Connection;
+import java.sql.PreparedStatement;
+import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.sql.Statement;
 import java.util.List;
 
 /** One connection with its statement, the rows of its last query and its waiting batch. */
-final class Session {
+public final class Session {
+  /** What stands as a whole or not at all, except what the database commits by itself or cannot undo. */
+  public interface Work {
+    void run(Connection connection) throws SQLException;
+  }
+
   private static final int SECONDS_TO_ANSWER = 5;
 
   private final Batch batch = new Batch();
@@ -18,6 +24,9 @@ final class Session {
   private volatile Cancellation cancellation;
   private Statement statement;
   private Rows rows;
+
+  /** What the rows come from. */
+  private Statement rowsStatement;
 
   /** Connects, unless a live connection is held. */
   void connect(ConnectionUrl target, String user, String password) throws SQLException {
@@ -37,12 +46,12 @@ final class Session {
     }
   }
 
-  boolean isValid(int seconds) throws SQLException {
+  public boolean isValid(int seconds) throws SQLException {
     return connection != null && connection.isValid(seconds);
   }
 
   /** Ends the statement that runs, the rows being read or the batch; any thread. It may come too late. */
-  void cancel() throws SQLException {
+  public void cancel() throws SQLException {
     Cancellation current = cancellation;
     if (current != null) current.cancel();
   }
@@ -58,14 +67,29 @@ final class Session {
     if (maxRows < 0) throw new MisuseException("the row limit must not be negative");
     Statement ready = statement();
     endRows();
+    openRows(ready, sql, maxRows, () -> ready.executeQuery(sql));
+  }
+
+  /** Runs a prepared query, whose parameters are bound. @param maxRows how many rows to read at most; 0 is no limit */
+  public void query(PreparedStatement prepared, String sql, int maxRows) throws SQLException {
+    endRows();
+    openRows(prepared, sql, maxRows, prepared::executeQuery);
+  }
+
+  private interface Execution {
+    ResultSet run() throws SQLException;
+  }
+
+  private void openRows(Statement ready, String sql, int maxRows, Execution execution) throws SQLException {
     rows = null;
+    rowsStatement = ready;
     try {
       boolean onlyReads = QueryText.onlyReads(sql);
       if (onlyReads) transactions.beginRows();
       database.prepare(ready, onlyReads);
       ready.setMaxRows(maxRows);
       cancellation.begin(ready);
-      rows = new Rows(ready.executeQuery(sql), database.anyTypeInAnyCell());
+      rows = new Rows(execution.run(), database.anyTypeInAnyCell());
     } catch (Throwable failure) {
       abandonRows(failure);
       throw failure;
@@ -116,35 +140,46 @@ final class Session {
 
   /** @return how many statements ran */
   int runBatch() throws SQLException {
+    statement();
     List<String> statements = batch.take();
     runAsOne(onConnection -> Batch.execute(onConnection, statements, database, cancellation));
     return statements.size();
   }
 
-  void beginTransaction() throws SQLException {
+  public void beginTransaction() throws SQLException {
     connection();
     endRows();
     transactions.begin();
   }
 
-  void commitTransaction() throws SQLException {
+  public void commitTransaction() throws SQLException {
     connection();
     endRows();
     transactions.commitCallers();
   }
 
   @SuppressWarnings("try") // the ending is there to be closed
-  void rollbackTransaction() throws SQLException {
+  public void rollbackTransaction() throws SQLException {
     connection();
     try (Ending ending = transactions::rollBackCallers) {
       endRows();
     }
   }
 
+  /** Runs a prepared statement, whose parameters are bound. @return how many rows changed; -1 when it gave rows */
+  @SuppressWarnings("try") // the endings are there to be closed
+  public int update(PreparedStatement prepared) throws SQLException {
+    endRows();
+    try (Ending ending = transactions::giveBack; Ending notCancelled = cancellation::end) {
+      cancellation.begin(prepared);
+      return prepared.execute() ? -1 : prepared.getUpdateCount();
+    }
+  }
+
   /** Runs statements of the caller's own: all of them or none. */
   @SuppressWarnings("try") // the endings are there to be closed
-  void runAsOne(Work work) throws SQLException {
-    statement();
+  public void runAsOne(Work work) throws SQLException {
+    connection();
     endRows();
     try (Ending ending = transactions::giveBack) {
       transactions.runAsOne(onConnection -> {
@@ -162,15 +197,15 @@ final class Session {
   }
 
   /** What {@link #cancel} cancels while work of the caller's own runs; null for nothing. */
-  void setRunning(Statement runs) {
+  public void setRunning(Statement runs) {
     cancellation.begin(runs);
   }
 
-  void checkCancelled() throws SQLException {
+  public void checkCancelled() throws SQLException {
     cancellation.check();
   }
 
-  Database database() {
+  public Database database() {
     connection();
     return database;
   }
@@ -216,7 +251,7 @@ final class Session {
     }
   }
 
-  Connection connection() {
+  public Connection connection() {
     if (connection == null) throw new MisuseException("no connection: it must be made first");
     return connection;
   }
@@ -243,7 +278,7 @@ final class Session {
   private void abandonRows(Throwable failure) {
     cancellation.end();
     // The rows close with the statement. SQLite's would refuse all that follows a query of nothing but a comment.
-    try (Ending ending = () -> transactions.endRows(false); Statement spoilt = statement) {
+    try (Ending ending = () -> transactions.endRows(false); Statement spoilt = rowsStatement) {
       rows = null;
     } catch (SQLException | RuntimeException alsoFailed) {
       failure.addSuppressed(alsoFailed);
@@ -256,5 +291,6 @@ final class Session {
     cancellation = null;
     statement = null;
     rows = null;
+    rowsStatement = null;
   }
 }

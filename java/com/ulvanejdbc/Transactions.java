@@ -1,5 +1,6 @@
 package com.ulvanejdbc;
 
+import com.ulvanejdbc.Session.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.Savepoint;
@@ -122,11 +123,6 @@ final class Transactions {
   void endRows(boolean keep) throws SQLException {
     if (ours) endOurs(keep);
     giveBack();
-  }
-
-  /** What stands as a whole or not at all, except what the database commits by itself or cannot undo. */
-  interface Work {
-    void run(Connection connection) throws SQLException;
   }
 
   void runAsOne(Work work) throws SQLException {

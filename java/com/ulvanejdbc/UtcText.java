@@ -7,7 +7,7 @@ import java.sql.Timestamp;
 import java.util.concurrent.TimeUnit;
 
 /** Makes the library's text of a date, a time or a timestamp, from a database's own text or from numbers. */
-final class UtcText {
+public final class UtcText {
   static final String INFINITY = "infinity";
   static final String MINUS_INFINITY = "-infinity";
 
@@ -53,19 +53,19 @@ final class UtcText {
     return ofTimestamp(new Timestamp(Math.round((days - JULIAN_DAY_1970) * MILLIS_PER_DAY)));
   }
 
-  static String ofDay(long epochDay) {
+  public static String ofDay(long epochDay) {
     TemporalFields fields = new TemporalFields();
     fields.setDay(epochDay);
     return fields.toText();
   }
 
-  static String ofTimeOfDay(long nanosOfDay) {
+  public static String ofTimeOfDay(long nanosOfDay) {
     TemporalFields fields = new TemporalFields();
     fields.setTime(nanosOfDay);
     return fields.toText();
   }
 
-  static String ofDayAndTime(long epochDay, long nanosOfDay) {
+  public static String ofDayAndTime(long epochDay, long nanosOfDay) {
     TemporalFields fields = new TemporalFields();
     fields.setDay(epochDay);
     fields.setTime(nanosOfDay);

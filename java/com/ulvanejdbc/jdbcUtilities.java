@@ -209,8 +209,8 @@ public class jdbcUtilities {
     return new RowLoader(session, table, columns.split("\0"));
   }
 
-  /** For reading by the block. */
-  Session session() {
+  /** For classes that read by the block, or with types. */
+  public Session session() {
     return session;
   }
 

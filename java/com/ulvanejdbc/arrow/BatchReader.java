@@ -1,6 +1,5 @@
 package com.ulvanejdbc.arrow;
 
-import com.ulvanejdbc.ErrorText;
 import com.ulvanejdbc.OpenResult;
 import com.ulvanejdbc.ResultColumn;
 import com.ulvanejdbc.jdbcUtilities;
@@ -48,8 +47,7 @@ public final class BatchReader {
   private int current = -1;
 
   private Slab[] slabs = {};
-  private String failure;
-  private SQLException databaseFailure;
+  private Failure failure;
 
   private BatchReader(int[] options) {
     this.options = new Options(options);
@@ -57,6 +55,10 @@ public final class BatchReader {
 
   /** @param options in the order of {@link Options} */
   public static BatchReader ofResult(ResultSet rows, int[] types, int[] options) {
+    return ofResult(rows, options);
+  }
+
+  static BatchReader ofResult(ResultSet rows, int[] options) {
     BatchReader reader = new BatchReader(options);
     reader.attempt(() -> reader.open(OpenResult.of(rows)));
     return reader;
@@ -111,16 +113,16 @@ public final class BatchReader {
 
   /** The text of the failure that ended the rows, as people read it; null without one. */
   public String failure() {
-    return failure;
+    return failure == null ? null : failure.text;
   }
 
   /** The five letters of the failure's SQLState; null when there are none. */
   public String sqlState() {
-    return databaseFailure == null ? null : databaseFailure.getSQLState();
+    return failure == null ? null : failure.sqlState;
   }
 
   public int vendorCode() {
-    return databaseFailure == null ? 0 : databaseFailure.getErrorCode();
+    return failure == null ? 0 : failure.vendorCode;
   }
 
   /** Gives up the memory for further batches. The result stays its owner's to close. */
@@ -208,10 +210,8 @@ public final class BatchReader {
   }
 
   private void fail(Throwable thrown) {
-    boolean isOfDatabase = ErrorText.isOfDatabase(thrown) && !(thrown instanceof UnfitValueException);
-    state = isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
-    failure = place() + ErrorText.of(thrown);
-    databaseFailure = thrown instanceof SQLException ? (SQLException) thrown : null;
+    failure = new Failure(thrown, place());
+    state = failure.isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
   }
 
   /** Where the cell is that could not be read. */

@@ -1,0 +1,290 @@
+package com.ulvanejdbc.arrow;
+
+import com.ulvanejdbc.BoundBatch;
+import com.ulvanejdbc.Database;
+import com.ulvanejdbc.LoadedColumn;
+import com.ulvanejdbc.MisuseException;
+import com.ulvanejdbc.Session;
+import com.ulvanejdbc.jdbcUtilities;
+import java.nio.ByteBuffer;
+import java.nio.charset.StandardCharsets;
+import java.sql.ParameterMetaData;
+import java.sql.PreparedStatement;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.sql.SQLWarning;
+import java.sql.Statement;
+import java.sql.Types;
+import java.util.ArrayDeque;
+import java.util.ArrayList;
+import java.util.Deque;
+import java.util.List;
+
+/**
+ * A statement with parameters, which are bound in Arrow's layout. Native code finds this class and its methods by name.
+ * Nothing is thrown to it: a method that fails answers false, null or {@link #FAILED}, and {@link #failure} has the
+ * text.
+ *
+ * <p>It works on the connection of a {@link jdbcUtilities}: in its transaction, if one is open, and its {@code cancel}
+ * ends what runs here, too. Only {@link #cancel} may be called from another thread.
+ */
+public final class PreparedQuery {
+  /** Instead of a count of rows. */
+  public static final long FAILED = -2;
+
+  private static final int NUMBERS_PER_FIELD = 2;
+
+  private final jdbcUtilities utilities;
+  private String sql;
+  private PreparedStatement statement;
+  private boolean returnsKeys;
+  private int timeoutSeconds;
+  private int maxRows;
+  private BoundRows rows;
+  private Failure failure;
+
+  private PreparedQuery(jdbcUtilities utilities) {
+    this.utilities = utilities;
+  }
+
+  public static PreparedQuery of(jdbcUtilities utilities) {
+    return new PreparedQuery(utilities);
+  }
+
+  /** @param generatedKeys whether {@link #generatedKeys} is to have rows after an insert */
+  public boolean prepare(String text, boolean generatedKeys) {
+    return attempt(() -> {
+      closeStatement();
+      sql = text;
+      returnsKeys = generatedKeys;
+      statement();
+    });
+  }
+
+  /** From now on. @param seconds after which the database ends a statement, and {@code rowLimit}; 0 is no limit */
+  public boolean limit(int seconds, int rowLimit) {
+    return attempt(() -> {
+      statement().setQueryTimeout(seconds);
+      timeoutSeconds = seconds;
+      maxRows = rowLimit;
+    });
+  }
+
+  /**
+   * The parameters: for each its Arrow format, or "n" where the driver does not say its type, and the database's name
+   * of the type, two texts in UTF-8 that each end with a NUL. Null after a failure.
+   */
+  public byte[] parameters() {
+    StringBuilder text = new StringBuilder();
+    boolean worked = attempt(() -> {
+      ParameterMetaData described = statement().getParameterMetaData();
+      for (int place = 1; place <= described.getParameterCount(); ++place) {
+        text.append(ParameterType.of(described, place)).append('\0');
+        text.append(ParameterType.nameOf(described, place)).append('\0');
+      }
+    });
+    return worked ? text.toString().getBytes(StandardCharsets.UTF_8) : null;
+  }
+
+  /**
+   * Binds rows of values, a field for each parameter. They are read from native memory when the statement runs, and
+   * stay bound until the next call.
+   *
+   * @param formats Arrow's formats in pre-order: that of a list's elements follows the list's
+   * @param buffers three for each field: validity, values or offsets, data; null for those that it does without
+   * @param numbers two for each field: its length and its offset
+   */
+  public boolean bind(String[] formats, ByteBuffer[] buffers, long[] numbers) {
+    return attempt(() -> {
+      rows = null;
+      List<ParameterField> fields = fields(formats, buffers, numbers);
+      ParameterColumn[] columns = new ParameterColumn[fields.size()];
+      for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index + 1);
+      rows = new BoundRows(columns, fields.isEmpty() ? 0 : fields.get(0).length());
+    });
+  }
+
+  private static List<ParameterField> fields(String[] formats, ByteBuffer[] buffers, long[] numbers) {
+    List<ParameterField> top = new ArrayList<>();
+    Deque<ParameterField> lists = new ArrayDeque<>();
+    for (int index = 0; index < formats.length; ++index) {
+      long length = numbers[NUMBERS_PER_FIELD * index];
+      long offset = numbers[NUMBERS_PER_FIELD * index + 1];
+      ParameterField field =
+          new ParameterField(formats[index], length, offset, buffers, ParameterField.BUFFERS * index);
+      if (lists.isEmpty()) {
+        top.add(field);
+      } else {
+        lists.pop().elements = field;
+      }
+      if (field.isList()) lists.push(field);
+    }
+    return top;
+  }
+
+  private ParameterColumn column(ParameterField field, int place) throws SQLException {
+    Database database = session().database();
+    ParameterMetaData described = statement().getParameterMetaData();
+    int type = ParameterType.codeOf(described, place, field.format);
+    String typeName = ParameterType.nameOf(described, place);
+    boolean hasZone = type == Types.TIMESTAMP_WITH_TIMEZONE || database.readsParametersAsLiterals();
+    return new ParameterColumn(field, new LoadedColumn("", type, typeName, database), hasZone ? "+00:00" : "");
+  }
+
+  /** Runs a query with one of the bound rows. Its rows are then the open result of the utilities. */
+  public boolean query(int row) {
+    return attempt(() -> {
+      bindRow(row);
+      session().query(statement(), sql, maxRows);
+    });
+  }
+
+  /**
+   * Runs a statement with one of the bound rows, or without parameters.
+   *
+   * @return how many rows changed; -1 when it has rows, which {@link #resultRows} then reads; {@link #FAILED}
+   */
+  public long update(int row) {
+    long[] count = {FAILED};
+    attempt(() -> {
+      bindRow(row);
+      count[0] = session().update(statement());
+    });
+    return count[0];
+  }
+
+  /**
+   * Runs a statement for all bound rows, as one transaction of its own or as a part of the caller's: for all of them,
+   * or for none, as far as the database can undo it.
+   *
+   * @return how many rows changed; -1 when the driver does not say; {@link #FAILED}
+   */
+  public long updateAll() {
+    long[] count = {FAILED};
+    attempt(() -> {
+      if (rows == null) throw new MisuseException("no parameters are bound");
+      BoundBatch batch = new BoundBatch(session(), rows);
+      PreparedStatement ready = statement();
+      try {
+        session().runAsOne(connection -> batch.run(ready, rows.count(), 1));
+      } catch (SQLException refused) {
+        int failed = batch.failedRow(refused);
+        if (failed == BoundBatch.UNKNOWN) throw refused;
+        throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
+      }
+      count[0] = batch.changed();
+    });
+    return count[0];
+  }
+
+  /** The rows that the last {@link #update} has, or null. @param options in the order of {@link Options} */
+  public BatchReader resultRows(int[] options) {
+    return reader(() -> statement().getResultSet(), options);
+  }
+
+  /** Goes to the next result of the last {@link #update}. @return as there; -1 also after the last result */
+  public long nextResult() {
+    long[] count = {FAILED};
+    attempt(() -> count[0] = statement().getMoreResults() ? -1 : statement().getUpdateCount());
+    return count[0];
+  }
+
+  /** The keys that the last insert made. @param options in the order of {@link Options} */
+  public BatchReader generatedKeys(int[] options) {
+    return reader(() -> statement().getGeneratedKeys(), options);
+  }
+
+  private interface Rows {
+    ResultSet get() throws SQLException;
+  }
+
+  private BatchReader reader(Rows source, int[] options) {
+    BatchReader[] reader = {null};
+    attempt(() -> {
+      ResultSet open = source.get();
+      if (open != null) reader[0] = BatchReader.ofResult(open, options);
+    });
+    return reader[0];
+  }
+
+  /** What the database remarked on the last run, a line each; null for nothing. The remarks are then forgotten. */
+  public String warnings() {
+    StringBuilder text = new StringBuilder();
+    attempt(() -> {
+      for (SQLWarning each = statement().getWarnings(); each != null; each = each.getNextWarning()) {
+        text.append(text.length() == 0 ? "" : "\n").append(each.getMessage());
+      }
+      statement().clearWarnings();
+    });
+    return text.length() == 0 ? null : text.toString();
+  }
+
+  /** Ends what runs; any thread. */
+  public boolean cancel() {
+    try {
+      session().cancel();
+      return true;
+    } catch (SQLException | RuntimeException refused) {
+      return false;
+    }
+  }
+
+  public boolean close() {
+    return attempt(this::closeStatement);
+  }
+
+  /** The last failure, as people read it; null without one. */
+  public String failure() {
+    return failure == null ? null : failure.text;
+  }
+
+  /** The five letters of its SQLState, or null. */
+  public String sqlState() {
+    return failure == null ? null : failure.sqlState;
+  }
+
+  public int vendorCode() {
+    return failure == null ? 0 : failure.vendorCode;
+  }
+
+  private Session session() {
+    return utilities.session();
+  }
+
+  /** A failed query closes its statement, which is then made again. */
+  private PreparedStatement statement() throws SQLException {
+    if (sql == null) throw new MisuseException("no statement: prepare must be called first");
+    if (statement != null && !statement.isClosed()) return statement;
+    statement = returnsKeys ? session().connection().prepareStatement(sql, Statement.RETURN_GENERATED_KEYS)
+                            : session().connection().prepareStatement(sql);
+    if (timeoutSeconds > 0) statement.setQueryTimeout(timeoutSeconds);
+    return statement;
+  }
+
+  private void bindRow(int row) throws SQLException {
+    if (rows != null) rows.bind(row, statement(), 1);
+  }
+
+  private void closeStatement() throws SQLException {
+    PreparedStatement last = statement;
+    statement = null;
+    rows = null;
+    sql = null;
+    if (last != null) last.close();
+  }
+
+  private interface Step {
+    void run() throws SQLException;
+  }
+
+  private boolean attempt(Step step) {
+    failure = null;
+    try {
+      step.run();
+      return true;
+    } catch (Throwable thrown) {
+      failure = new Failure(thrown, rows == null ? "" : rows.place());
+      return false;
+    }
+  }
+}
