@@ -16,11 +16,8 @@ namespace {
 using namespace kivosql;
 
 void addPassword(Options& options) {
-  const Password password = findPassword(options.target.user, options.passwordFile);
-  keepSecret(password.text);
-  options.target.password = password.text;
-  if (password.interrupted) throw Failure("interrupted", kInterrupted);
-  if (!password.fault.empty()) throw Failure(password.fault, kWrongUse);
+  options.target.password = findPassword(options.target.user, options.passwordFile);
+  keepSecret(options.target.password);
 }
 
 void startJava(const Options& options) {
@@ -29,7 +26,7 @@ void startJava(const Options& options) {
   if (!classPath.missing.empty()) {
     throw Failure("the class path has " + classPath.missing[0] + ", which does not exist", kWrongUse);
   }
-  const std::string error = jvm.library.empty() ? "no Java VM found" : startVm(jvm, classPath, options.heapMegabytes);
+  const std::string error = startVm(jvm, classPath, options.heapMegabytes);
   if (!error.empty()) throw Failure(error + "; kivosql doctor shows details", kNoJvm);
 }
 
@@ -68,8 +65,8 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   Options options;
   ExitCode code = kDone;
-  if (!parse(argc, argv, options, code)) return code;
   const std::optional<Failure> failure = attempt([&] {
+    if (!parse(argc, argv, options)) return;
     addPassword(options);
     Output out(STDOUT_FILENO);
     code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);

@@ -37,10 +37,6 @@ sql 'create table paced (id int check (pg_sleep(0.05) is not null))'
 seq 11 60 >paced.csv
 on_terminal '' '' "'$kivosql' $postgres load paced.csv paced --batch 1 --no-header"
 check "share and time left on a terminal" yes "$(grep -qE ' [1-9][0-9] %  [0-9.]+ s left' screen && echo yes)"
-on_terminal '' '' "'$kivosql' $h2 query 'select 1'"
-check "colours on a terminal" yes "$(grep -q "$(printf '\033\\[1m')" screen && echo yes)"
-on_terminal '' '' "NO_COLOR=1 '$kivosql' $h2 query 'select 1'"
-check "no colours when not wanted" 0 "$(grep -c "$(printf '\033\\[1m')" screen)"
 "$kivosql" $postgres query "$slow" >out 2>err
 check "nothing moves without a terminal" "" "$(said err)"
 { "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |

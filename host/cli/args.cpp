@@ -225,7 +225,7 @@ std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-bool parse(int argc, char** argv, Options& options, ExitCode& code) {
+bool parse(int argc, char** argv, Options& options) {
   CLI::App app("Reads from and writes to any JDBC database.", "kivosql");
   options.arguments.resize(2);
   app.set_version_flag("--version", "kivosql " KIVOSQL_VERSION);
@@ -239,17 +239,14 @@ bool parse(int argc, char** argv, Options& options, ExitCode& code) {
   try {
     app.parse(argc, argv);
     fault = faultOf(options);
+  } catch (const CLI::Success& help) {
+    app.exit(help);
+    return false;
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) {
-      code = static_cast<ExitCode>(app.exit(error));
-      return false;
-    }
     fault = faultOf(app, error);
   }
-  if (fault.empty()) return true;
-  complain(fault + " (kivosql --help shows how)");
-  code = kWrongUse;
-  return false;
+  if (!fault.empty()) throw Failure(fault + " (kivosql --help shows how)", kWrongUse);
+  return true;
 }
 
 }  // namespace kivosql

@@ -39,7 +39,7 @@ struct Options {
   std::vector<std::string> arguments;  ///< the command's own, as many as it has
 };
 
-/// @return false when nothing more is to be done; @p code is then the exit code, after help or wrong use
-bool parse(int argc, char** argv, Options& options, ExitCode& code);
+/// Throws Failure on wrong use. @return false when help was shown and nothing is to be done
+bool parse(int argc, char** argv, Options& options);
 
 }  // namespace kivosql

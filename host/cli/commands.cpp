@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <iterator>
@@ -24,12 +23,10 @@ using Run = void (*)(Context& context, const std::string& sql);
 
 std::unique_ptr<Writer> makeWriter(Context& context) {
   const Options& options = context.options;
-  const char* noColour = std::getenv("NO_COLOR");
   Style style;
   style.null = options.null.value_or(options.format->null);
   style.maxCells = options.maxCells;
   style.crlf = options.crlf;
-  style.colours = outputOnTerminal() && (noColour == nullptr || *noColour == '\0');
   return options.format->make(context.out, style);
 }
 

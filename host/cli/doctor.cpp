@@ -142,9 +142,9 @@ ExitCode runDoctor(const Options& options, Output& out) {
   const ClassPath classPath = findClassPath(options.classPath);
   const bool found = checkVm(out, options, jvm);
   const bool complete = checkClassPath(out, classPath);
-  const std::string error = found ? startVm(jvm, classPath, options.heapMegabytes) : "";
-  if (!error.empty()) bad(out, "start", error, "another Java VM: --jvm");
-  if (!found || !error.empty()) return kNoJvm;
+  const std::string error = startVm(jvm, classPath, options.heapMegabytes);
+  if (found && !error.empty()) bad(out, "start", error, "another Java VM: --jvm");
+  if (!error.empty()) return kNoJvm;
   return checkConnection(out, options, classPath) && complete ? kDone : kNoConnection;
 }
 

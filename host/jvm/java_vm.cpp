@@ -160,6 +160,7 @@ unsigned long machineMegabytes() {
 }
 
 std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabytes) {
+  if (jvm.library.empty()) return "no Java VM found";
   std::string library = jvm.library;
   std::string entries;
   for (const std::string& entry : classPath.entries) entries += (entries.empty() ? "" : ":") + entry;

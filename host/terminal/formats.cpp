@@ -17,10 +17,6 @@ namespace {
 
 constexpr std::size_t kRowsForWidths = 1000;
 
-constexpr const char* kBold = "\x1B[1m";
-constexpr const char* kDim = "\x1B[2m";
-constexpr const char* kReset = "\x1B[0m";
-
 /// The heading as a row.
 Row namesOf(const std::vector<Column>& columns) {
   Row names;
@@ -28,23 +24,12 @@ Row namesOf(const std::vector<Column>& columns) {
   return names;
 }
 
-/// A writer for people.
-class StyledWriter : public Writer {
- public:
-  using Writer::Writer;
-  void end(unsigned long long rows) override { out_.write('(' + counted(rows, "row") + ")\n"); }
-
- protected:
-  void write(const char* colour, const std::string& text) {
-    const bool coloured = style_.colours && *colour != '\0';
-    out_.write(coloured ? colour : "").write(text).write(coloured ? kReset : "");
-  }
-};
+std::string countOf(unsigned long long rows) { return '(' + counted(rows, "row") + ")\n"; }
 
 /// Its columns are as wide as the first rows need; a wider cell after those stands out.
-class TableWriter : public StyledWriter {
+class TableWriter : public Writer {
  public:
-  using StyledWriter::StyledWriter;
+  using Writer::Writer;
 
   void begin(const std::vector<Column>& columns) override {
     for (const Column& column : columns) right_.push_back(isNumeric(column.type));
@@ -53,13 +38,13 @@ class TableWriter : public StyledWriter {
   }
 
   void row(const Row& row) override {
-    ShownRow cells;
+    std::vector<std::string> cells;
     for (const Cell& cell : row) {
-      cells.push_back({cell.isNull ? style_.null : shortened(visible(cell.text), style_.maxCells), cell.isNull});
+      cells.push_back(cell.isNull ? style_.null : shortened(visible(cell.text), style_.maxCells));
     }
-    if (begun_) return writeRow(cells, "");
+    if (begun_) return writeRow(cells);
     for (std::size_t column = 0; column < cells.size(); ++column) {
-      widths_[column] = std::max(widths_[column], cellsOf(cells[column].text));
+      widths_[column] = std::max(widths_[column], cellsOf(cells[column]));
     }
     kept_.push_back(std::move(cells));
     if (kept_.size() > kRowsForWidths) writeKept();
@@ -68,22 +53,16 @@ class TableWriter : public StyledWriter {
   void end(unsigned long long rows) override {
     if (!begun_) writeKept();
     writeRule("└", "┴", "┘");
-    StyledWriter::end(rows);
+    out_.write(countOf(rows));
   }
 
  private:
-  struct Shown {
-    std::string text;
-    bool isNull;
-  };
-  using ShownRow = std::vector<Shown>;
-
   void writeKept() {
     begun_ = true;
     writeRule("┌", "┬", "┐");
-    writeRow(kept_.front(), kBold);
+    writeRow(kept_.front());
     writeRule("├", "┼", "┤");
-    for (std::size_t index = 1; index < kept_.size(); ++index) writeRow(kept_[index], "");
+    for (std::size_t index = 1; index < kept_.size(); ++index) writeRow(kept_[index]);
     kept_ = {};
   }
 
@@ -94,26 +73,25 @@ class TableWriter : public StyledWriter {
     out_.write(right).write("\n");
   }
 
-  void writeRow(const ShownRow& row, const char* colour) {
+  void writeRow(const std::vector<std::string>& row) {
     for (std::size_t column = 0; column < row.size(); ++column) {
-      const std::size_t cells = cellsOf(row[column].text);
+      const std::size_t cells = cellsOf(row[column]);
       const std::size_t blanks = widths_[column] - std::min(cells, widths_[column]);
-      out_.write("│ ").fill(" ", right_[column] ? blanks : 0);
-      write(row[column].isNull ? kDim : colour, row[column].text);
+      out_.write("│ ").fill(" ", right_[column] ? blanks : 0).write(row[column]);
       out_.fill(" ", (right_[column] ? 0 : blanks) + 1);
     }
     out_.write("│\n");
   }
 
   bool begun_ = false;
-  std::vector<ShownRow> kept_;  ///< the heading, and the rows that widths_ are taken from
+  std::vector<std::vector<std::string>> kept_;  ///< the heading, and the rows that widths_ are taken from
   std::vector<std::size_t> widths_;
   std::vector<bool> right_;
 };
 
-class VerticalWriter : public StyledWriter {
+class VerticalWriter : public Writer {
  public:
-  using StyledWriter::StyledWriter;
+  using Writer::Writer;
 
   void begin(const std::vector<Column>& columns) override {
     for (const Column& column : columns) {
@@ -123,15 +101,15 @@ class VerticalWriter : public StyledWriter {
   }
 
   void row(const Row& row) override {
-    write(kBold, "── " + grouped(++number_) + " ──");
-    out_.write("\n");
+    out_.write("── " + grouped(++number_) + " ──\n");
     for (std::size_t column = 0; column < row.size(); ++column) {
       const Cell& cell = row[column];
       out_.write(names_[column]).fill(" ", width_ - cellsOf(names_[column]) + 2);
-      write(cell.isNull ? kDim : "", cell.isNull ? style_.null : visible(cell.text));
-      out_.write("\n");
+      out_.write(cell.isNull ? style_.null : visible(cell.text)).write("\n");
     }
   }
+
+  void end(unsigned long long rows) override { out_.write(countOf(rows)); }
 
  private:
   unsigned long long number_ = 0;

@@ -51,8 +51,7 @@ class Output {
 struct Style {
   std::string null;          ///< how NULL is written; JSON has its own
   std::size_t maxCells = 0;  ///< maximum width of a cell of an aligned table; 0 is no limit
-  bool colours = false;
-  bool crlf = false;  ///< how a line of CSV ends
+  bool crlf = false;         ///< how a line of CSV ends
 };
 
 /// Writes one result. Rows are written as they come; only the aligned table keeps the first ones to measure them.

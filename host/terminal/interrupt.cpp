@@ -16,7 +16,7 @@ namespace kivosql {
 
 namespace {
 
-constexpr int kPatienceSeconds = 5;
+constexpr unsigned kPatienceSeconds = 5;
 constexpr int kAgainMilliseconds = 200;
 constexpr char kSignalled = 's';
 constexpr char kFinished = 'f';

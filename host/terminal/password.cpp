@@ -12,6 +12,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "failure.h"
+
 namespace kivosql {
 
 namespace {
@@ -29,33 +31,35 @@ bool readLine(int descriptor, std::string& line) {
   return length >= 0;
 }
 
-Password fromFile(const std::string& path) {
+std::string fromFile(const std::string& path) {
   // Opening a named pipe would otherwise wait for a writer.
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file < 0) return {"", "cannot read " + path + ": " + std::strerror(errno)};
-  Password password;
+  if (file < 0) throw Failure("cannot read " + path + ": " + std::strerror(errno), kWrongUse);
+  std::string password;
+  std::string fault;
   struct stat status {};
   if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
-    password.fault = path + " is not a file";
+    fault = path + " is not a file";
   } else if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    password.fault = "others have access to " + path + ", so it cannot hold a password: chmod 600 " + path;
-  } else if (!readLine(file, password.text)) {
-    password.fault = "cannot read " + path;
+    fault = "others have access to " + path + ", so it cannot hold a password: chmod 600 " + path;
+  } else if (!readLine(file, password)) {
+    fault = "cannot read " + path;
   }
   close(file);
+  if (!fault.empty()) throw Failure(fault, kWrongUse);
   return password;
 }
 
 /// Wiped in place, since /proc shows the process's first environment.
-Password fromEnvironment(char* value) {
-  Password password{value, ""};
+std::string fromEnvironment(char* value) {
+  std::string password = value;
   std::memset(value, 0, std::strlen(value));
   unsetenv(kVariable);
   return password;
 }
 
 /// Reads without echo. The handler makes Ctrl-C end the reading, so that the echo comes back.
-Password fromPrompt(int terminal, const std::string& user) {
+std::string fromPrompt(int terminal, const std::string& user) {
   struct sigaction handler {};
   struct sigaction before {};
   handler.sa_handler = [](int /*signal*/) {};
@@ -67,13 +71,14 @@ Password fromPrompt(int terminal, const std::string& user) {
   dprintf(terminal, "Password of %s: ", user.c_str());
   tcsetattr(terminal, TCSAFLUSH, &silent);
 
-  Password password;
-  password.interrupted = !readLine(terminal, password.text);
+  std::string password;
+  const bool read = readLine(terminal, password);
 
   tcsetattr(terminal, TCSAFLUSH, &mode);
   sigaction(SIGINT, &before, nullptr);
   dprintf(terminal, "\n");
   close(terminal);
+  if (!read) throw Failure("interrupted", kInterrupted);
   return password;
 }
 
@@ -95,11 +100,11 @@ bool isUserAndPassword(std::string_view text) {
 
 }  // namespace
 
-Password findPassword(const std::string& user, const std::string& file) {
+std::string findPassword(const std::string& user, const std::string& file) {
   if (!file.empty()) return fromFile(file);
   if (char* value = std::getenv(kVariable); value != nullptr) return fromEnvironment(value);
   const int terminal = user.empty() ? -1 : open("/dev/tty", O_RDWR | O_CLOEXEC);
-  return terminal < 0 ? Password() : fromPrompt(terminal, user);
+  return terminal < 0 ? "" : fromPrompt(terminal, user);
 }
 
 bool holdsPassword(const std::string& url) {

@@ -4,15 +4,9 @@
 
 namespace kivosql {
 
-struct Password {
-  std::string text;
-  std::string fault;         ///< why it could not be read; otherwise empty
-  bool interrupted = false;  ///< at the prompt
-};
-
 /// The first line of @p file, if one is named; else KIVO_PASSWORD, which is wiped from the environment; else, for a
-/// user and on a terminal, what is typed at a prompt; else nothing.
-Password findPassword(const std::string& user, const std::string& file);
+/// user and on a terminal, what is typed at a prompt; else nothing. Throws Failure.
+std::string findPassword(const std::string& user, const std::string& file);
 
 /// Whether the URL carries a password, as a parameter or before the host.
 bool holdsPassword(const std::string& url);
