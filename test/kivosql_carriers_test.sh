@@ -113,11 +113,11 @@ for signal in TERM:143 HUP:129; do
   check "SIG$signal" "${signal#*:} 1 1" "$code $(grep -c 'interrupted$' err) $(grep -c 'no row of slow.csv is stored' err)"
 done
 # It has said that the rows are stored, and its database closes.
-mkfifo told
+mkfifo reported
 "$kivosql" $h2 update 'create table late (id int)' >out
 echo 1 >late.csv
-"$kivosql" $h2 load late.csv late --no-header >told &
-read -r word <told
+"$kivosql" $h2 load late.csv late --no-header >reported &
+read -r word <reported
 code=0
 for _ in $(seq 50); do
   kill -s TERM $! 2>/dev/null || break

@@ -78,11 +78,11 @@ full="--url jdbc:h2:$work/full"
 { echo id && seq 20000; } >ids.csv
 code=0
 (ulimit -f 3000 && exec "$kivosql" $full load ids.csv big --batch 100 2>err) || code=$?
-told=$(sed -n 's/.* rows 1 to \([0-9,]*\) of ids.csv are stored, .* may be stored: they may not be on disk$/\1/p' err)
+reported=$(sed -n 's/.* rows 1 to \([0-9,]*\) of ids.csv are stored, .* may be stored: they may not be on disk$/\1/p' err)
 found=$(csv $full query 'select count(*) from big')
-told=$(echo "$told" | tr -d ,)
+reported=$(echo "$reported" | tr -d ,)
 check "a full disk under H2: $found rows, and $(cat err)" "1 yes" "$code $(
-  [ "$found" -ge "$told" ] && [ "$found" -le $((told + 100)) ] && echo yes)"
+  [ "$found" -ge "$reported" ] && [ "$found" -le $((reported + 100)) ] && echo yes)"
 
 sql 'create table spans (span interval day, price money)'
 echo 5,12.5 | "$kivosql" $postgres load - spans --no-header >out

@@ -43,7 +43,7 @@ check "nothing moves without a terminal" "" "$(said err)"
   head -n 1 >out
 check "a closed pipe" "x finished " "$(cat out) $(cat state) $(said err)"
 rows='select x from system_range(1, 999999)'
-for script in "$rows" "$rows; create table behind (id int)"; do
+for script in "$rows" "$rows; create table later (id int)"; do
   { echo "$script" | "$kivosql" run - --format csv 2>err || echo failed >>err; } | head -n 1 >out
   check "a closed pipe: $script" "$([ "$script" = "$rows" ] || echo failed)" "$(said err)"
 done

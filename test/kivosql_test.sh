@@ -79,7 +79,7 @@ errors 3 'Unknown vendor' --through jdbc tables
 errors 4 'no Java VM' --jvm /nowhere tables
 echo "not-the-$secret" >wrong
 chmod 600 wrong
-check "stack traces only when asked for" yes \
+check "stack traces with --verbose" yes \
   "$("$kivosql" $postgres --through jdbc --verbose query 'select * from nope' 2>&1 | grep -q '	at ' && echo yes)"
 code=0
 "$kivosql" --type oracle --host h --port 1 --instance x doctor >out || code=$?
@@ -89,7 +89,7 @@ code=0
 "$kivosql" --url jdbc:postgres://h/d --class-path half.jar:/usr/share/java/h2.jar doctor >out || code=$?
 check "doctor with half a jar and a wrong word" "3 1 1 1" "$code $(grep -c '✗ .*half.jar is not a jar' out) $(
   grep -c '✗ entry' out) $(grep -c 'fix: .* check the word after jdbc:' out)"
-check "the doctor's, too" yes \
+check "stack traces of doctor" yes \
   "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
 
 mkdir -p other/com/ulvanejdbc

@@ -63,7 +63,7 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
   }
 }
 
-TEST(Kivosql, TellsStatementsThatGiveRows) {
+TEST(Kivosql, RecognisesStatementsThatReturnRows) {
   for (const char* sql :
        {"select 1", "/* c */ ( SELECT 1)", "with a as (delete from t returning 1) select 1", "values 1",
         "insert into t values (1) returning id", "with a as (select 1) insert into t returning x", "show tables",
@@ -79,7 +79,7 @@ TEST(Kivosql, TellsStatementsThatGiveRows) {
   EXPECT_TRUE(givesRows("/*!50001 select 1 */", Dialect::backslash));
 }
 
-TEST(Kivosql, KnowsStatementsThatBeginOrEndTransactions) {
+TEST(Kivosql, RecognisesTransactionControl) {
   for (const char* sql : {"BEGIN", "begin isolation level serializable", "start transaction", "commit", "Rollback work",
                           "end", "abort", "commit and chain"}) {
     EXPECT_TRUE(controlsTransaction(sql)) << sql;
@@ -120,7 +120,7 @@ TEST(Kivosql, ReadsCsv) {
   }
 }
 
-TEST(Kivosql, TakesOnlyNamesForTables) {
+TEST(Kivosql, AcceptsOnlyTableNames) {
   for (const char* name : {"t", "s.t", R"("a b"."c;d")", "`x`.y", "таблица", "A$1#"}) EXPECT_TRUE(isTableName(name));
   for (const char* name : {"", "t;", "t where 1=1", "s.", ".t", "\"t", "\"\"", "t--", "(select 1)"}) {
     EXPECT_FALSE(isTableName(name)) << name;
