@@ -365,7 +365,9 @@ bool isDaemon(JNIEnv* env) {
   const jclass threadClass = env->FindClass("java/lang/Thread");
   const jmethodID current = env->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
   const jobject thread = env->CallStaticObjectMethod(threadClass, current);
+  EXPECT_FALSE(env->ExceptionCheck());
   const bool answer = env->CallBooleanMethod(thread, env->GetMethodID(threadClass, "isDaemon", "()Z")) == JNI_TRUE;
+  EXPECT_FALSE(env->ExceptionCheck());
   env->DeleteLocalRef(thread);
   env->DeleteLocalRef(threadClass);
   return answer;
@@ -425,6 +427,7 @@ TEST(ArrowStreams, AreReadByThreadsInTurn) {
     }
   };
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int own = 0; own < kThreads; ++own) threads.emplace_back(reader, own);
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(sum, std::int64_t{kCount} * (kCount + 1) / 2);

@@ -1,5 +1,7 @@
 #include "arrow/reader.h"
 
+#include <algorithm>
+
 #include "KivoUtf8.h"
 #include "jni/pending.h"
 #include "jni/text.h"
@@ -34,11 +36,10 @@ constexpr jsize kPlacesOfField = sizeof(FieldPlaces) / sizeof(jlong);
 
 template <std::size_t Count>
 bool findAll(JNIEnv* env, jclass declaring, const Lookup (&lookups)[Count], ReaderMethods& methods) {
-  for (const Lookup& lookup : lookups) {
+  return std::all_of(lookups, lookups + Count, [&](const Lookup& lookup) {
     methods.*lookup.field = findMethod(env, declaring, lookup.method);
-    if (methods.*lookup.field == nullptr) return false;
-  }
-  return true;
+    return methods.*lookup.field != nullptr;
+  });
 }
 
 }  // namespace

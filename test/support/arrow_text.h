@@ -18,7 +18,7 @@ namespace kivo::test {
 /// An ArrowSchema, ArrowArray or ArrowArrayStream that is released at the end, if it was not before.
 template <class Structure>
 struct Held : Structure {
-  Held() : Structure{} {}
+  Held() { static_cast<Structure&>(*this) = Structure{}; }
   ~Held() {
     if (this->release != nullptr) this->release(this);
   }

@@ -76,9 +76,23 @@ struct JniLedger::Slots {
     return JNI_ERR;
   }
 
+  static void useArrays(T& t);
   static T usedTable();
   static JNIInvokeInterface_ usedVmTable();
 };
+
+void JniLedger::Slots::useArrays(T& t) {
+  use<&T::GetArrayLength>(t, {"GetArrayLength", "r", '-', ""});
+  use<&T::NewObjectArray>(t, {"NewObjectArray", ".ro", 'l', "MN"});
+  use<&T::GetObjectArrayElement>(t, {"GetObjectArrayElement", "r.", 'l', "NB"});
+  use<&T::SetObjectArrayElement>(t, {"SetObjectArrayElement", "r.o", '-', "B"});
+  use<&T::NewIntArray>(t, {"NewIntArray", ".", 'l', "MN"});
+  use<&T::SetIntArrayRegion>(t, {"SetIntArrayRegion", "r...", '-', ""});
+  use<&T::GetByteArrayRegion>(t, {"GetByteArrayRegion", "r...", '-', "B"});
+  use<&T::GetLongArrayRegion>(t, {"GetLongArrayRegion", "r...", '-', "B"});
+  use<&T::GetIntArrayElements>(t, {"GetIntArrayElements", "r.", 'c', "MN"});
+  use<&T::ReleaseIntArrayElements>(t, {"ReleaseIntArrayElements", "rc.", '-', "", "", true});
+}
 
 JNINativeInterface_ JniLedger::Slots::usedTable() {
   T t = unusedTable(std::make_index_sequence<sizeof(T) / sizeof(void*)>());
@@ -101,16 +115,7 @@ JNINativeInterface_ JniLedger::Slots::usedTable() {
   use<&T::GetStringUTFLength>(t, {"GetStringUTFLength", "r", '-', ""});
   use<&T::GetStringUTFChars>(t, {"GetStringUTFChars", "r.", 'c', "MN"});
   use<&T::ReleaseStringUTFChars>(t, {"ReleaseStringUTFChars", "rc", '-', "", "", true});
-  use<&T::GetArrayLength>(t, {"GetArrayLength", "r", '-', ""});
-  use<&T::NewObjectArray>(t, {"NewObjectArray", ".ro", 'l', "MN"});
-  use<&T::GetObjectArrayElement>(t, {"GetObjectArrayElement", "r.", 'l', "NB"});
-  use<&T::SetObjectArrayElement>(t, {"SetObjectArrayElement", "r.o", '-', "B"});
-  use<&T::NewIntArray>(t, {"NewIntArray", ".", 'l', "MN"});
-  use<&T::SetIntArrayRegion>(t, {"SetIntArrayRegion", "r...", '-', ""});
-  use<&T::GetByteArrayRegion>(t, {"GetByteArrayRegion", "r...", '-', "B"});
-  use<&T::GetLongArrayRegion>(t, {"GetLongArrayRegion", "r...", '-', "B"});
-  use<&T::GetIntArrayElements>(t, {"GetIntArrayElements", "r.", 'c', "MN"});
-  use<&T::ReleaseIntArrayElements>(t, {"ReleaseIntArrayElements", "rc.", '-', "", "", true});
+  useArrays(t);
   use<&T::NewGlobalRef>(t, {"NewGlobalRef", "o", 'g', "MN"});
   use<&T::DeleteGlobalRef>(t, {"DeleteGlobalRef", "g", '-', "", "", true});
   use<&T::DeleteLocalRef>(t, {"DeleteLocalRef", "d", '-', "", "", true});
