@@ -65,6 +65,7 @@ public final class BoundBatch {
 
   /** The row for which {@link #run} failed, one row each, counted from 0; or {@link #UNKNOWN}. */
   public int failedRow(SQLException failure) {
+    if (next - groupStart == 1) return groupStart;
     if (!(failure instanceof BatchUpdateException)) return UNKNOWN;
     int failed = Batch.failedStatement((BatchUpdateException) failure, next - groupStart, session.database());
     return failed == UNKNOWN ? UNKNOWN : groupStart + failed;

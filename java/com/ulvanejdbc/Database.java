@@ -61,6 +61,11 @@ public enum Database {
     }
 
     @Override
+    String dateLiteral(String text) {
+      return PostgresDriver.dateLiteral(text);
+    }
+
+    @Override
     boolean hasOpenTransaction(Connection connection) {
       return PostgresDriver.hasOpenTransaction(connection);
     }
@@ -140,7 +145,9 @@ public enum Database {
       .statementsAtOnce(1)),
 
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
-      .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()) {
+      .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()
+      // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
+      .statementsAtOnce(1)) {
     /** Its driver takes a DATETIME for a date. */
     @Override
     int typeOf(ResultSetMetaData columns, int column) throws SQLException {
@@ -232,6 +239,11 @@ public enum Database {
   /** Whether a text for this type must be bound as its bytes. */
   boolean readsAsBytes(String typeName) {
     return false;
+  }
+
+  /** A date, with a time or without, in the form that the database reads. @param text in the library's form */
+  String dateLiteral(String text) {
+    return text;
   }
 
   /** Whether a date or a time may be bound as text; otherwise the driver converts it. */

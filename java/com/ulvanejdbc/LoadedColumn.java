@@ -33,7 +33,7 @@ public final class LoadedColumn {
     // PostgreSQL infers the type of such a parameter as it does a literal's; a null bound so is still SQL NULL.
     this.type = database.readsParametersAsLiterals() ? Types.OTHER : type;
     takesAnyType = database.anyTypeInAnyCell();
-    binder = database.readsParametersAsLiterals() ? asLiteral(type) : typed(type, typeName, database);
+    binder = database.readsParametersAsLiterals() ? asLiteral(type, database) : typed(type, typeName, database);
   }
 
   public void bind(PreparedStatement statement, int place, String value) throws SQLException {
@@ -53,7 +53,10 @@ public final class LoadedColumn {
     }
   }
 
-  private static Binder asLiteral(int type) {
+  private static Binder asLiteral(int type, Database database) {
+    if (type == Types.DATE || type == Types.TIMESTAMP) {
+      return (statement, place, value) -> statement.setObject(place, database.dateLiteral(value), Types.OTHER);
+    }
     return (statement, place, value) -> {
       boolean isBytes = type == Types.BINARY && BYTES.matcher(value).matches();
       statement.setObject(place, isBytes ? "\\x" + value : value, Types.OTHER);

@@ -6,9 +6,14 @@ import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
 import java.sql.Types;
+import java.util.Locale;
+import java.util.regex.Pattern;
 
 /** What PostgreSQL's driver offers beyond JDBC. It is called by name, as the jar is built without the driver. */
 final class PostgresDriver {
+  private static final int YEAR_DIGITS = 4;
+  private static final Pattern SIGNED_YEAR = Pattern.compile("-?\\d{4,9}");
+
   private static final String IDLE_IN_OLD_VERSIONS = "0";
 
   private PostgresDriver() {}
@@ -49,6 +54,16 @@ final class PostgresDriver {
     String text = "'" + column.replace("'", "''") + "'";
     String name = "\"" + column.replace("\"", "\"\"") + "\"";
     return "(json_populate_record(null::" + table + ", json_build_object(" + text + ", ?::text)))." + name;
+  }
+
+  /** The form in which the server reads a date of any year from the library's, which has signed years. */
+  static String dateLiteral(String text) {
+    if (text.startsWith("+")) return text.substring(1);
+    int end = text.indexOf('-', 1);
+    boolean isDate = end >= YEAR_DIGITS && SIGNED_YEAR.matcher(text.substring(0, end)).matches();
+    int year = isDate ? Integer.parseInt(text.substring(0, end)) : 1;
+    // The year before 1 is 0 to the library and 1 BC to the server.
+    return year > 0 ? text : String.format(Locale.ROOT, "%04d%s BC", 1 - year, text.substring(end));
   }
 
   /** The driver reports types that JDBC has no code for under the code of another. */

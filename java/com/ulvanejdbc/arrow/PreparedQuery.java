@@ -90,14 +90,14 @@ public final class PreparedQuery {
    * Binds rows of values, a field for each parameter. They are read from native memory when the statement runs, and
    * stay bound until the next call.
    *
-   * @param formats Arrow's formats in pre-order: that of a list's elements follows the list's
+   * @param formats Arrow's formats, a line each, in pre-order: that of a list's elements follows the list's
    * @param buffers three for each field: validity, values or offsets, data; null for those that it does without
    * @param numbers two for each field: its length and its offset
    */
-  public boolean bind(String[] formats, ByteBuffer[] buffers, long[] numbers) {
+  public boolean bind(String formats, ByteBuffer[] buffers, long[] numbers) {
     return attempt(() -> {
       rows = null;
-      List<ParameterField> fields = fields(formats, buffers, numbers);
+      List<ParameterField> fields = fields(formats.isEmpty() ? new String[0] : formats.split("\n"), buffers, numbers);
       ParameterColumn[] columns = new ParameterColumn[fields.size()];
       for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index + 1);
       rows = new BoundRows(columns, fields.isEmpty() ? 0 : fields.get(0).length());
