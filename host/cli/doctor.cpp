@@ -24,7 +24,6 @@ constexpr const char* kLogin = "check --user and the password";
 constexpr Fix kFixes[] = {
     {"NoClassDefFound", "put the jar or folder with this class on the class path: --class-path"},
     {"Unknown vendor", "--through wrapper takes any driver; jdbc only the vendors of JdbcUtils"},
-    {"could not parse the url", "a URL is jdbc:, the driver's word, a colon and the driver's part"},
     {"[08", kServer},
     {"refused", kServer},
     {"UnknownHost", kServer},

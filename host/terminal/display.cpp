@@ -19,6 +19,8 @@ struct Cluster {
 
 Cluster clusterAt(std::string_view text, std::size_t start) {
   const auto* const bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  const auto isAscii = [text](std::size_t at) { return at == text.size() || (text[at] >= 0x20 && text[at] < 0x7F); };
+  if (isAscii(start) && isAscii(start + 1)) return {start + 1, 1};
   Cluster cluster{start, 0};
   utf8proc_int32_t before = 0;
   utf8proc_int32_t state = 0;
@@ -42,8 +44,6 @@ std::size_t characterFrom(std::string_view text, std::size_t at) {
   while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) ++at;
   return at;
 }
-
-bool isPlain(char byte) { return byte >= 0x20 && byte < 0x7F; }
 
 /// Shown on either side of the place.
 constexpr std::size_t kMaxShown = 60;
@@ -129,7 +129,6 @@ std::string visible(std::string_view text, std::string_view kept) {
 }
 
 std::size_t cellsOf(std::string_view text) {
-  if (std::all_of(text.begin(), text.end(), isPlain)) return text.size();
   std::size_t cells = 0;
   for (Cluster cluster{0, 0}; cluster.end < text.size(); cells += cluster.cells) cluster = clusterAt(text, cluster.end);
   return cells;
