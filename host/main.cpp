@@ -30,32 +30,26 @@ void startJava(const Options& options) {
   if (!error.empty()) throw Failure(error + "; kivosql doctor shows details", kNoJvm);
 }
 
-ExitCode runCommand(Context& context) {
-  ExitCode code = kDone;
-  const std::optional<Failure> failure = attempt([&] {
-    const Interrupt interrupt([&context] { return context.session.cancel(); });
-    code = context.options.command->run(context);
-  });
-  return failure ? report(context, *failure, "") : code;
-}
-
-/// The error of a broken connection was already reported by the statement that found it broken.
-ExitCode close(Context& context, ExitCode code) {
-  const bool reported = code == kInterrupted || (code != kDone && context.session.isBroken());
-  const std::optional<Failure> failure = attempt([&context] { context.session.close(); });
-  if (!failure || reported) return code;
-  report(context, *failure, "at the end: ");
-  return kFailed;
-}
-
 ExitCode work(const Options& options, Output& out) {
   startJava(options);
   const std::unique_ptr<Session> session = options.carrier->make();
   Context context{options, *session, out};
-  const std::optional<Failure> failure = attempt([&] { session->open(options.target); });
-  if (!failure) return close(context, runCommand(context));
-  report(context, *failure, "no connection: ");
-  return kNoConnection;
+  if (const auto failure = attempt([&] { session->open(options.target); })) {
+    report(context, *failure, "no connection: ");
+    return kNoConnection;
+  }
+  ExitCode code = kDone;
+  const std::optional<Failure> failure = attempt([&] {
+    const Interrupt interrupt([&session] { return session->cancel(); });
+    code = options.command->run(context);
+  });
+  if (failure) code = report(context, *failure, "");
+  // The statement that found the connection broken has already reported that.
+  const bool reported = code == kInterrupted || (code != kDone && session->isBroken());
+  const std::optional<Failure> refused = attempt([&] { session->close(); });
+  if (!refused || reported) return code;
+  report(context, *refused, "at the end: ");
+  return kFailed;
 }
 
 }  // namespace

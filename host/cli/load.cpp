@@ -85,34 +85,6 @@ class Records {
   CsvReader reader_;
 };
 
-/// Rows that are stored together, with the lines of the file on which they begin.
-class Batch {
- public:
-  void add(const Record& record, std::size_t line, const std::string& null) {
-    for (const CsvField& field : record) rows_.add({field.text, !field.quoted && field.text == null});
-    lines_.push_back(line);
-  }
-
-  void clear() {
-    rows_.clear();
-    lines_.clear();
-  }
-
-  std::size_t size() const { return lines_.size(); }
-  std::size_t bytes() const { return rows_.bytes(); }
-  PackedRows& rows() { return rows_; }
-
-  /// Where in the file it failed. @param before rows of the file before it. @param row the failed one, if known
-  std::string place(unsigned long long before, std::optional<std::size_t> row) const {
-    if (row) return "row " + grouped(before + *row + 1) + ", line " + std::to_string(lines_[*row]);
-    return range(before + 1, before + size()) + ", from line " + std::to_string(lines_.front());
-  }
-
- private:
-  PackedRows rows_;
-  std::vector<std::size_t> lines_;
-};
-
 /// Which rows of the file are in the table.
 struct Outcome {
   unsigned long long stored = 0;
@@ -157,8 +129,8 @@ class Loader {
     if (context_.options.singleTransaction) begin();
     Record record;
     while (records_.next(record, columns.size())) {
-      batch_.add(record, records_.line(), context_.options.null.value_or(""));
-      if (batch_.size() >= context_.options.batchRows || batch_.bytes() >= kMaxBatchBytes) store();
+      add(record);
+      if (lines_.size() >= context_.options.batchRows || rows_->bytes() >= kMaxBatchBytes) store();
     }
     store();
     if (asOne_) finish();
@@ -172,17 +144,23 @@ class Loader {
     asOne_ = true;
   }
 
+  void add(const Record& record) {
+    for (const CsvField& field : record) rows_->add({field.text, !field.quoted && field.text == null_});
+    lines_.push_back(records_.line());
+  }
+
   /// Stores the batch.
   void store() {
     checkInterrupt();
-    if (batch_.size() == 0) return;
-    outcome_.tried = outcome_.stored + batch_.size();
-    std::optional<Failure> failure = attempt([this] { rows_->store(batch_.rows()); });
+    if (lines_.empty()) return;
+    outcome_.tried = outcome_.stored + lines_.size();
+    std::optional<Failure> failure = attempt([this] { rows_->store(); });
     // A database that cannot write closes itself, and may lose what it had committed.
     if (!asOne_) sync(failure);
     if (failure) diagnose(*failure);
     outcome_.stored = outcome_.tried;
-    batch_.clear();
+    rows_->clear();
+    lines_.clear();
     progress_.advance(outcome_.stored, records_.bytes());
   }
 
@@ -203,9 +181,11 @@ class Loader {
     } else if (!undoes_) {
       outcome_.doubt = "the table has no transactions";
     } else if (!Interrupt::happened()) {
-      row = rows_->failedRow(batch_.rows(), failure);
+      row = rows_->failedRow(failure);
     }
-    const std::string place = batch_.place(outcome_.stored, row);
+    const std::string place =
+        row ? range(outcome_.stored + *row + 1, outcome_.stored + *row + 1) + ", line " + std::to_string(lines_[*row])
+            : range(outcome_.stored + 1, outcome_.tried) + ", from line " + std::to_string(lines_.front());
     // What was committed before may not be on disk either.
     if (!outcome_.doubt.empty() && !durable_) outcome_.stored = 0;
     throw failure.at(path_ + ", " + place + ": ");
@@ -234,10 +214,11 @@ class Loader {
   WritingSession& writing_;
   const std::string& path_ = context_.options.arguments[0];
   const std::string& table_ = context_.options.arguments[1];
+  const std::string null_ = context_.options.null.value_or("");
   Records records_;
-  Batch batch_;
-  std::unique_ptr<RowLoader> rows_;
-  bool durable_ = false;  ///< the user may make the database write to disk
+  std::unique_ptr<RowLoader> rows_;  ///< the batch
+  std::vector<std::size_t> lines_;   ///< where each row of the batch begins
+  bool durable_ = false;             ///< the user may make the database write to disk
   bool undoes_ = true;
   bool asOne_ = false;  ///< all rows are one transaction, which is open
   bool committing_ = false;

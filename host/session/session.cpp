@@ -12,15 +12,15 @@ bool isUtf8(std::string_view text) {
   return std::all_of(text.begin(), text.end(), isAscii) || kivo::utf8::toModified(text).replacements == 0;
 }
 
-void PackedRows::add(const Cell& cell) {
-  text += cell.text;
-  const auto end = static_cast<std::int32_t>(text.size());
-  ends.push_back(cell.isNull ? ~end : end);
+void RowLoader::add(const Cell& value) {
+  text_ += value.text;
+  const auto end = static_cast<std::int32_t>(text_.size());
+  ends_.push_back(value.isNull ? ~end : end);
 }
 
-void PackedRows::clear() {
-  ends.clear();
-  text.clear();
+void RowLoader::clear() {
+  ends_.clear();
+  text_.clear();
 }
 
 void Session::open(const Target& target) {

@@ -28,17 +28,6 @@ struct Target {
 /// Whether the text reaches Java unchanged.
 bool isUtf8(std::string_view text);
 
-/// Rows of text on their way to a table.
-class PackedRows {
- public:
-  void add(const Cell& cell);
-  void clear();
-  std::size_t bytes() const { return text.size() + ends.size() * sizeof(ends[0]); }
-
-  std::vector<std::int32_t> ends;  ///< where each value's text ends; the complement for NULL
-  std::string text;                ///< the values, one after the other
-};
-
 /// Reads from a database through one of the library's classes. Members throw Failure. One thread, except cancel().
 class Session {
  public:
@@ -86,24 +75,33 @@ class Session {
   std::string url_;
 };
 
-/// Stores rows of text in one table.
+/// Stores rows of text in one table, many at once.
 class RowLoader {
  public:
   virtual ~RowLoader() = default;
 
-  /// Whether the table can undo rows.
-  virtual bool undoes() = 0;
+  /// Adds a value to the rows that are not stored yet.
+  void add(const Cell& value);
+  void clear();
+  std::size_t bytes() const { return text_.size() + ends_.size() * sizeof(ends_[0]); }
 
-  /// Stores rows as one transaction. After a failure none is stored, unless the table cannot undo rows or the
+  /// Stores the added rows as one transaction. After a failure none is stored, unless the table cannot undo rows or the
   /// connection is broken.
-  virtual void store(PackedRows& rows) = 0;
+  virtual void store() = 0;
 
   /// Finds the row for which store() has just failed: stores the rows one by one and undoes them. Only for a table that
   /// can. @param why receives that row's failure. @return counted from 0; nothing if it is unknown.
-  virtual std::optional<std::size_t> failedRow(PackedRows& rows, Failure& why) = 0;
+  virtual std::optional<std::size_t> failedRow(Failure& why) = 0;
 
   /// Makes the database write what is stored to disk, if a commit does not wait for that.
   virtual void sync() = 0;
+
+  /// Whether the table can undo rows.
+  virtual bool undoes() = 0;
+
+ protected:
+  std::vector<std::int32_t> ends_;  ///< where each value's text ends; the complement for NULL
+  std::string text_;                ///< the values, one after the other
 };
 
 /// A session that also changes data.

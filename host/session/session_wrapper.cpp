@@ -34,7 +34,7 @@ Failure failureOf(JNIEnv* env, jobject object) {
   return failure;
 }
 
-/// @param worked what a method of the object returned. An exception from it stays in the caller's frame.
+/// Throws unless a method of the object has returned true. An exception from it goes with the caller's frame.
 void check(JNIEnv* env, jobject object, std::optional<bool> worked) {
   if (worked != true) throw failureOf(env, object);
 }
@@ -48,42 +48,38 @@ class JavaRowLoader : public RowLoader {
   JavaRowLoader(const JavaRowLoader&) = delete;
   JavaRowLoader& operator=(const JavaRowLoader&) = delete;
 
-  void prepare() { run("prepare"); }
+  void store() override {
+    // Java counts the bytes of a text in an int.
+    if (text_.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
+    const LocalFrame frame(env_);
+    check(env_, loader_, callWithRows<bool>("store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
+  }
 
-  void sync() override { run("sync"); }
+  std::optional<std::size_t> failedRow(Failure& why) override {
+    const LocalFrame frame(env_);
+    const auto row = callWithRows<jint>("failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I");
+    if (row.value_or(-1) < 0) return {};
+    why = failureOf(env_, loader_);
+    return *row;
+  }
+
+  void sync() override {
+    const LocalFrame frame(env_);
+    check(env_, loader_, call<bool>(env_, loader_, "sync", "()Z"));
+  }
 
   bool undoes() override {
     const LocalFrame frame(env_);
     return call<bool>(env_, loader_, "undoes", "()Z") == true;
   }
 
-  void store(PackedRows& rows) override {
-    // Java counts the bytes of a text in an int.
-    if (rows.text.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
-    const LocalFrame frame(env_);
-    check(env_, loader_, callWith<bool>(rows, "store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
-  }
-
-  std::optional<std::size_t> failedRow(PackedRows& rows, Failure& why) override {
-    const LocalFrame frame(env_);
-    const auto row = callWith<jint>(rows, "failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I");
-    if (row.value_or(-1) < 0) return {};
-    why = failureOf(env_, loader_);
-    return *row;
-  }
-
  private:
-  void run(const char* method) {
-    const LocalFrame frame(env_);
-    check(env_, loader_, call<bool>(env_, loader_, method, "()Z"));
-  }
-
   template <typename Result>
-  std::optional<Result> callWith(PackedRows& rows, const char* method, const char* signature) {
-    const auto size = static_cast<jlong>(rows.ends.size() * sizeof(rows.ends[0]));
-    const jobject ends = env_->NewDirectByteBuffer(rows.ends.data(), size);
+  std::optional<Result> callWithRows(const char* method, const char* signature) {
+    const auto size = static_cast<jlong>(ends_.size() * sizeof(ends_[0]));
+    const jobject ends = env_->NewDirectByteBuffer(ends_.data(), size);
     if (ends == nullptr) return {};
-    const jobject text = env_->NewDirectByteBuffer(rows.text.data(), static_cast<jlong>(rows.text.size()));
+    const jobject text = env_->NewDirectByteBuffer(text_.data(), static_cast<jlong>(text_.size()));
     return call<Result>(env_, loader_, method, signature, ends, text);
   }
 
@@ -116,17 +112,16 @@ class WrapperSession : public WritingSession {
     std::string names;
     for (const Column& column : columns) names += column.name + '\0';
     JNIEnv* const env = database_.env;
+    const jobject utilities = database_.utilitiesObject;
     const LocalFrame frame(env);
     const jstring javaTable = env->NewStringUTF(toJava(table).c_str());
     const jstring javaNames = javaTable == nullptr ? nullptr : env->NewStringUTF(toJava(names).c_str());
     const auto made =
-        call<jobject>(env, database_.utilitiesObject, "loader",
-                      "(Ljava/lang/String;Ljava/lang/String;)Lcom/ulvanejdbc/RowLoader;", javaTable, javaNames);
-    const jobject kept = made ? env->NewGlobalRef(*made) : nullptr;
-    if (kept == nullptr) throw Failure(kUnusable);
-    auto loader = std::make_unique<JavaRowLoader>(env, kept);
-    loader->prepare();
-    return loader;
+        call<jobject>(env, utilities, "loader", "(Ljava/lang/String;Ljava/lang/String;)Lcom/ulvanejdbc/RowLoader;",
+                      javaTable, javaNames);
+    const jobject loader = made ? env->NewGlobalRef(*made) : nullptr;
+    if (loader == nullptr) throw failureOf(env, utilities);
+    return std::make_unique<JavaRowLoader>(env, loader);
   }
 
   bool cancel() override { return cancelInJava(database_.utilitiesObject); }

@@ -30,22 +30,20 @@ public final class RowLoader {
   private String error = "";
 
   /**
+   * Finds out what the columns are.
+   *
    * @param table its name as it stands in SQL
    * @param names of columns, exactly as the database has them
    */
-  RowLoader(Session session, String table, String[] names) {
+  RowLoader(Session session, String table, String[] names) throws SQLException {
     this.session = session;
     this.table = table;
     this.names = names;
+    session.runAsOne(this::prepare);
   }
 
   public String getErrorMessage() {
     return error;
-  }
-
-  /** Finds out what the columns are. To be called once, before the rest. */
-  public boolean prepare() {
-    return attempt(() -> session.runAsOne(this::prepare));
   }
 
   private void prepare(Connection connection) throws SQLException {

@@ -200,13 +200,13 @@ public class jdbcUtilities {
   }
 
   /**
-   * Makes a loader of rows. Native code finds it by name.
+   * Makes a loader of rows, null on failure. Native code finds it by name.
    *
    * @param table its name as it stands in SQL
    * @param columns their names, exactly as the database has them, each with a NUL after it
    */
   RowLoader loader(String table, String columns) {
-    return new RowLoader(session, table, columns.split("\0"));
+    return attempt(null, () -> new RowLoader(session, table, columns.split("\0")));
   }
 
   /** For classes that read by the block, or with types. */
