@@ -23,11 +23,8 @@ using Run = void (*)(Context& context, const std::string& sql);
 
 std::unique_ptr<Writer> makeWriter(Context& context) {
   const Options& options = context.options;
-  Style style;
-  style.null = options.null.value_or(options.format->null);
-  style.maxCells = options.maxCells;
-  style.crlf = options.crlf;
-  return options.format->make(context.out, style);
+  return options.format->make(context.out,
+                              {options.null.value_or(options.format->null), options.maxCells, options.crlf});
 }
 
 void flush(Output& out) {
@@ -56,7 +53,6 @@ unsigned long long writeRows(Context& context, const std::vector<Column>& column
 
 void query(Context& context, const std::string& sql) {
   Progress progress;
-  const Stopwatch watch;
   // A person sees each row as it comes.
   const int blockRows = outputOnTerminal() ? 1 : kBlockRows;
   const std::vector<Column> columns = context.session.query(sql, context.options.maxRows, blockRows);
@@ -65,16 +61,15 @@ void query(Context& context, const std::string& sql) {
   const unsigned long long rows = writeRows(context, columns, progress);
   flush(context.out);
   progress.stop();
-  showTiming(context, rows, watch.elapsed());
+  showTiming(context, rows, progress);
 }
 
 void update(Context& context, const std::string& sql) {
   Progress progress;
-  const Stopwatch watch;
   const auto count = static_cast<unsigned>(context.session.writing()->update(sql));
   progress.stop();
   remark(context, counted(count, "row") + " changed");
-  showTiming(context, count, watch.elapsed());
+  showTiming(context, count, progress);
   flush(context.out);
 }
 
@@ -170,29 +165,22 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
   return worst;
 }
 
-/// Steps over one name, quoted or not. @return where it ends, @p at when there is none.
-std::size_t endOfName(const std::string& text, std::size_t at) {
-  const char quote = at < text.size() ? text[at] : '\0';
-  if (quote == '"' || quote == '`') {
-    const std::size_t end = text.find(quote, at + 1);
-    return end == std::string::npos || end == at + 1 ? at : end + 1;
-  }
-  const auto isPart = [](unsigned char byte) {
-    return std::isalnum(byte) != 0 || byte == '_' || byte == '$' || byte == '#' || byte >= 0x80;
-  };
-  while (at < text.size() && isPart(static_cast<unsigned char>(text[at]))) ++at;
-  return at;
+bool isPartOfName(char byte) {
+  const auto code = static_cast<unsigned char>(byte);
+  return std::isalnum(code) != 0 || byte == '_' || byte == '$' || byte == '#' || code >= 0x80;
 }
 
 }  // namespace
 
 bool isTableName(const std::string& text) {
-  std::size_t at = 0;
-  while (true) {
-    const std::size_t end = endOfName(text, at);
-    if (end == at || end == text.size()) return end != at;
-    if (text[end] != '.') return false;
-    at = end + 1;
+  for (std::size_t at = 0;; ++at) {
+    const std::size_t begin = at;
+    const bool quoted = text[at] == '"' || text[at] == '`';
+    // Without a closing quote this is 0.
+    if (quoted) at = text.find(text[at], at + 1) + 1;
+    while (!quoted && isPartOfName(text[at])) ++at;
+    if (at <= begin + (quoted ? 2 : 0)) return false;
+    if (text[at] != '.') return at == text.size();
   }
 }
 
@@ -249,11 +237,10 @@ void remark(Context& context, const std::string& text) {
   }
 }
 
-void showTiming(const Context& context, unsigned long long rows, double elapsed) {
+void showTiming(const Context& context, unsigned long long rows, const Progress& progress) {
   if (!context.options.timing) return;
-  const double rate = static_cast<double>(rows) / elapsed;
-  say(counted(rows, "row") + " in " + seconds(elapsed) + ", " + counted(static_cast<unsigned long long>(rate), "row") +
-      " per second");
+  const auto rate = static_cast<unsigned long long>(static_cast<double>(rows) / progress.elapsed());
+  say(counted(rows, "row") + " in " + seconds(progress.elapsed()) + ", " + counted(rate, "row") + " per second");
 }
 
 ExitCode runQuery(Context& context) { return runOne(context, query); }

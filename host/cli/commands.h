@@ -84,7 +84,7 @@ std::string rollBack(WritingSession& session);
 void remark(Context& context, const std::string& text);
 
 /// Shows how fast it was, with --timing.
-void showTiming(const Context& context, unsigned long long rows, double elapsed);
+void showTiming(const Context& context, unsigned long long rows, const class Progress& progress);
 
 /// Checks everything, with a session of its own.
 ExitCode runDoctor(const Options& options, Output& out);

@@ -115,7 +115,7 @@ class Loader {
       return code;
     }
     remark(context_, counted(outcome_.stored, "row") + " stored in " + table_);
-    showTiming(context_, outcome_.stored, watch_.elapsed());
+    showTiming(context_, outcome_.stored, progress_);
     return kDone;
   }
 
@@ -223,7 +223,6 @@ class Loader {
   bool asOne_ = false;  ///< all rows are one transaction, which is open
   bool committing_ = false;
   Outcome outcome_;
-  Stopwatch watch_;
   Progress progress_;
 };
 

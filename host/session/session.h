@@ -15,13 +15,8 @@ namespace kivosql {
 /// Where to connect. All text in the host is standard UTF-8; sessions convert it on its way to and from Java.
 struct Target {
   std::string url;  ///< a ready JDBC URL; empty to build it from the five parts that follow
-  std::string type;
-  std::string host;
-  std::string port;
-  std::string instance;
-  std::string database;
-  std::string user;
-  std::string password;
+  std::string type, host, port, instance, database;
+  std::string user, password;
   std::string className = "com.ulvanejdbc.JdbcConnection";  ///< the bridge's Java connection class
 };
 
@@ -32,9 +27,6 @@ bool isUtf8(std::string_view text);
 class Session {
  public:
   virtual ~Session() = default;
-  Session() = default;
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
 
   /// Connects. Afterwards url() is the URL in effect, also after a failure.
   void open(const Target& target);

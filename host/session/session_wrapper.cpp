@@ -7,34 +7,20 @@ namespace {
 
 constexpr const char* kUnusable = "could not use the companion jar, or memory ran out";
 
-/// Local references of a native thread live until they are released; these go with the object. An exception, too.
-class LocalFrame {
- public:
-  explicit LocalFrame(JNIEnv* env) : env_(env), pushed_(env->PushLocalFrame(16) == 0) {}
-  ~LocalFrame() {
-    env_->ExceptionClear();
-    if (pushed_) env_->PopLocalFrame(nullptr);
-  }
-  LocalFrame(const LocalFrame&) = delete;
-  LocalFrame& operator=(const LocalFrame&) = delete;
-
- private:
-  JNIEnv* env_;
-  bool pushed_;
-};
-
 /// Why the last call to an object of the companion jar failed.
 Failure failureOf(JNIEnv* env, jobject object) {
-  const auto text = call<jobject>(env, object, "getErrorMessage", "()Ljava/lang/String;");
-  auto* const string = static_cast<jstring>(text.value_or(nullptr));
-  const char* characters = string == nullptr ? nullptr : env->GetStringUTFChars(string, nullptr);
+  env->ExceptionClear();
+  auto* const text =
+      static_cast<jstring>(call<jobject>(env, object, "getErrorMessage", "()Ljava/lang/String;").value_or(nullptr));
+  const char* characters = text == nullptr ? nullptr : env->GetStringUTFChars(text, nullptr);
   if (characters == nullptr) return Failure(kUnusable);
   Failure failure = javaFailure(fromJava(characters));
-  env->ReleaseStringUTFChars(string, characters);
+  env->ReleaseStringUTFChars(text, characters);
+  env->DeleteLocalRef(text);
   return failure;
 }
 
-/// Throws unless a method of the object has returned true. An exception from it goes with the caller's frame.
+/// Throws unless a method of the object has returned true.
 void check(JNIEnv* env, jobject object, std::optional<bool> worked) {
   if (worked != true) throw failureOf(env, object);
 }
@@ -51,36 +37,32 @@ class JavaRowLoader : public RowLoader {
   void store() override {
     // Java counts the bytes of a text in an int.
     if (text_.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
-    const LocalFrame frame(env_);
     check(env_, loader_, callWithRows<bool>("store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
   }
 
   std::optional<std::size_t> failedRow(Failure& why) override {
-    const LocalFrame frame(env_);
     const auto row = callWithRows<jint>("failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I");
     if (row.value_or(-1) < 0) return {};
     why = failureOf(env_, loader_);
     return *row;
   }
 
-  void sync() override {
-    const LocalFrame frame(env_);
-    check(env_, loader_, call<bool>(env_, loader_, "sync", "()Z"));
-  }
+  void sync() override { check(env_, loader_, call<bool>(env_, loader_, "sync", "()Z")); }
 
-  bool undoes() override {
-    const LocalFrame frame(env_);
-    return call<bool>(env_, loader_, "undoes", "()Z") == true;
-  }
+  bool undoes() override { return call<bool>(env_, loader_, "undoes", "()Z") == true; }
 
  private:
   template <typename Result>
   std::optional<Result> callWithRows(const char* method, const char* signature) {
     const auto size = static_cast<jlong>(ends_.size() * sizeof(ends_[0]));
     const jobject ends = env_->NewDirectByteBuffer(ends_.data(), size);
-    if (ends == nullptr) return {};
-    const jobject text = env_->NewDirectByteBuffer(text_.data(), static_cast<jlong>(text_.size()));
-    return call<Result>(env_, loader_, method, signature, ends, text);
+    const jobject text =
+        ends == nullptr ? nullptr : env_->NewDirectByteBuffer(text_.data(), static_cast<jlong>(text_.size()));
+    const auto result = call<Result>(env_, loader_, method, signature, ends, text);
+    env_->ExceptionClear();
+    env_->DeleteLocalRef(text);
+    env_->DeleteLocalRef(ends);
+    return result;
   }
 
   JNIEnv* env_;
@@ -113,7 +95,6 @@ class WrapperSession : public WritingSession {
     for (const Column& column : columns) names += column.name + '\0';
     JNIEnv* const env = database_.env;
     const jobject utilities = database_.utilitiesObject;
-    const LocalFrame frame(env);
     const jstring javaTable = env->NewStringUTF(toJava(table).c_str());
     const jstring javaNames = javaTable == nullptr ? nullptr : env->NewStringUTF(toJava(names).c_str());
     const auto made =
@@ -144,7 +125,6 @@ class WrapperSession : public WritingSession {
   }
 
   void transact(const char* method) {
-    const LocalFrame frame(database_.env);
     const jobject utilities = database_.utilitiesObject;
     kivosql::check(database_.env, utilities, call<bool>(database_.env, utilities, method, "()Z"));
   }

@@ -125,7 +125,7 @@ void Progress::run() {
 }
 
 std::string Progress::line() const {
-  const double elapsed = watch_.elapsed();
+  const double elapsed = this->elapsed();
   const unsigned long long rows = rows_;
   std::string text = counted(rows, "row") + "  " + grouped(static_cast<unsigned long long>(double(rows) / elapsed)) +
                      " rows/s  " + seconds(elapsed);

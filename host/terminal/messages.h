@@ -36,15 +36,6 @@ std::string counted(unsigned long long number, const char* noun);
 /// Seconds with two decimals.
 std::string seconds(double value);
 
-/// Seconds since it was made.
-class Stopwatch {
- public:
-  double elapsed() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
-
- private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
 /// A moving line on standard error, if that is a terminal, while something takes longer than a second: rows, rate and
 /// time; if the total is known, also the share done and the time left. The destructor removes it.
 class Progress {
@@ -60,12 +51,15 @@ class Progress {
   /// Removes the line for good.
   void stop();
 
+  /// Seconds since it was made.
+  double elapsed() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
+
  private:
   void run();
   std::string line() const;
 
   const unsigned long long total_;
-  Stopwatch watch_;
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<unsigned long long> rows_{0};
   std::atomic<unsigned long long> done_{0};
   std::promise<void> stopping_;
