@@ -39,14 +39,14 @@ ExitCode work(const Options& options, Output& out) {
     return kNoConnection;
   }
   ExitCode code = kDone;
-  const std::optional<Failure> failure = attempt([&] {
+  const auto failure = attempt([&] {
     const Interrupt interrupt([&session] { return session->cancel(); });
     code = options.command->run(context);
   });
   if (failure) code = report(context, *failure, "");
   // The statement that found the connection broken has already reported that.
   const bool reported = code == kInterrupted || (code != kDone && session->isBroken());
-  const std::optional<Failure> refused = attempt([&] { session->close(); });
+  const auto refused = attempt([&] { session->close(); });
   if (!refused || reported) return code;
   report(context, *refused, "at the end: ");
   return kFailed;
@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   Options options;
   ExitCode code = kDone;
-  const std::optional<Failure> failure = attempt([&] {
+  const auto failure = attempt([&] {
     if (!parse(argc, argv, options)) return;
     addPassword(options);
     Output out(STDOUT_FILENO);

@@ -37,7 +37,7 @@ unsigned long long writeRows(Context& context, const std::vector<Column>& column
   if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
   writer->begin(columns);
   unsigned long long rows = 0;
-  const std::optional<Failure> failure = attempt([&] {
+  const auto failure = attempt([&] {
     for (Row row; context.out.good() && context.session.next(row);) {
       checkInterrupt();
       writer->row(row);
@@ -95,7 +95,7 @@ void showFault(const Context& context, const std::string& sql, const Failure& fa
 /// @param place of the statement, comes first in reports. @return kDone, or the code of the failure that is reported
 ExitCode runStatement(Context& context, const Statement& statement, Run run, const std::string& place) {
   const std::string sql(statement.text);
-  const std::optional<Failure> failure = attempt([&] {
+  const auto failure = attempt([&] {
     // The interrupt may have come between two statements, where there was nothing to cancel.
     checkInterrupt();
     if (!statement.complete) throw Failure("a quote or comment in this statement never ends");
@@ -218,14 +218,14 @@ ExitCode report(Context& context, const Failure& failure, const std::string& pla
 
 void commit(WritingSession& session, const std::string& path) {
   checkInterrupt();
-  const std::optional<Failure> refused = attempt([&session] { session.endTransaction(true); });
+  const auto refused = attempt([&session] { session.endTransaction(true); });
   if (refused) throw refused->at(path + ": at the commit: ");
 }
 
 std::string rollBack(WritingSession& session) {
   // The fate of a commit on a connection that broke is unknown.
   if (session.isBroken()) return "the connection broke";
-  const std::optional<Failure> failure = attempt([&session] { session.endTransaction(false); });
+  const auto failure = attempt([&session] { session.endTransaction(false); });
   return failure ? failure->what() : "";
 }
 
@@ -256,7 +256,7 @@ ExitCode runScript(Context& context) {
   WritingSession& session = *context.session.writing();
   session.beginTransaction();
   ExitCode code = kDone;
-  const std::optional<Failure> failure = attempt([&] {
+  const auto failure = attempt([&] {
     code = runStatements(context, path, script, dialect);
     if (code == kDone) commit(session, path);
   });

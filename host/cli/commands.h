@@ -18,14 +18,14 @@ struct Context {
 };
 
 struct Argument {
-  const char* name;
-  const char* about;
+  const char* name = nullptr;  ///< null for none
+  const char* about = nullptr;
 };
 
 struct Command {
   const char* name;
   const char* about;
-  Argument arguments[2];      ///< their names are null for none
+  Argument arguments[2];
   bool writes;                ///< needs a WritingSession
   ExitCode (*run)(Context&);  ///< with an open session; null for the one command that makes its own
 };
@@ -38,25 +38,24 @@ ExitCode runDescribe(Context& context);
 ExitCode runLoad(Context& context);
 
 constexpr Argument kSql = {"SQL", "The statement, or - for standard input"};
-constexpr Argument kNoArgument = {nullptr, nullptr};
 
 constexpr Command kCommands[] = {
-    {"query", "Run a query and print its rows", {kSql, kNoArgument}, false, runQuery},
-    {"update", "Run a statement that changes data or tables", {kSql, kNoArgument}, true, runUpdate},
+    {"query", "Run a query and print its rows", {kSql}, false, runQuery},
+    {"update", "Run a statement that changes data or tables", {kSql}, true, runUpdate},
     {"run",
      "Run the statements of a file",
-     {{"FILE", "A file of statements that end with ;, or - for standard input"}, kNoArgument},
+     {{"FILE", "A file of statements that end with ;, or - for standard input"}},
      true,
      runScript},
-    {"tables", "List the tables", {kNoArgument, kNoArgument}, false, runTables},
-    {"describe", "List a table's columns", {{"TABLE", "Its name, as in SQL"}, kNoArgument}, false, runDescribe},
+    {"tables", "List the tables", {}, false, runTables},
+    {"describe", "List a table's columns", {{"TABLE", "Its name, as in SQL"}}, false, runDescribe},
     {"load",
      "Add a CSV file's rows to a table",
      {{"FILE", "A CSV file whose first line names columns of the table, or - for standard input"},
       {"TABLE", "The name of an existing table, as in SQL"}},
      true,
      runLoad},
-    {"doctor", "Check the set-up, and say how to fix what does not work", {kNoArgument, kNoArgument}, false, nullptr},
+    {"doctor", "Check the set-up, and say how to fix what does not work", {}, false, nullptr},
 };
 
 /// @return the file, or standard input for "-".

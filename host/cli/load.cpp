@@ -74,7 +74,7 @@ class Records {
 
   bool read(Record& record) {
     bool found = false;
-    const std::optional<Failure> failure = attempt([&] { found = reader_.next(record); });
+    const auto failure = attempt([&] { found = reader_.next(record); });
     checkStandardInput();
     if (failure) fail(failure->what());
     if (!found && !reader_.error().empty()) fail(reader_.error());
@@ -106,7 +106,7 @@ class Loader {
       : context_(context), writing_(*context.session.writing()), records_(path_, input), progress_(size) {}
 
   ExitCode run() {
-    const std::optional<Failure> failure = attempt([this] { load(); });
+    const auto failure = attempt([this] { load(); });
     progress_.stop();
     if (failure) {
       const ExitCode code = report(context_, *failure, "");
@@ -127,8 +127,7 @@ class Loader {
     durable_ = !attempt([this] { rows_->sync(); });
     undoes_ = rows_->undoes();
     if (context_.options.singleTransaction) begin();
-    Record record;
-    while (records_.next(record, columns.size())) {
+    for (Record record; records_.next(record, columns.size());) {
       add(record);
       if (lines_.size() >= context_.options.batchRows || rows_->bytes() >= kMaxBatchBytes) store();
     }

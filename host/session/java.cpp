@@ -14,8 +14,6 @@ namespace kivosql {
 
 namespace {
 
-bool startsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
-
 /// Drops the text up to and including the first @p mark.
 void dropThrough(std::string_view& text, std::string_view mark) {
   const std::size_t at = text.find(mark);
@@ -26,15 +24,13 @@ void dropThrough(std::string_view& text, std::string_view mark) {
 std::string_view message(std::string_view line) {
   const std::size_t indent = std::min(line.find_first_not_of(" \t\r"), line.size());
   line.remove_prefix(indent);
-  if (indent > 0 && (startsWith(line, "at ") || startsWith(line, "... "))) return {};
-  if (startsWith(line, "Exception in thread \"")) dropThrough(line, "\" ");
-  if (startsWith(line, "Caused by: ")) dropThrough(line, ": ");
-
+  if (indent > 0 && (line.rfind("at ", 0) == 0 || line.rfind("... ", 0) == 0)) return {};
+  if (line.rfind("Exception in thread \"", 0) == 0) dropThrough(line, "\" ");
+  if (line.rfind("Caused by: ", 0) == 0) dropThrough(line, ": ");
   const std::size_t word = line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_.");
-  const bool isPackage = word != std::string_view::npos && word > 0 && line[word - 1] == '.' &&
-                         std::isupper(static_cast<unsigned char>(line[word])) != 0;
-  if (isPackage) line.remove_prefix(word);
-  return line;
+  const bool hasPackage = word != std::string_view::npos && word > 0 && line[word - 1] == '.' &&
+                          std::isupper(static_cast<unsigned char>(line[word])) != 0;
+  return line.substr(hasPackage ? word : 0);
 }
 
 /// Causes repeat one another, often under another exception's name.
