@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <cstddef>
@@ -37,11 +38,12 @@ ArrowStreamOptions byRows(int rows) {
   return options;
 }
 
+constexpr const char* kH2 = "jdbc:h2:mem:arrow;DB_CLOSE_DELAY=-1";
+
 /// A database with a query's open result.
 class Source {
  public:
-  explicit Source(const std::string& sql = "") {
-    std::string url = "jdbc:h2:mem:arrow;DB_CLOSE_DELAY=-1";
+  explicit Source(const std::string& sql = "", std::string url = kH2) {
     EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection("", "") && wrapper.getStatement())
         << wrapper.errorMessage;
     if (!sql.empty()) query(sql);
@@ -88,6 +90,30 @@ std::string textOf(const ArrowSchema& schema, const ArrowArray& batch) {
   return text;
 }
 
+std::int64_t buffersOf(const std::string& format) {
+  if (format == "+s") return 1;
+  if (format == "n") return 0;
+  return format == "u" || format == "z" ? 3 : 2;
+}
+
+/// Looks at what is not a value.
+void expectShape(const ArrowSchema& schema, const ArrowArray& array) {
+  SCOPED_TRACE(schema.format);
+  std::int64_t nulls = 0;
+  const bool isBatch = std::string(schema.format) == "+s";
+  for (std::int64_t row = 0; row < array.length && !isBatch; ++row) nulls += ArrowText(schema, array).at(row) ? 0 : 1;
+  EXPECT_EQ(array.null_count, nulls);
+  EXPECT_EQ(array.offset, 0);
+  EXPECT_EQ(array.dictionary, nullptr);
+  EXPECT_EQ(array.n_buffers, buffersOf(schema.format));
+  EXPECT_TRUE(!isBatch || array.buffers[0] == nullptr);
+  ASSERT_EQ(array.n_children, schema.n_children);
+  for (std::int64_t index = 0; index < array.n_children; ++index) {
+    EXPECT_TRUE(!isBatch || array.children[index]->length == array.length);
+    expectShape(*schema.children[index], *array.children[index]);
+  }
+}
+
 struct Read {
   std::vector<std::int64_t> batches;
   std::string text;
@@ -105,6 +131,7 @@ Read readAll(ArrowArrayStream& stream) {
     read.error = textOf(stream.get_last_error(&stream));
     if (read.code != 0 || batch.release == nullptr) break;
     EXPECT_EQ(read.error, "");
+    expectShape(schema, batch);
     read.batches.push_back(batch.length);
     read.text += textOf(schema, batch);
   }
@@ -171,12 +198,17 @@ TEST(ArrowStreams, HandOutTheRowsInBatches) {
   scaled.decimalScale = 3;
   ArrowStreamOptions float64;
   float64.decimals = ArrowDecimals::float64;
+  ArrowStreamOptions nulls;
+  nulls.outOfRangeAsNull = true;
+  ArrowStreamOptions mixed;
+  mixed.mixedColumnsAsText = true;
   const struct {
     const char* what;
     const char* sql;
     ArrowStreamOptions options;
     std::vector<std::int64_t> batches;
     const char* text;
+    const char* url = kH2;
   } rows[] = {
       {"no rows", "select x from system_range(1, 0)", {}, {}, ""},
       {"one batch", "select x from system_range(1, 3)", {}, {3}, "<1><2><3>"},
@@ -191,10 +223,12 @@ TEST(ArrowStreams, HandOutTheRowsInBatches) {
       {"a decimal without a scale, as text", "select cast(1.25 as decfloat)", {}, {1}, "<1.25>"},
       {"as float64", "select cast(1.25 as decfloat)", float64, {1}, "<1.25>"},
       {"as decimal128", "select cast(1.25 as decfloat)", scaled, {1}, "<1.250>"},
+      {"a time between two microseconds", "select timestamp '2024-02-29 12:00:00.1234567'", nulls, {1}, "<NULL>"},
+      {"cells of any type", "select 1 union all select 'a'", mixed, {2}, "<1><a>", "jdbc:sqlite::memory:"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
-    Source source(row.sql);
+    Source source(row.sql, row.url);
     Stream stream;
     source.open(stream, row.options);
     const Read read = readAll(stream);
@@ -232,8 +266,11 @@ TEST(ArrowStreams, AreReleasedBeforeAmidAndAfterTheRows) {
     numbers.source.query("select 1");
     EXPECT_TRUE(numbers.source.wrapper.next());
 
-    Array none;
-    Schema nothing;
+    ArrowArray none;
+    ArrowSchema nothing;
+    // What they held before must not be taken for a batch or a schema.
+    std::memset(&none, 1, sizeof none);
+    std::memset(&nothing, 1, sizeof nothing);
     EXPECT_EQ(stream.get_next(&stream, &none), EINVAL);
     EXPECT_EQ(stream.get_schema(&stream, &nothing), EINVAL);
     EXPECT_EQ(none.release, nullptr);
@@ -261,6 +298,9 @@ TEST(ArrowStreams, LeaveTheirArraysAsTheyAre) {
     EXPECT_EQ(number(*kept[2].children[0], 1), 6);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(moved.buffers[1]) % 64, 0U);
     EXPECT_EQ(ledger.liveGlobals(), 3);
+    // Java does not keep their memory for further batches.
+    const std::vector<std::string>& calls = ledger.trace();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "CallVoidMethod close"), 1);
   }
   EXPECT_EQ(ledger.complaint(), "");
 }
@@ -290,11 +330,17 @@ TEST(ArrowStreams, SayWhyTheRowsEnd) {
   } rows[] = {
       {"a failing cell", "select 1 / (4 - x) from system_range(1, 9)", byRows(2), {2, 1}, EIO, {"[22012", "zero"}},
       {"a cell that does not fit",
-       "select cast(x / 2.0 as decfloat) as \"half \u20AC\" from system_range(2, 9)",
+       "select cast(x / 2.0 as decfloat) as \"half \U0001F338\" from system_range(2, 9)",
        scaled,
        {1},
        EINVAL,
-       {"row 2", "\"half \u20AC\"", "1.5"}},
+       {"row 2", "\"half \U0001F338\"", "1.5"}},
+      {"a time between two microseconds",
+       "select timestamp '2024-02-29 12:00:00.1234567'",
+       {},
+       {},
+       EINVAL,
+       {"row 1", "12:00:00.1234567"}},
       {"a connection that is closed",
        "select x from system_range(1, 9)",
        {},

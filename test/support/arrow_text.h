@@ -34,6 +34,7 @@ void moveTo(Held<Structure>& target, Structure& source) {
 }
 
 /// Counts the rows of a stream, then releases it, and the first batch after it. @return nothing when a call failed.
+/// Throws std::runtime_error where it breaks its word.
 inline std::optional<std::int64_t> countRows(Held<ArrowArrayStream>& stream) {
   Held<ArrowArray> first;
   Held<ArrowSchema> schema;
@@ -45,6 +46,10 @@ inline std::optional<std::int64_t> countRows(Held<ArrowArrayStream>& stream) {
     more = batch.release != nullptr;
     rows += batch.length;
     if (more && first.release == nullptr) moveTo(first, static_cast<ArrowArray&>(batch));
+  }
+  Held<ArrowArray> none;
+  if (schema.release != nullptr && (stream.get_next(&stream, &none) != code || none.release != nullptr)) {
+    throw std::runtime_error("rows after the end");
   }
   const bool failed = stream.get_last_error(&stream) != nullptr;
   stream.release(&stream);
