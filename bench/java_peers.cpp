@@ -103,6 +103,7 @@ std::vector<Way> javaPeers() {
   return {
       {"reader", "java", "pure Java, getString", pure("read")},
       {"reader", "java-512", "pure Java, getString, fetch size 512", pure("read", 512)},
+      {"reader", "java-typed", "pure Java, typed getters, fetch size 1024", pure("readTyped", 1024)},
       {"reader", "jni", "JNI by hand, JdbcUtils' calls", byHand(false)},
       {"reader", "jni-auto", "JNI by hand, JdbcUtils' calls, auto-commit", byHand(true)},
       {"reader", "jni-wrapper", "JNI by hand, jdbcWrapper's calls", wrapperByHand},

@@ -1,4 +1,5 @@
 // This library's own ways, and the Java VM of the process.
+#include "KivoArrow.h"
 #include "RowBlocks.h"
 #include "java_objects.h"
 
@@ -53,6 +54,35 @@ auto blocks(RowBlocksOptions options, Arguments... arguments) {
   };
 }
 
+Reading readArrow(ArrowArrayStream& stream, double start) {
+  Reading reading;
+  ArrowArray batch{};
+  while (stream.get_next(&stream, &batch) == 0 && batch.release != nullptr) {
+    if (reading.firstRow == 0) reading.firstRow = now() - start;
+    reading.cells += batch.length * batch.n_children;
+    batch.release(&batch);
+  }
+  const char* error = stream.get_last_error(&stream);
+  require(error == nullptr, error == nullptr ? "" : error);
+  stream.release(&stream);
+  return reading;
+}
+
+/// Typed columns. Their consumer would take the memory over as it is.
+template <class Open, class... Arguments>
+auto arrow(Arguments... arguments) {
+  return [=](const Target& target) -> Client {
+    return [open = std::make_shared<Open>(target, arguments...)](const Work& work) {
+      const double start = now();
+      open->query(work.query());
+      ArrowArrayStream stream{};
+      std::string error;
+      require(makeArrowStream(open->source, stream, error), error);
+      return readArrow(stream, start);
+    };
+  };
+}
+
 /// A batch of statements.
 template <class Open, class... Arguments>
 auto batch(Arguments... arguments) {
@@ -100,6 +130,8 @@ std::vector<Way> libraryWays() {
       {"reader", "blocks-128", "RowBlocks of 128, JdbcUtils", blocks<OpenUtils>(RowBlocksOptions{128}, false)},
       {"reader", "blocks", "RowBlocks, JdbcUtils", blocks<OpenUtils>(RowBlocksOptions{}, false)},
       {"reader", "blocks-wrapper", "RowBlocks, jdbcWrapper", blocks<OpenWrapper>(RowBlocksOptions{})},
+      {"reader", "arrow", "Arrow stream, JdbcUtils", arrow<OpenUtils>(false)},
+      {"reader", "arrow-wrapper", "Arrow stream, jdbcWrapper", arrow<OpenWrapper>()},
       {"writer", "utils", "JdbcUtils", batch<OpenUtils>(true)},
       {"writer", "wrapper", "jdbcWrapper", batch<OpenWrapper>()},
   };

@@ -1,6 +1,7 @@
 package bench;
 
 import java.io.BufferedReader;
+import java.math.BigDecimal;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Paths;
@@ -11,6 +12,9 @@ import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
+import java.sql.Types;
+import java.time.LocalDate;
+import java.time.LocalDateTime;
 
 /** What a Java program would do. It also connects for those native clients that cannot do it themselves. */
 public final class PureJava {
@@ -19,6 +23,9 @@ public final class PureJava {
   private final Connection connection;
   private final Statement statement;
   private ResultSet rows;
+
+  /** Of all values, so that none is read in vain. */
+  private long sum;
 
   public PureJava(String url, String user, String password, int fetchSize, boolean autoCommit) throws SQLException {
     connection = DriverManager.getConnection(url, user, password);
@@ -64,6 +71,45 @@ public final class PureJava {
       }
     }
     return seen;
+  }
+
+  /** The same loop with the getters of the columns' types, as a program reads that computes with the values. */
+  public long[] readTyped(String table, int count) throws SQLException {
+    long start = System.nanoTime();
+    query("select * from " + table);
+    int[] types = types();
+    long[] seen = new long[3];
+    while (rows.next()) {
+      if (seen[0] == 0) seen[2] = System.nanoTime() - start;
+      for (int column = 1; column <= types.length; ++column) {
+        sum += value(types[column - 1], column);
+        ++seen[0];
+      }
+    }
+    return seen;
+  }
+
+  private long value(int type, int column) throws SQLException {
+    switch (type) {
+      case Types.INTEGER:
+        return rows.getInt(column) + (rows.wasNull() ? 1 : 0);
+      case Types.BIGINT:
+        return rows.getLong(column) + (rows.wasNull() ? 1 : 0);
+      case Types.DOUBLE:
+        return (long) rows.getDouble(column) + (rows.wasNull() ? 1 : 0);
+      case Types.NUMERIC:
+        BigDecimal number = rows.getBigDecimal(column);
+        return number == null ? 0 : number.scale();
+      case Types.DATE:
+        LocalDate date = rows.getObject(column, LocalDate.class);
+        return date == null ? 0 : date.getDayOfMonth();
+      case Types.TIMESTAMP:
+        LocalDateTime time = rows.getObject(column, LocalDateTime.class);
+        return time == null ? 0 : time.getSecond();
+      default:
+        String text = rows.getString(column);
+        return text == null ? 0 : text.length();
+    }
   }
 
   public void close() throws SQLException {

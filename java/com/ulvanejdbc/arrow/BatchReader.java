@@ -23,6 +23,9 @@ public final class BatchReader {
   private static final int DATABASE_FAILED = 2;
   private static final int OTHER_FAILED = 3;
 
+  /** Larger portions from the server make no difference. */
+  private static final int ROWS_PER_FETCH = 1024;
+
   private static final int HEADER_NUMBERS = 2;
   private static final int FIELD_NUMBERS = 5;
 
@@ -96,7 +99,6 @@ public final class BatchReader {
     rowCount = 0;
     slabs = new Slab[0];
     if (state == MORE) attempt(this::readRows);
-    if (state == MORE) result.fetchByTheBlock(options.maxRows, (int) (batchBytes() / rowCount), columns.length);
     try {
       return write();
     } catch (Throwable noMemory) {
@@ -167,7 +169,12 @@ public final class BatchReader {
       }
       for (current = 0; current < columns.length; ++current) columns[current].append(rows, current + 1);
       ++rowCount;
+      if (rowCount % ROWS_PER_FETCH == 0) tuneFetching();
     }
+  }
+
+  private void tuneFetching() {
+    result.fetchByTheBlock(ROWS_PER_FETCH, (int) (batchBytes() / rowCount), columns.length);
   }
 
   private long batchBytes() {
