@@ -12,6 +12,8 @@ import java.util.Arrays;
 final class DecimalColumn extends Column {
   static final int MAX_PRECISION = 38;
 
+  private static final int MAX_LONG_DIGITS = 18;
+
   private final int precision;
   private final int scale;
   private final ResultColumn source;
@@ -51,16 +53,21 @@ final class DecimalColumn extends Column {
       put(addInvalid(), 0, 0);
       return;
     }
-    BigInteger digits = digits((BigDecimal) element);
-    long sign = digits.signum() >> 1;
-    boolean isShort = digits.bitLength() < Long.SIZE;
-    put(addValid(), digits.longValue(), isShort ? sign : digits.shiftRight(Long.SIZE).longValue());
+    BigDecimal scaled = scaled((BigDecimal) element);
+    if (scaled.precision() <= MAX_LONG_DIGITS) {
+      // So asked, a decimal that fits 64 bits makes no BigInteger.
+      long digits = scaled.scaleByPowerOfTen(scale).longValue();
+      put(addValid(), digits, digits >> Long.SIZE - 1);
+    } else {
+      BigInteger digits = scaled.unscaledValue();
+      put(addValid(), digits.longValue(), digits.shiftRight(Long.SIZE).longValue());
+    }
   }
 
-  private BigInteger digits(BigDecimal value) throws SQLException {
+  private BigDecimal scaled(BigDecimal value) throws SQLException {
     try {
       BigDecimal scaled = value.setScale(scale);
-      if (scaled.precision() <= precision) return scaled.unscaledValue();
+      if (scaled.precision() <= precision) return scaled;
     } catch (ArithmeticException digitsWouldBeLost) {
       throw new UnfitValueException(value, format);
     }
