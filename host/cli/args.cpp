@@ -17,13 +17,10 @@ constexpr const char* kExamples = R"(Examples:
   Try it; with no connection, an H2 database in memory that ends with the program:
     kivosql query "select 6 * 7 as answer"
 
-  Any JDBC database, by its URL; a prompt asks for the password:
-    kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders"
-
-  For a script: the URL from its parts, and the password from a file that only you can read:
+  A script, with the URL's parts, and the password in a file that only you can read:
     kivosql --type postgresql --host db --database shop --user ada --password-file ~/.shop run setup.sql
 
-  Export, and load somewhere else; each batch of rows is one transaction:
+  Export, with a prompt for the password, and load somewhere else; each batch of rows is one transaction:
     kivosql --url jdbc:postgresql://db/shop --user ada query "select * from orders" --format csv > orders.csv
     kivosql --url jdbc:h2:./copy load orders.csv orders
 

@@ -49,11 +49,11 @@ std::size_t characterFrom(std::string_view text, std::size_t at) {
 constexpr std::size_t kMaxShown = 60;
 constexpr std::size_t kNowhere = std::string_view::npos;
 
-std::size_t number(const std::ssub_match& digits) { return std::stoul(digits.str().substr(0, 9)); }
+std::size_t number(const std::ssub_match& digits) { return std::stoul(digits.str()); }
 
 /// PostgreSQL's driver counts characters.
 std::size_t byCharacter(const std::string& sql, const std::string& errorText) {
-  static const std::regex place("\n  Position: ([0-9]+)");
+  static const std::regex place("\n  Position: ([0-9]{1,9})");
   std::smatch found;
   if (!std::regex_search(errorText, found, place)) return kNowhere;
   std::size_t left = number(found[1]);
@@ -64,7 +64,7 @@ std::size_t byCharacter(const std::string& sql, const std::string& errorText) {
 
 /// Derby's driver counts lines and columns, with tabs that reach to the next multiple of 8.
 std::size_t byLine(const std::string& sql, const std::string& errorText) {
-  static const std::regex place(" at line ([0-9]+), column ([0-9]+)");
+  static const std::regex place(" at line ([0-9]{1,9}), column ([0-9]{1,9})");
   std::smatch found;
   if (!std::regex_search(errorText, found, place)) return kNowhere;
   std::size_t at = 0;
