@@ -5,11 +5,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -48,14 +48,13 @@ std::string versionOf(const fs::path& library) {
   return {};
 }
 
-/// @param home a pattern for Java homes. @return the first library, empty when there is none
-std::string libraryIn(const std::string& home) {
+/// The paths of a pattern with braces and wildcards.
+std::vector<std::string> matches(const std::string& pattern) {
   glob_t found{};
-  const std::string pattern = home + "/{lib,jre/lib/amd64,lib/amd64}/server/libjvm.so";
-  const bool any = !home.empty() && glob(pattern.c_str(), GLOB_BRACE, nullptr, &found) == 0;
-  std::string library = any ? found.gl_pathv[0] : "";
+  glob(pattern.c_str(), GLOB_BRACE, nullptr, &found);
+  std::vector<std::string> paths(found.gl_pathv, found.gl_pathv + found.gl_pathc);
   globfree(&found);
-  return library;
+  return paths;
 }
 
 std::string homeOfJavaOnPath() {
@@ -67,28 +66,18 @@ std::string homeOfJavaOnPath() {
   return {};
 }
 
-std::vector<std::string> jarsIn(const fs::path& folder) {
-  std::error_code error;
-  std::vector<std::string> jars;
-  for (const auto& entry : fs::directory_iterator(folder, error)) {
-    if (entry.path().extension() == ".jar") jars.push_back(entry.path());
-  }
-  std::sort(jars.begin(), jars.end());
-  return jars;
-}
-
 void add(ClassPath& classPath, const std::string& entry) {
+  static const std::regex special(R"([\[\]{}*?\\])");
+  const bool isWildcard = fs::path(entry).filename() == "*";
+  const std::string folder = isWildcard ? entry.substr(0, entry.size() - 1) : entry + '/';
+  const std::vector<std::string> jars = matches(std::regex_replace(folder, special, R"(\$&)") + "*.jar");
   std::error_code error;
-  const bool wildcard = fs::path(entry).filename() == "*";
-  // A lone wildcard has no folder before it.
-  const fs::path path = wildcard ? ("." / fs::path(entry)).parent_path() : fs::path(entry);
-  if (!fs::exists(path, error)) {
+  if (!isWildcard && fs::exists(entry, error)) {
+    classPath.entries.push_back(entry);
+  } else if (jars.empty()) {
     classPath.missing.push_back(entry);
-    return;
   }
-  if (!wildcard) classPath.entries.push_back(path);
-  if (!fs::is_directory(path, error)) return;
-  for (const std::string& jar : jarsIn(path)) classPath.entries.push_back(jar);
+  classPath.entries.insert(classPath.entries.end(), jars.begin(), jars.end());
 }
 
 /// Whether this much address space can be reserved; a limit of the shell may forbid it.
@@ -116,8 +105,8 @@ Jvm findJvm(const std::string& given) {
                                                      {homeOfJavaOnPath(), "the java on the path"},
                                                      {"/usr/lib/jvm/{default-java,*}", "/usr/lib/jvm"}};
   for (const auto& [home, foundBy] : all) {
-    const std::string library = libraryIn(home);
-    if (!library.empty()) return {library, versionOf(library), foundBy};
+    const auto libraries = matches(home + "/{lib,jre/lib/amd64,lib/amd64}/server/libjvm.so");
+    if (!home.empty() && !libraries.empty()) return {libraries[0], versionOf(libraries[0]), foundBy};
     // What was given is not replaced by what another place has.
     if (!given.empty()) break;
   }
