@@ -96,13 +96,17 @@ std::int64_t buffersOf(const std::string& format) {
   return format == "u" || format == "z" ? 3 : 2;
 }
 
+std::int64_t countNulls(const ArrowSchema& schema, const ArrowArray& array) {
+  std::int64_t nulls = 0;
+  for (std::int64_t row = 0; row < array.length; ++row) nulls += ArrowText(schema, array).at(row) ? 0 : 1;
+  return nulls;
+}
+
 /// Looks at what is not a value.
 void expectShape(const ArrowSchema& schema, const ArrowArray& array) {
   SCOPED_TRACE(schema.format);
-  std::int64_t nulls = 0;
   const bool isBatch = std::string(schema.format) == "+s";
-  for (std::int64_t row = 0; row < array.length && !isBatch; ++row) nulls += ArrowText(schema, array).at(row) ? 0 : 1;
-  EXPECT_EQ(array.null_count, nulls);
+  EXPECT_EQ(array.null_count, isBatch ? 0 : countNulls(schema, array));
   EXPECT_EQ(array.offset, 0);
   EXPECT_EQ(array.dictionary, nullptr);
   EXPECT_EQ(array.n_buffers, buffersOf(schema.format));
