@@ -15,9 +15,12 @@
 #include "JdbcUtils.h"
 #include "KivoArrow.h"
 #include "RowBlocks.h"
+#include "arrow/parameters.h"
 #include "arrow_text.h"
 #include "doubles.h"
 #include "jdbcWrapper.h"
+#include "jni/local_ref.h"
+#include "jni/pending.h"
 #include "jni_ledger.h"
 #include "wrapper_operations.h"
 
@@ -184,6 +187,30 @@ void readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> e
   }
 }
 
+/// Hands two parameters to a query without a connection, which refuses them after all the calls of one that takes them.
+void bindRefused(JdbcUtils& utils) {
+  JNIEnv* env = utils.env;
+  const LocalRef<jclass> type(env, env->FindClass("com/ulvanejdbc/arrow/PreparedQuery"));
+  const jmethodID of = !type ? nullptr
+                             : env->GetStaticMethodID(type.get(), "of",
+                                                      "(Lcom/ulvanejdbc/jdbcUtilities;)"
+                                                      "Lcom/ulvanejdbc/arrow/PreparedQuery;");
+  if (of == nullptr) return;
+  const LocalRef<jobject> query(env, env->CallStaticObjectMethod(type.get(), of, nullptr));
+  if (!query || isPending(env)) return;
+  const std::int32_t numbers[] = {1, 2};
+  const void* buffers[] = {nullptr, numbers};
+  ArrowArray column{2, 0, 0, 2, 0, buffers, nullptr, nullptr, nullptr, nullptr};
+  ArrowArray* columns[] = {&column, &column};
+  const ArrowArray batch{2, 0, 0, 1, 2, buffers, columns, nullptr, nullptr, nullptr};
+  ArrowSchema field{"i", "", nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr};
+  ArrowSchema* fields[] = {&field, &field};
+  const ArrowSchema schema{"+s", "", nullptr, 0, 2, fields, nullptr, nullptr, nullptr};
+  std::string fault;
+  EXPECT_FALSE(bindParameters(env, query.get(), schema, batch, fault));
+  EXPECT_FALSE(fault.empty());
+}
+
 struct JdbcRow {
   const char* name;
   State state;
@@ -220,6 +247,7 @@ const JdbcRow kJdbcRows[] = {
     {"makeArrowStream", State::statement, [](auto& j) { readStream(j, "typed rows", 3); }},
     {"makeArrowStream of a failing row", State::statement,
      [](auto& j) { readStream(j, "failing rows", std::nullopt); }},
+    {"bindParameters", State::configured, bindRefused, kPending},
     {"closeRS", State::result, [](auto& j) { j.closeRS(); }},
     {"closeST", State::result, [](auto& j) { j.closeST(); }},
     {"closeConnection", State::result, [](auto& j) { j.closeConnection(); }},

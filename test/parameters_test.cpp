@@ -3,17 +3,31 @@
 #include "arrow/parameters.h"
 
 #include <gtest/gtest.h>
+#include <strings.h>
 
 #include <fstream>
 #include <sstream>
 #include <string>
 
 #include "KivoArrow.h"
+#include "arrow/reader.h"
+#include "arrow/stream.h"
 #include "arrow_text.h"
+#include "jni/local_ref.h"
+#include "jni/method.h"
+#include "jni/numbers.h"
+#include "jni/text.h"
 #include "wrapper_on_databases.h"
 
 namespace kivo::test {
 namespace {
+
+std::string failureOf(JNIEnv* env, jobject object, jmethodID failure) {
+  const LocalRef<jobject> text = callObject(env, object, failure);
+  std::string copy;
+  if (text) copyText(env, static_cast<jstring>(text.get()), copy);
+  return copy;
+}
 
 /// The jar's PreparedQuery, as native code drives it.
 class Query {
@@ -47,15 +61,7 @@ class Query {
   /// Runs the query with a bound row, whose rows the wrapper's stream then reads.
   bool query(int row) { return env_->CallBooleanMethod(query_, method("query", "(I)Z"), row) == JNI_TRUE; }
 
-  std::string failure() {
-    auto* const text = static_cast<jstring>(env_->CallObjectMethod(query_, method("failure", "()Ljava/lang/String;")));
-    if (text == nullptr) return "";
-    const char* const characters = env_->GetStringUTFChars(text, nullptr);
-    std::string copy = characters;
-    env_->ReleaseStringUTFChars(text, characters);
-    env_->DeleteLocalRef(text);
-    return copy;
-  }
+  std::string failure() { return failureOf(env_, query_, method("failure", "()Ljava/lang/String;")); }
 
  private:
   jmethodID method(const char* name, const char* signature) { return env_->GetMethodID(type_, name, signature); }
@@ -75,7 +81,30 @@ struct Batch {
     ArrowArrayStream stream{};
     std::string error;
     EXPECT_TRUE(makeArrowStream(wrapper, stream, error)) << error;
-    if (stream.release == nullptr) return;
+    if (stream.release != nullptr) take(stream);
+  }
+
+  /// Of a BatchReader.
+  Batch(JNIEnv* env, jobject reader) {
+    ArrowArrayStream stream{};
+    std::string error;
+    ReaderMethods methods;
+    const LocalRef<jclass> type(env, env->GetObjectClass(reader));
+    EXPECT_TRUE(findReaderMethods(env, type.get(), methods) && openStream(env, methods, reader, stream, error))
+        << error;
+    if (stream.release != nullptr) take(stream);
+  }
+
+  /// A cell of the first batch, in a column whose name's case does not matter.
+  Text at(const char* column, std::int64_t row) const {
+    for (std::int64_t index = 0; index < schema.n_children; ++index) {
+      if (strcasecmp(schema.children[index]->name, column) != 0) continue;
+      return ArrowText(*schema.children[index], *rows.children[index]).at(row);
+    }
+    return "no column " + std::string(column);
+  }
+
+  void take(ArrowArrayStream& stream) {
     EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
     if (stream.get_next(&stream, &rows) != 0) failure = stream.get_last_error(&stream);
     stream.release(&stream);
@@ -147,6 +176,96 @@ TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
   EXPECT_EQ(insert.updateAll(), 3) << insert.failure();
   EXPECT_EQ(othersOnly("select count(*) from target"), "3");
   EXPECT_EQ(only("select count(*) from target where name is null"), "1");
+}
+
+/// The jar's TypedConnection, as native code drives it.
+class Settings {
+ public:
+  explicit Settings(const jdbcWrapper& wrapper) : env_(wrapper.env) {
+    type_ = env_->FindClass("com/ulvanejdbc/arrow/TypedConnection");
+    const jmethodID of =
+        env_->GetStaticMethodID(type_, "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/TypedConnection;");
+    connection_ = env_->CallStaticObjectMethod(type_, of, wrapper.utilitiesObject);
+  }
+  ~Settings() {
+    env_->DeleteLocalRef(connection_);
+    env_->DeleteLocalRef(type_);
+  }
+  Settings(const Settings&) = delete;
+  Settings& operator=(const Settings&) = delete;
+
+  bool run(const char* method) { return env_->CallBooleanMethod(connection_, find(method, "()Z")) == JNI_TRUE; }
+
+  std::string failure() { return failureOf(env_, connection_, find("failure", "()Ljava/lang/String;")); }
+
+  /// @return a BatchReader, null after a failure.
+  LocalRef<jobject> list(const char* listing, const char* table) {
+    const LocalRef<jclass> textClass(env_, env_->FindClass("java/lang/String"));
+    const LocalRef<jobjectArray> names(env_, env_->NewObjectArray(4, textClass.get(), nullptr));
+    const LocalRef<jstring> name(env_, env_->NewStringUTF(table));
+    env_->SetObjectArrayElement(names.get(), 2, name.get());
+    const LocalRef<jintArray> options = newIntArray(env_, {1024, 1 << 20, 0, 0, 0, 0});
+    const LocalRef<jstring> word(env_, env_->NewStringUTF(listing));
+    const jmethodID method =
+        find("list", "(Ljava/lang/String;[Ljava/lang/String;[I)Lcom/ulvanejdbc/arrow/BatchReader;");
+    return callObject(env_, connection_, method, word.get(), names.get(), options.get());
+  }
+
+  bool setAutoCommit(bool on) {
+    return env_->CallBooleanMethod(connection_, find("setAutoCommit", "(Z)Z"), static_cast<jboolean>(on)) == JNI_TRUE;
+  }
+
+ private:
+  jmethodID find(const char* name, const char* signature) { return env_->GetMethodID(type_, name, signature); }
+
+  JNIEnv* env_;
+  jclass type_;
+  jobject connection_;
+};
+
+TEST_P(Parameters, TransactionsFollowOneAnotherUntilAutoCommitIsOnAgain) {
+  recreate("kept", "id int");
+  Settings settings(wrapper);
+  EXPECT_FALSE(settings.run("commit")) << "in auto-commit mode";
+  ASSERT_TRUE(settings.setAutoCommit(false));
+  update("insert into kept values (1)");
+  EXPECT_TRUE(settings.run("rollback"));
+  update("insert into kept values (2)");
+  EXPECT_TRUE(settings.run("commit"));
+  update("insert into kept values (3)");
+  EXPECT_TRUE(settings.setAutoCommit(true));
+  EXPECT_EQ(othersOnly("select count(*) from kept"), "2");
+  EXPECT_EQ(othersOnly("select min(id) from kept"), "2");
+}
+
+TEST_P(Parameters, TablesAndTheirColumnsAreListedAsRows) {
+  wrapper.executeUpdate("drop table child");
+  recreate("parent", "id int not null primary key, name varchar(9)");
+  update("create table child (id int, parent_id int, foreign key (parent_id) references parent (id))");
+  // Where names without quotes are kept in upper case.
+  const bool upper = database.word == "h2" || database.word == "hsqldb" || database.word == "derby";
+  const auto named = [upper](const char* lower, const char* other) { return upper ? other : lower; };
+  Settings settings(wrapper);
+  const struct {
+    const char* listing;
+    const char* table;
+    const char* column;
+    std::string expected;
+  } rows[] = {
+      {"TABLES", named("parent", "PARENT"), "TABLE_NAME", named("parent", "PARENT")},
+      {"COLUMNS", named("parent", "PARENT"), "COLUMN_NAME", named("id", "ID")},
+      {"PRIMARY_KEYS", named("parent", "PARENT"), "COLUMN_NAME", named("id", "ID")},
+      {"FOREIGN_KEYS", named("child", "CHILD"), "FKCOLUMN_NAME", named("parent_id", "PARENT_ID")},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.listing);
+    const LocalRef<jobject> reader = settings.list(row.listing, row.table);
+    ASSERT_TRUE(reader) << settings.failure();
+    const Batch listed(wrapper.env, reader.get());
+    ASSERT_GE(listed.rows.length, 1) << listed.failure;
+    EXPECT_EQ(listed.at(row.column, 0), row.expected);
+  }
+  update("drop table child");
 }
 
 TEST_P(Parameters, AQueryFindsTheBoundRow) {

@@ -132,6 +132,7 @@ LocalRef<jobjectArray> buffersOf(JNIEnv* env, const Fields& fields) {
     const LocalRef<jobject> wrapped(env, env->NewDirectByteBuffer(const_cast<void*>(buffer.address), buffer.size));
     if (!wrapped) return LocalRef<jobjectArray>(env);
     env->SetObjectArrayElement(array.get(), static_cast<jsize>(at), wrapped.get());
+    if (isPending(env)) return LocalRef<jobjectArray>(env);
   }
   return array;
 }

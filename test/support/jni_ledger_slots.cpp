@@ -88,6 +88,8 @@ void JniLedger::Slots::useArrays(T& t) {
   use<&T::SetObjectArrayElement>(t, {"SetObjectArrayElement", "r.o", '-', "B"});
   use<&T::NewIntArray>(t, {"NewIntArray", ".", 'l', "MN"});
   use<&T::SetIntArrayRegion>(t, {"SetIntArrayRegion", "r...", '-', ""});
+  use<&T::NewLongArray>(t, {"NewLongArray", ".", 'l', "MN"});
+  use<&T::SetLongArrayRegion>(t, {"SetLongArrayRegion", "r...", '-', ""});
   use<&T::GetByteArrayRegion>(t, {"GetByteArrayRegion", "r...", '-', "B"});
   use<&T::GetLongArrayRegion>(t, {"GetLongArrayRegion", "r...", '-', "B"});
   use<&T::GetIntArrayElements>(t, {"GetIntArrayElements", "r.", 'c', "MN"});

@@ -16,7 +16,7 @@ import java.util.stream.Stream;
  *
  * <p>Fields are numbered in pre-order: the field of a list's elements follows the list.
  */
-public final class BatchReader {
+public final class BatchReader extends Fallible {
   /** States of a batch: whether, and why, there is none. */
   private static final int MORE = 0;
   private static final int ENDED = 1;
@@ -50,7 +50,6 @@ public final class BatchReader {
   private int current = -1;
 
   private Slab[] slabs = {};
-  private Failure failure;
 
   private BatchReader(int[] options) {
     this.options = new Options(options);
@@ -63,14 +62,14 @@ public final class BatchReader {
 
   static BatchReader ofResult(ResultSet rows, int[] options) {
     BatchReader reader = new BatchReader(options);
-    reader.attempt(() -> reader.open(OpenResult.of(rows)));
+    reader.readOrFail(() -> reader.open(OpenResult.of(rows)));
     return reader;
   }
 
   /** @param options in the order of {@link Options} */
   public static BatchReader ofUtilities(jdbcUtilities utilities, int[] options) {
     BatchReader reader = new BatchReader(options);
-    reader.attempt(() -> reader.open(OpenResult.of(utilities)));
+    reader.readOrFail(() -> reader.open(OpenResult.of(utilities)));
     return reader;
   }
 
@@ -98,11 +97,11 @@ public final class BatchReader {
     rowsBefore += rowCount;
     rowCount = 0;
     slabs = new Slab[0];
-    if (state == MORE) attempt(this::readRows);
+    if (state == MORE) readOrFail(this::readRows);
     try {
       return write();
     } catch (Throwable noMemory) {
-      fail(noMemory);
+      end(noMemory);
       rowCount = 0;
       return new long[] {state, 0};
     }
@@ -111,20 +110,6 @@ public final class BatchReader {
   /** The memory of the batch just read, one for each field. The caller owns it from now on. */
   public Slab[] slabs() {
     return slabs;
-  }
-
-  /** The text of the failure that ended the rows, as people read it; null without one. */
-  public String failure() {
-    return failure == null ? null : failure.text;
-  }
-
-  /** The five letters of the failure's SQLState; null when there are none. */
-  public String sqlState() {
-    return failure == null ? null : failure.sqlState;
-  }
-
-  public int vendorCode() {
-    return failure == null ? 0 : failure.vendorCode;
   }
 
   /** Gives up the memory for further batches. The result stays its owner's to close. */
@@ -203,26 +188,22 @@ public final class BatchReader {
     return numbers;
   }
 
-  private interface Step {
-    void run() throws SQLException;
-  }
-
-  private void attempt(Step step) {
+  private void readOrFail(Step step) {
     try {
       step.run();
     } catch (Throwable thrown) {
-      fail(thrown);
+      end(thrown);
       if (result != null) result.abandon(thrown);
     }
   }
 
-  private void fail(Throwable thrown) {
-    failure = new Failure(thrown, place());
-    state = failure.isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
+  private void end(Throwable thrown) {
+    state = fail(thrown).isOfDatabase ? DATABASE_FAILED : OTHER_FAILED;
   }
 
   /** Where the cell is that could not be read. */
-  private String place() {
+  @Override
+  String place() {
     if (current < 0 || current >= columns.length) return "";
     return "row " + (rowsBefore + rowCount + 1) + ", column \"" + sources[current].label + "\": ";
   }

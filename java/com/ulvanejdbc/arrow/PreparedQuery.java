@@ -28,7 +28,7 @@ import java.util.List;
  * <p>It works on the connection of a {@link jdbcUtilities}: in its transaction, if one is open, and its {@code cancel}
  * ends what runs here, too. Only {@link #cancel} may be called from another thread.
  */
-public final class PreparedQuery {
+public final class PreparedQuery extends Fallible {
   /** Instead of a count of rows. */
   public static final long FAILED = -2;
 
@@ -41,7 +41,6 @@ public final class PreparedQuery {
   private int timeoutSeconds;
   private int maxRows;
   private BoundRows rows;
-  private Failure failure;
 
   private PreparedQuery(jdbcUtilities utilities) {
     this.utilities = utilities;
@@ -233,20 +232,6 @@ public final class PreparedQuery {
     return attempt(this::closeStatement);
   }
 
-  /** The last failure, as people read it; null without one. */
-  public String failure() {
-    return failure == null ? null : failure.text;
-  }
-
-  /** The five letters of its SQLState, or null. */
-  public String sqlState() {
-    return failure == null ? null : failure.sqlState;
-  }
-
-  public int vendorCode() {
-    return failure == null ? 0 : failure.vendorCode;
-  }
-
   private Session session() {
     return utilities.session();
   }
@@ -273,18 +258,8 @@ public final class PreparedQuery {
     if (last != null) last.close();
   }
 
-  private interface Step {
-    void run() throws SQLException;
-  }
-
-  private boolean attempt(Step step) {
-    failure = null;
-    try {
-      step.run();
-      return true;
-    } catch (Throwable thrown) {
-      failure = new Failure(thrown, rows == null ? "" : rows.place());
-      return false;
-    }
+  @Override
+  String place() {
+    return rows == null ? "" : rows.place();
   }
 }
