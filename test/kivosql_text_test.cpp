@@ -54,8 +54,7 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
   };
   for (const auto& row : rows) {
     Texts found;
-    StatementSplitter splitter(row.script, row.dialect);
-    for (Statement statement; splitter.next(statement);) {
+    for (const Statement& statement : splitStatements(row.script, row.dialect)) {
       found.push_back((statement.complete ? "" : "!") + std::to_string(statement.line) + ':' +
                       std::string(statement.text));
     }

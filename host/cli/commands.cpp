@@ -84,10 +84,8 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
 
 /// The line of the statement where the fault is, if the driver gave the place.
 void showFault(const Context& context, const std::string& sql, const Failure& failure) {
-  StatementSplitter splitter(sql, dialectOf(context.session.url()));
-  Statement statement;
   // A driver that runs several statements counts in one of them.
-  const bool isOne = splitter.next(statement) && !splitter.next(statement);
+  const bool isOne = splitStatements(sql, dialectOf(context.session.url())).size() == 1;
   const std::string line = isOne ? faultLine(sql, failure.details) : "";
   if (!line.empty()) say(line);
 }
@@ -126,19 +124,16 @@ ExitCode runOne(Context& context, Run run) {
   const std::string& argument = context.options.arguments[0];
   if (argument != "-") return runStatement(context, {argument}, run, "");
   const std::string script = readScript(argument);
-  StatementSplitter splitter(script, dialectOf(context.session.url()));
-  Statement first;
-  Statement second;
-  if (!splitter.next(first) || splitter.next(second)) {
+  const std::vector<Statement> statements = splitStatements(script, dialectOf(context.session.url()));
+  if (statements.size() != 1) {
     throw Failure("standard input must hold one statement; use kivosql run for several", kWrongUse);
   }
-  return runStatement(context, first, run, "");
+  return runStatement(context, statements[0], run, "");
 }
 
 /// Throws if a statement begins or ends a transaction.
 void checkTransactions(const std::string& script, Dialect dialect, const std::string& path) {
-  StatementSplitter splitter(script, dialect);
-  for (Statement statement; splitter.next(statement);) {
+  for (const Statement& statement : splitStatements(script, dialect)) {
     if (!controlsTransaction(statement.text)) continue;
     throw Failure(path + ':' + std::to_string(statement.line) +
                   ": with --single-transaction, a script has no transactions of its own; nothing was run");
@@ -146,11 +141,10 @@ void checkTransactions(const std::string& script, Dialect dialect, const std::st
 }
 
 ExitCode runStatements(Context& context, const std::string& path, const std::string& script, Dialect dialect) {
-  StatementSplitter splitter(script, dialect);
   const Results& results = context.options.format->ofScript;
   context.out.write(results.open);
   ExitCode worst = kDone;
-  for (Statement statement; splitter.next(statement);) {
+  for (const Statement& statement : splitStatements(script, dialect)) {
     // If the reader of the output has had enough, the rest of the script is not run.
     if (!context.out.good()) return kFailed;
     const Run run = givesRows(statement.text, dialect) ? query : update;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace kivosql {
 
@@ -147,26 +147,27 @@ Dialect dialectOf(std::string_view url) {
   return Dialect::standard;
 }
 
-bool StatementSplitter::next(Statement& statement) {
-  std::size_t start = kNone;
-  std::size_t end = at_;
-  statement = {};
-  while (at_ < script_.size() && (start == kNone || script_[at_] != ';')) {
-    const Token token = tokenAt(script_, at_, dialect_);
-    const bool counts = token.kind != TokenKind::blank && script_[at_] != ';';
-    if (counts && start == kNone) {
-      start = at_;
-      statement.line = line_;
+std::vector<Statement> splitStatements(std::string_view script, Dialect dialect) {
+  std::vector<Statement> statements;
+  Statement current;
+  std::size_t start = 0;
+  std::size_t line = 1;
+  for (std::size_t at = 0; at < script.size();) {
+    const Token token = tokenAt(script, at, dialect);
+    const bool isSemicolon = script[at] == ';';
+    if (!isSemicolon && token.kind != TokenKind::blank) {
+      if (current.text.empty()) {
+        start = at;
+        current.line = line;
+      }
+      current.text = script.substr(start, token.end - start);
+      current.complete = token.kind != TokenKind::unfinished;
     }
-    if (counts) end = token.end;
-    if (token.kind == TokenKind::unfinished) statement.complete = false;
-    line_ += static_cast<std::size_t>(std::count(script_.begin() + at_, script_.begin() + token.end, '\n'));
-    at_ = token.end;
+    line += static_cast<std::size_t>(std::count(script.begin() + at, script.begin() + token.end, '\n'));
+    at = token.end;
+    if ((isSemicolon || at == script.size()) && !current.text.empty()) statements.push_back(std::exchange(current, {}));
   }
-  if (at_ < script_.size()) ++at_;
-  if (start == kNone) return false;
-  statement.text = script_.substr(start, end - start);
-  return true;
+  return statements;
 }
 
 bool givesRows(std::string_view statement, Dialect dialect) {

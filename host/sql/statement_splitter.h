@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace kivosql {
 
@@ -22,21 +23,9 @@ struct Statement {
   bool complete = true;   ///< false when a quote or comment in it never ends
 };
 
-/// Splits a script at the semicolons outside quotes, dollar quotes and comments.
-class StatementSplitter {
- public:
-  /// @param script outlives the splitter and its statements.
-  StatementSplitter(std::string_view script, Dialect dialect) : script_(script), dialect_(dialect) {}
-
-  /// @return false after the last statement. Blanks and comments alone are not a statement.
-  bool next(Statement& statement);
-
- private:
-  std::string_view script_;
-  Dialect dialect_;
-  std::size_t at_ = 0;
-  std::size_t line_ = 1;
-};
+/// Splits a script at the semicolons outside quotes, dollar quotes and comments. Blanks and comments alone are not a
+/// statement. @param script outlives the statements.
+std::vector<Statement> splitStatements(std::string_view script, Dialect dialect);
 
 /// Whether the statement returns rows, judged by its words.
 bool givesRows(std::string_view statement, Dialect dialect);

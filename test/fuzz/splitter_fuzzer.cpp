@@ -7,28 +7,25 @@
 
 using kivo::fuzz::require;
 using kivosql::Dialect;
+using kivosql::splitStatements;
 using kivosql::Statement;
-using kivosql::StatementSplitter;
 
 namespace {
 
 /// A statement cut out of a script is one statement by itself.
 void checkAlone(const Statement& statement, Dialect dialect) {
   const std::string script = std::string(statement.text) + ';';
-  StatementSplitter splitter(script, dialect);
-  Statement alone;
-  require(splitter.next(alone), "a statement stays one");
-  require(!statement.complete || alone.text == statement.text, "a complete statement keeps its text");
-  require(alone.complete == statement.complete, "a statement stays complete");
-  require(!statement.complete || !splitter.next(alone), "a statement does not become two");
+  const std::vector<Statement> alone = splitStatements(script, dialect);
+  require(!alone.empty(), "a statement stays one");
+  require(!statement.complete || alone[0].text == statement.text, "a complete statement keeps its text");
+  require(alone[0].complete == statement.complete, "a statement stays complete");
+  require(!statement.complete || alone.size() == 1, "a statement does not become two");
 }
 
 void check(std::string_view script, Dialect dialect) {
-  StatementSplitter splitter(script, dialect);
-  Statement statement;
   const char* endOfLast = script.data();
   bool complete = true;
-  while (splitter.next(statement)) {
+  for (const Statement& statement : splitStatements(script, dialect)) {
     const char* start = statement.text.data();
     require(complete, "only the last statement is unfinished");
     require(start >= endOfLast && start + statement.text.size() <= script.data() + script.size(),
@@ -40,7 +37,6 @@ void check(std::string_view script, Dialect dialect) {
     checkAlone(statement, dialect);
     kivosql::givesRows(statement.text, dialect);
   }
-  require(!splitter.next(statement), "the end stays the end");
 }
 
 }  // namespace
