@@ -21,7 +21,7 @@ using kivo::ReaderMethods;
 namespace {
 
 constexpr const char* kReaderClass = "com/ulvanejdbc/arrow/BatchReader";
-constexpr JavaMethod kOfResult{"ofResult", "(Ljava/sql/ResultSet;[I[I)Lcom/ulvanejdbc/arrow/BatchReader;"};
+constexpr JavaMethod kOfResult{"ofResult", "(Ljava/sql/ResultSet;[I)Lcom/ulvanejdbc/arrow/BatchReader;"};
 constexpr JavaMethod kOfUtilities{"ofUtilities",
                                   "(Lcom/ulvanejdbc/jdbcUtilities;[I)Lcom/ulvanejdbc/arrow/BatchReader;"};
 
@@ -84,10 +84,7 @@ bool makeArrowStream(JdbcUtils& source, ArrowArrayStream& stream, std::string& e
   JNIEnv* env = source.env;
   if (!hasSource(env, source.resultSet, stream, errorOut)) return false;
   const kivo::PendingAside aside(env);
-  // As getColumn() does, also where the driver would now say something else.
-  const LocalRef<jintArray> types = kivo::newIntArray(env, source.columnTypes);
-  if (!types) return fail(env, errorOut, kOutOfMemory);
-  return makeStream(env, stream, errorOut, options, kOfResult, source.resultSet, types.get());
+  return makeStream(env, stream, errorOut, options, kOfResult, source.resultSet);
 }
 
 bool makeArrowStream(jdbcWrapper& source, ArrowArrayStream& stream, std::string& errorOut,

@@ -26,6 +26,9 @@ public final class BatchReader extends Fallible {
   /** Larger portions from the server make no difference. */
   private static final int ROWS_PER_FETCH = 1024;
 
+  /** For a NUL, which ends a text here. */
+  private static final char REPLACEMENT = '\uFFFD';
+
   private static final int HEADER_NUMBERS = 2;
   private static final int FIELD_NUMBERS = 5;
 
@@ -56,11 +59,7 @@ public final class BatchReader extends Fallible {
   }
 
   /** @param options in the order of {@link Options} */
-  public static BatchReader ofResult(ResultSet rows, int[] types, int[] options) {
-    return ofResult(rows, options);
-  }
-
-  static BatchReader ofResult(ResultSet rows, int[] options) {
+  public static BatchReader ofResult(ResultSet rows, int[] options) {
     BatchReader reader = new BatchReader(options);
     reader.readOrFail(() -> reader.open(OpenResult.of(rows)));
     return reader;
@@ -112,10 +111,9 @@ public final class BatchReader extends Fallible {
     return slabs;
   }
 
-  /** Gives up the memory for further batches. The result stays its owner's to close. */
+  /** Reads no more. The result stays its owner's to close. */
   public void close() {
     if (state == MORE) state = ENDED;
-    for (Column column : columns) column.close();
   }
 
   private void open(OpenResult source) throws SQLException {
@@ -138,7 +136,12 @@ public final class BatchReader extends Fallible {
   }
 
   private static void describe(Column column, String name, String typeName, StringBuilder text) {
-    text.append(column.format).append('\0').append(name).append('\0').append(typeName).append('\0');
+    text.append(column.format)
+        .append('\0')
+        .append(name.replace('\0', REPLACEMENT))
+        .append('\0')
+        .append(typeName)
+        .append('\0');
     text.append(column.children().size()).append('\0');
     for (Column child : column.children()) describe(child, "item", typeName, text);
   }

@@ -17,7 +17,6 @@ abstract class Column {
   /** Arrow's word for the type. */
   final String format;
 
-  private final Slab.Pool pool = new Slab.Pool();
   private long[] valid = new long[FIRST_ROWS / Long.SIZE];
   private int length;
   private int nullCount;
@@ -75,7 +74,7 @@ abstract class Column {
   final Slab write(int[] positions) {
     Arrays.fill(positions, NONE);
     int validitySize = nullCount == 0 ? 0 : Slab.padded((length + 7) / 8);
-    Slab slab = pool.take(Math.addExact(validitySize, valueBytes()));
+    Slab slab = Slab.take(Math.addExact(validitySize, valueBytes()));
     ByteBuffer memory = slab.memory();
     if (nullCount > 0) {
       positions[0] = 0;
@@ -91,11 +90,6 @@ abstract class Column {
 
   /** Writes these buffers, the first at {@code start}, and says from the second position on where each begins. */
   abstract void writeValues(ByteBuffer memory, int start, int[] positions);
-
-  /** Gives up the memory for further batches. */
-  void close() {
-    pool.close();
-  }
 
   /** Counts a value that is there. @return its index */
   final int addValid() {

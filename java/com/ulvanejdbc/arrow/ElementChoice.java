@@ -35,7 +35,8 @@ final class ElementChoice {
   static Column listOf(String typeName) {
     String name = typeName.toUpperCase(Locale.ROOT);
     if (name.startsWith("_")) name = name.substring(1);
-    if (name.endsWith(" ARRAY")) name = name.substring(0, name.indexOf(" ARRAY")).replaceAll("\\(.*", "");
+    // What is before the last word of an array of arrays names no type here.
+    if (name.endsWith(" ARRAY")) name = name.substring(0, name.lastIndexOf(" ARRAY")).replaceAll("\\(\\d+\\)$", "");
     Supplier<Column> elements = COLUMNS.get(name);
     return elements == null ? null : new ListColumn(elements.get());
   }

@@ -90,10 +90,4 @@ final class ListColumn extends Column {
     memory.position(start);
     memory.asIntBuffer().put(0).put(ends, 0, length());
   }
-
-  @Override
-  void close() {
-    super.close();
-    elements.close();
-  }
 }

@@ -23,10 +23,15 @@ final class Options {
   /** Whether columns whose cells may have any type are read as text. */
   final boolean mixedColumnsAsText;
 
+  /** Memory outside the heap is limited, too: by the heap's own size, unless the VM was given another limit. */
+  private static int maxBytesOfHeap() {
+    return (int) Math.min(Runtime.getRuntime().maxMemory() / 8, Integer.MAX_VALUE);
+  }
+
   /** @param numbers in the order of the fields */
   Options(int[] numbers) {
     maxRows = numbers[0];
-    maxBytes = numbers[1];
+    maxBytes = Math.min(numbers[1], maxBytesOfHeap());
     decimals = numbers[2];
     decimalScale = numbers[3];
     outOfRangeAsNull = numbers[4] != 0;

@@ -3,22 +3,49 @@ package com.ulvanejdbc.arrow;
 import java.lang.reflect.Method;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
-import java.util.Queue;
-import java.util.concurrent.ConcurrentLinkedQueue;
+import java.util.ArrayDeque;
+import java.util.Deque;
+import java.util.Map;
+import java.util.TreeMap;
 
 /** Native memory of one column's values in one batch. Native code finds the class and its methods by name. */
 public final class Slab {
   /** Arrow wants buffers to begin, and to be padded, at multiples of this. */
   static final int ALIGNMENT = 64;
 
+  /** Up to this size it does not matter how much of a slab is in use. */
+  private static final int SMALL = 1 << 12;
+
   private static final Method ALIGNED_SLICE = alignedSlice();
 
-  private final ByteBuffer memory;
-  private final Pool pool;
+  /** Released slabs of all results, by their size. Memory made anew would stay until the collector finds it. */
+  private static final TreeMap<Integer, Deque<Slab>> RELEASED = new TreeMap<>();
 
-  private Slab(ByteBuffer memory, Pool pool) {
+  private static final long MAX_RELEASED_BYTES = Runtime.getRuntime().maxMemory() / 4;
+
+  private static long releasedBytes;
+
+  private final ByteBuffer memory;
+
+  private Slab(ByteBuffer memory) {
     this.memory = memory;
-    this.pool = pool;
+  }
+
+  /** @return a slab of at least this size, and not much more, whose content is not defined */
+  static Slab take(int size) {
+    Slab slab = takeReleased(size);
+    return slab != null ? slab : new Slab(allocate(size + size / 4));
+  }
+
+  private static Slab takeReleased(int size) {
+    synchronized (RELEASED) {
+      Map.Entry<Integer, Deque<Slab>> fitting = RELEASED.ceilingEntry(size);
+      if (fitting == null || fitting.getKey() / 2 > size + SMALL) return null;
+      Slab slab = fitting.getValue().pop();
+      if (fitting.getValue().isEmpty()) RELEASED.remove(fitting.getKey());
+      releasedBytes -= fitting.getKey();
+      return slab;
+    }
   }
 
   /** A direct buffer, in Arrow's byte order. */
@@ -28,23 +55,11 @@ public final class Slab {
 
   /** Says that nobody reads the memory any more; any thread, once. */
   public void release() {
-    if (!pool.closed) pool.free.add(this);
-  }
-
-  /** The slabs of one column, for reuse: memory made anew would stay until the collector finds it. */
-  static final class Pool {
-    private final Queue<Slab> free = new ConcurrentLinkedQueue<>();
-    private volatile boolean closed;
-
-    /** @return a slab of at least this size, whose content is not defined */
-    Slab take(int size) {
-      Slab slab = free.poll();
-      return slab != null && slab.memory.capacity() >= size ? slab : new Slab(allocate(size + size / 4), this);
-    }
-
-    void close() {
-      closed = true;
-      free.clear();
+    int size = memory.capacity();
+    synchronized (RELEASED) {
+      if (releasedBytes + size > MAX_RELEASED_BYTES) return;
+      RELEASED.computeIfAbsent(size, unknown -> new ArrayDeque<>()).push(this);
+      releasedBytes += size;
     }
   }
 
