@@ -154,6 +154,10 @@ TEST(Kivosql, MasksThePassword) {
     keepSecret(row.secret);
     EXPECT_EQ(masked(row.text), row.expected);
   }
+  keepSecret("s3cr3t");
+  EXPECT_EQ(faultLine("select s3cr3t 1", "ERROR\n  Position: 15"), "  select *** 1\n             ^");
+  EXPECT_EQ(faultLine("select s3cr3t 1", "ERROR\n  Position: 11"), "");
+  keepSecret("");
 }
 
 TEST(Kivosql, MakesOneParagraphOfJavasErrors) {

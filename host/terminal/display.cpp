@@ -99,9 +99,13 @@ std::size_t byMark(const std::string& sql, const std::string& errorText) {
 
 /// Only what stands near the place, since a line may be as long as a file.
 std::string pointedAt(const std::string& line, std::size_t place) {
-  std::string before = visible(masked(line.substr(0, place)));
+  std::string before = masked(line.substr(0, place));
+  std::string after = masked(line.substr(place));
+  // A secret that the place divides would show in two parts.
+  if (before + after != masked(line)) return {};
+  before = visible(before);
   if (before.size() > kMaxShown) before = "…" + before.substr(characterFrom(before, before.size() - kMaxShown));
-  const std::string after = shortened(visible(masked(line.substr(place))), kMaxShown);
+  after = shortened(visible(after), kMaxShown);
   return "  " + before + after + "\n  " + std::string(cellsOf(before), ' ') + '^';
 }
 
