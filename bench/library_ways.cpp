@@ -98,6 +98,75 @@ auto batch(Arguments... arguments) {
   };
 }
 
+/// Rows of parameters in Arrow's layout: ids, notes, halves.
+struct Columns {
+  explicit Columns(long rows) {
+    for (long row = 0; row < rows; ++row) {
+      ids.push_back(static_cast<std::int32_t>(row));
+      notes += note(row);
+      ends.push_back(static_cast<std::int32_t>(notes.size()));
+      halves.push_back(static_cast<double>(row) * 0.5);
+    }
+  }
+
+  std::vector<std::int32_t> ids;
+  std::vector<std::int32_t> ends = {0};
+  std::string notes;
+  std::vector<double> halves;
+};
+
+/// Hands the columns over to a PreparedQuery: three buffers and two numbers for each.
+void bind(JNIEnv* env, jobject query, jmethodID method, Columns& columns) {
+  const auto rows = static_cast<jlong>(columns.ids.size());
+  const struct {
+    jsize at;
+    void* address;
+    std::size_t size;
+  } parts[] = {{1, columns.ids.data(), columns.ids.size() * sizeof(std::int32_t)},
+               {4, columns.ends.data(), columns.ends.size() * sizeof(std::int32_t)},
+               {5, columns.notes.data(), columns.notes.size()},
+               {7, columns.halves.data(), columns.halves.size() * sizeof(double)}};
+  const jobjectArray buffers = env->NewObjectArray(9, env->FindClass("java/nio/ByteBuffer"), nullptr);
+  for (const auto& part : parts) {
+    env->SetObjectArrayElement(buffers, part.at, env->NewDirectByteBuffer(part.address, static_cast<jlong>(part.size)));
+  }
+  const jlong counts[] = {rows, 0, rows, 0, rows, 0};
+  const jlongArray numbers = env->NewLongArray(6);
+  env->SetLongArrayRegion(numbers, 0, 6, counts);
+  const bool bound =
+      env->CallBooleanMethod(query, method, env->NewStringUTF("i\nu\ng\n"), buffers, numbers) == JNI_TRUE;
+  requireJava(env, "bind");
+  require(bound, "bind");
+}
+
+/// A batch of rows bound to a prepared statement. @param settings what to append to PostgreSQL's URL
+auto bound(const char* settings) {
+  return [=](Target target) -> Client {
+    std::string& url = target["url"];
+    if (url.find("postgresql") != std::string::npos) url += settings;
+    return [open = std::make_shared<OpenWrapper>(target)](const Work& work) {
+      JNIEnv* env = open->source.env;
+      const Frame frame(env);
+      Columns columns(work.rows);
+      const jclass type = env->FindClass("com/ulvanejdbc/arrow/PreparedQuery");
+      const auto method = [&](const char* name, const char* signature) {
+        return env->GetMethodID(type, name, signature);
+      };
+      const jmethodID of =
+          env->GetStaticMethodID(type, "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/PreparedQuery;");
+      const jobject query = env->CallStaticObjectMethod(type, of, open->source.utilitiesObject);
+      const jstring insert = env->NewStringUTF(("insert into " + work.table + " values (?, ?, ?)").c_str());
+      const bool prepared = env->CallBooleanMethod(query, method("prepare", "(Ljava/lang/String;Z)Z"), insert,
+                                                   static_cast<jboolean>(false)) == JNI_TRUE;
+      require(prepared, "prepare");
+      bind(env, query, method("bind", "(Ljava/lang/String;[Ljava/nio/ByteBuffer;[J)Z"), columns);
+      require(env->CallLongMethod(query, method("updateAll", "()J")) != -2, "updateAll");
+      env->CallBooleanMethod(query, method("close", "()Z"));
+      return Reading{};
+    };
+  };
+}
+
 }  // namespace
 
 void detachThread() { _globaljvm->DetachCurrentThread(); }
@@ -134,6 +203,7 @@ std::vector<Way> libraryWays() {
       {"reader", "arrow-wrapper", "Arrow stream, jdbcWrapper", arrow<OpenWrapper>()},
       {"writer", "utils", "JdbcUtils", batch<OpenUtils>(true)},
       {"writer", "wrapper", "jdbcWrapper", batch<OpenWrapper>()},
+      {"writer", "arrow", "parameters in Arrow's layout", bound("?reWriteBatchedInserts=true")},
   };
 }
 

@@ -36,10 +36,14 @@ public final class BoundBatch {
       groupStart = next;
       for (int count = 1; count <= runs; ++count) {
         bind(statement, rowsEach);
-        statement.addBatch();
+        if (atOnce > 1) statement.addBatch();
         if (count % atOnce != 0 && count != runs) continue;
         session.checkCancelled();
-        add(statement.executeBatch());
+        if (atOnce > 1) {
+          add(statement.executeBatch());
+        } else {
+          add(statement.executeUpdate());
+        }
         groupStart = next;
       }
     } finally {
@@ -51,7 +55,7 @@ public final class BoundBatch {
     for (int place = 1; place <= rowsEach * rows.width(); place += rows.width()) rows.bind(next++, statement, place);
   }
 
-  private void add(int[] counts) {
+  private void add(int... counts) {
     for (int count : counts) {
       boolean isKnown = count != Statement.SUCCESS_NO_INFO && changed != UNKNOWN;
       changed = isKnown ? changed + count : UNKNOWN;

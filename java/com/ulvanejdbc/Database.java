@@ -43,6 +43,8 @@ public enum Database {
 
   POSTGRESQL(new DatabaseRow("postgresql", "jdbc:postgresql://{host}[:{port}]/{database}").classes("org.postgresql.")
       .insertingManyRows().readingParametersAsLiterals()
+      // A cancelled statement ends the rest of its batch, too.
+      .statementsAtOnce(4096)
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
     /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
     @Override
