@@ -19,10 +19,9 @@ errors 2 'SQL: not UTF-8' query "$(tail -n 1 latin.sql)"
 printf 'selec 1;\ndelete from t\0 where id = 1' >nul.sql
 errors 1 '^kivosql: nul.sql:2: a NUL character; nothing was run' run nul.sql
 errors 1 'relation "nope" does not exist.*\[42P01' $postgres describe nope
-errors 1 'PSQLException: .*relation "nope"' $postgres --through jdbc query 'select * from nope'
 errors 1 'relation "nope"' $postgres --through bridge query 'select * from nope'
 export LC_ALL=C
-errors 1 'relation "нет"' $postgres --through jdbc query 'select * from "нет"'
+errors 1 'PSQLException: .*relation "нет"' $postgres --through jdbc query 'select * from "нет"'
 unset LC_ALL
 errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
 errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
@@ -69,7 +68,6 @@ errors 2 'excludes --keep-going' run f --single-transaction --keep-going
 echo 'select 1; begin' >begins.sql
 errors 1 'no transactions of its own; nothing was run' run begins.sql --single-transaction
 errors 2 'cannot read /$' run /
-errors 2 'cannot read /$' load / t
 errors 1 'error reading' run /proc/self/mem
 errors 1 '"a␛\[31m b' describe "\"a$(printf '\033[31m\nb')\""
 errors 3 'no driver' --url jdbc:nosuch:x tables
@@ -96,7 +94,7 @@ mkdir -p other/com/ulvanejdbc
 echo junk | tee other/libjvm.so >other/com/ulvanejdbc/jdbcUtilities.class
 check "variables from the outside" 42 "$(CLASSPATH=$work/other LD_LIBRARY_PATH=$work/other KIVO_JVM=/nowhere \
   "$kivosql" query 'select 42' --format csv | tail -n 1)"
-for command in 'run -' 'query -' 'load - information_schema.users'; do
+for command in 'query -' 'load - information_schema.users'; do
   check "a folder on standard input of $command" 1 "$("$kivosql" $command 2>&1 >out </ | grep -c 'cannot read standard')"
 done
 
