@@ -47,7 +47,7 @@ unsigned long long writeRows(Context& context, const std::vector<Column>& column
   });
   // A result that a failure cut off stays open, unless the script goes on.
   if (!failure || (context.options.keepGoing && !context.options.format->forPeople)) writer->end(rows);
-  if (failure) throw *failure;
+  if (failure) throw Failure(*failure);
   return rows;
 }
 
@@ -82,14 +82,6 @@ ExitCode writeList(Context& context, const std::vector<Column>& columns, const s
   return kDone;
 }
 
-/// The line of the statement where the fault is, if the driver gave the place.
-void showFault(const Context& context, const std::string& sql, const Failure& failure) {
-  // A driver that runs several statements counts in one of them.
-  const bool isOne = splitStatements(sql, dialectOf(context.session.url())).size() == 1;
-  const std::string line = isOne ? faultLine(sql, failure.details) : "";
-  if (!line.empty()) say(line);
-}
-
 /// @param place of the statement, comes first in reports. @return kDone, or the code of the failure that is reported
 ExitCode runStatement(Context& context, const Statement& statement, Run run, const std::string& place) {
   const std::string sql(statement.text);
@@ -102,7 +94,10 @@ ExitCode runStatement(Context& context, const Statement& statement, Run run, con
   });
   if (!failure) return kDone;
   const ExitCode code = report(context, *failure, place);
-  if (code == kFailed) showFault(context, sql, *failure);
+  // A driver that runs several statements gives a place in one of them.
+  const bool isPlaced = code == kFailed && splitStatements(sql, dialectOf(context.session.url())).size() == 1;
+  const std::string line = isPlaced ? faultLine(sql, failure->details) : "";
+  if (!line.empty()) say(line);
   return code;
 }
 
@@ -264,6 +259,7 @@ ExitCode runScript(Context& context) {
 ExitCode runTables(Context& context) {
   const std::vector<std::string> names = context.session.tables();
   std::vector<Row> rows;
+  rows.reserve(names.size());
   for (const std::string& name : names) rows.push_back({{name, false}});
   return writeList(context, {{"table", 0, ""}}, rows);
 }
@@ -273,6 +269,7 @@ ExitCode runDescribe(Context& context) {
   checkTableName(table);
   const std::vector<Column> columns = context.session.describe(table);
   std::vector<Row> rows;
+  rows.reserve(columns.size());
   for (const Column& column : columns) rows.push_back({{column.name, false}, {column.typeName, false}});
   return writeList(context, {{"column", 0, ""}, {"type", 0, ""}}, rows);
 }

@@ -16,8 +16,6 @@ using Record = std::vector<CsvField>;
 /// A batch lies in the Java heap when it is stored, in some databases' drivers several times over.
 constexpr std::size_t kMaxBatchBytes = std::size_t{4} << 20U;
 
-constexpr const char* kNotOnDisk = "they may not be on disk";
-
 /// The column of that name; case counts only where names differ in nothing else.
 const Column* findColumn(const std::vector<Column>& columns, const std::string& name) {
   const Column* found = nullptr;
@@ -153,9 +151,9 @@ class Loader {
     checkInterrupt();
     if (lines_.empty()) return;
     outcome_.tried = outcome_.stored + lines_.size();
-    std::optional<Failure> failure = attempt([this] { rows_->store(); });
+    auto failure = attempt([this] { rows_->store(); });
     // A database that cannot write closes itself, and may lose what it had committed.
-    if (!asOne_) sync(failure);
+    if (const auto unwritten = asOne_ ? std::nullopt : sync()) failure = unwritten;
     if (failure) diagnose(*failure);
     outcome_.stored = outcome_.tried;
     rows_->clear();
@@ -163,11 +161,12 @@ class Loader {
     progress_.advance(outcome_.stored, records_.bytes());
   }
 
-  void sync(std::optional<Failure>& failure) {
-    const std::optional<Failure> unwritten = durable_ ? attempt([this] { rows_->sync(); }) : std::nullopt;
-    if (!unwritten) return;
-    failure = unwritten;
-    outcome_.doubt = kNotOnDisk;
+  /// Writes what is stored to disk, if the user may.
+  std::optional<Failure> sync() {
+    if (!durable_) return {};
+    auto failure = attempt([this] { rows_->sync(); });
+    if (failure) outcome_.doubt = "they may not be on disk";
+    return failure;
   }
 
   /// Throws why and where the batch failed.
@@ -195,8 +194,7 @@ class Loader {
     committing_ = true;
     commit(writing_, path_);
     asOne_ = false;
-    std::optional<Failure> failure;
-    sync(failure);
+    const auto failure = sync();
     if (!failure) return;
     outcome_.stored = 0;
     throw failure->at(path_ + ": ");

@@ -42,7 +42,7 @@ std::vector<std::string> Session::tables() {
 }
 
 std::vector<Column> Session::describe(const std::string& table) {
-  const std::vector<Column> columns = query("select * from " + table + " where 1 = 0", 0, 1);
+  std::vector<Column> columns = query("select * from " + table + " where 1 = 0", 0, 1);
   Row none;
   next(none);
   return columns;

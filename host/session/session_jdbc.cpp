@@ -37,7 +37,7 @@ class JdbcSession : public Session {
       refused = attempt([this] { check(database_.commit()); });
     }
     database_.closeConnection();
-    if (refused && !failed_) throw *refused;
+    if (refused && !failed_) throw Failure(*refused);
   }
 
  private:
