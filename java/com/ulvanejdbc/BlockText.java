@@ -54,7 +54,7 @@ public final class BlockText {
   private boolean isPlain(String value, int start, int end) {
     value.getChars(start, end, chunk, 0);
     int all = 0;
-    // A zero makes the sum negative.
+    // For a zero, the second operand is negative.
     for (int index = 0; index < end - start; ++index) all |= chunk[index] | chunk[index] - 1;
     return all >= 0 && all < 0x80;
   }

@@ -7,13 +7,13 @@ import java.sql.Statement;
 
 /** Runs a prepared statement for many rows of values, in groups between which it can be cancelled. */
 public final class BoundBatch {
-  /** A count that the driver does not give, or a row that it does not name. */
+  /** A count or a row that the driver does not report. */
   public static final int UNKNOWN = -1;
 
   private final Session session;
   private final ParameterRows rows;
 
-  /** The next row to bind, and the first of those that run together. */
+  /** The next row to bind, and the first row of the group that runs. */
   private int next;
 
   private int groupStart;

@@ -3,9 +3,9 @@ package com.ulvanejdbc;
 import java.sql.ResultSet;
 import java.sql.SQLException;
 
-/** The open result of a query, a driver's own or a session's, as those read it that take many rows per call. */
+/** The open result of a driver or a session, for readers that take many rows per call. */
 public final class OpenResult {
-  /** Enough rows in the heap at a time, in bytes. */
+  /** Maximum size of the rows fetched at a time. */
   private static final int ENOUGH_BYTES = 1 << 20;
 
   private static final int FETCH_GROWTH = 4;
@@ -17,7 +17,7 @@ public final class OpenResult {
   private final Session session;
   private final Rows sessionRows;
 
-  /** Rows of a fetch before any was changed here; 0 when not known, negative when there is nothing to change. */
+  /** The driver's own fetch size; 0 if not yet known, negative if it cannot be changed. */
   private int usualFetch;
 
   private OpenResult(ResultSet rows, Session session, Rows sessionRows) {

@@ -11,7 +11,7 @@ import java.time.LocalDateTime;
 public final class TemporalReader {
   private enum Way { LOCAL_DATE, LOCAL_DATE_TIME, SERVER_TEXT, LIBRARY_TEXT }
 
-  /** Beyond these years drivers' objects are not to be relied on: some clamp them. */
+  /** Some drivers clamp the years of their objects beyond this. */
   private static final int MAX_USUAL_YEAR = 9999;
 
   private final ResultSet rows;

@@ -11,8 +11,8 @@ import java.util.List;
 import java.util.stream.Stream;
 
 /**
- * Reads an open result by the batch, each column into memory of its own in Arrow's layout. Native code finds this class
- * and its methods by name. Nothing is thrown to it: a failure is a state, with {@link #failure} for its text.
+ * Reads an open result batch by batch, each column into memory of its own in Arrow's layout. Native code finds this
+ * class and its methods by name. Nothing is thrown to it: a failure is a state, with {@link #failure} for its text.
  *
  * <p>Fields are numbered in pre-order: the field of a list's elements follows the list.
  */
@@ -23,10 +23,10 @@ public final class BatchReader extends Fallible {
   private static final int DATABASE_FAILED = 2;
   private static final int OTHER_FAILED = 3;
 
-  /** Larger portions from the server make no difference. */
+  /** More rows per round trip are no faster. */
   private static final int ROWS_PER_FETCH = 1024;
 
-  /** For a NUL, which ends a text here. */
+  /** Replaces a NUL, which would end the text. */
   private static final char REPLACEMENT = '\uFFFD';
 
   private static final int HEADER_NUMBERS = 2;
@@ -34,7 +34,7 @@ public final class BatchReader extends Fallible {
 
   private final Options options;
 
-  /** The columns and what is in them. */
+  /** The columns and the fields within them, in pre-order. */
   private final List<Column> fields = new ArrayList<>();
 
   private OpenResult result;
@@ -49,7 +49,7 @@ public final class BatchReader extends Fallible {
   private long rowsBefore;
   private int rowCount;
 
-  /** The column being read, counted from 0; negative when it is none. */
+  /** The column being read, counted from 0; negative between rows. */
   private int current = -1;
 
   private Slab[] slabs = {};
@@ -111,7 +111,7 @@ public final class BatchReader extends Fallible {
     return slabs;
   }
 
-  /** Reads no more. The result stays its owner's to close. */
+  /** Ends the reading. The result stays open: its owner closes it. */
   public void close() {
     if (state == MORE) state = ENDED;
   }

@@ -9,7 +9,7 @@ final class BoundRows implements ParameterRows {
   private final ParameterColumn[] columns;
   private final int count;
 
-  /** The value being bound, counted from 0; negative when none is. */
+  /** The row and the column of the value being bound, counted from 0; negative when none is. */
   private int row = -1;
   private int column = -1;
 
@@ -35,7 +35,7 @@ final class BoundRows implements ParameterRows {
     column = -1;
   }
 
-  /** Where the value is that could not be bound; empty when all could. */
+  /** The position of the value that could not be bound; empty if all could. */
   String place() {
     return column < 0 ? "" : "row " + (row + 1) + ", parameter " + (column + 1) + ": ";
   }

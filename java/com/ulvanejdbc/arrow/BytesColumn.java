@@ -8,11 +8,11 @@ import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.util.Arrays;
 
-/** Texts in UTF-8, or bytes, one after the other. The size of a batch is limited, so 32 bits say where each ends. */
+/** Text in UTF-8, or bytes. Offsets have 32 bits, which is enough because the size of a batch is limited. */
 final class BytesColumn extends Column {
   private static final int MAX_VALUE_BYTES = 1 << 29;
 
-  /** Takes over a value. @return false for SQL NULL */
+  /** Appends a value to the target. @return false for SQL NULL */
   private interface Reader {
     boolean read(ResultSet rows, int column, BlockText target) throws SQLException;
   }

@@ -9,12 +9,12 @@ import java.util.List;
 
 /** The values of one column in one batch. They are gathered in the heap, then copied into a slab in Arrow's layout. */
 abstract class Column {
-  /** Where a buffer begins that a column does without. */
+  /** The position of a buffer that the column does not have. */
   static final int NONE = -1;
 
   private static final int FIRST_ROWS = 1024;
 
-  /** Arrow's word for the type. */
+  /** The type in Arrow's notation. */
   final String format;
 
   private long[] valid = new long[FIRST_ROWS / Long.SIZE];
@@ -25,10 +25,10 @@ abstract class Column {
     this.format = format;
   }
 
-  /** Takes over a column's value of the current row. */
+  /** Appends the current row's value. */
   abstract void append(ResultSet rows, int column) throws SQLException;
 
-  /** Takes over an element of an array. */
+  /** Appends an element of an array. */
   abstract void append(Object element) throws SQLException;
 
   /** Whether values differ in size. */
@@ -41,7 +41,7 @@ abstract class Column {
     return 0;
   }
 
-  /** How many bytes each value takes, whatever it is. */
+  /** How many bytes each value takes at least. */
   abstract int fixedBytes();
 
   /** The fields within this one. */
@@ -88,10 +88,10 @@ abstract class Column {
   /** The padded size of all buffers besides the validity bits. */
   abstract int valueBytes();
 
-  /** Writes these buffers, the first at {@code start}, and says from the second position on where each begins. */
+  /** Writes these buffers, the first at {@code start}, and records their positions from index 1 on. */
   abstract void writeValues(ByteBuffer memory, int start, int[] positions);
 
-  /** Counts a value that is there. @return its index */
+  /** Counts a value that is not null. @return its index */
   final int addValid() {
     reserve();
     valid[length / Long.SIZE] |= 1L << length;

@@ -10,7 +10,7 @@ import java.sql.Types;
 import java.util.Locale;
 import java.util.concurrent.TimeUnit;
 
-/** Chooses a column's Arrow type, and the way to its values, by what the driver says. */
+/** Chooses a column's Arrow type, and how its values are read, by what the driver says of the column. */
 final class ColumnChoice {
   private static final int MICRO_DIGITS = 6;
   private static final long MICROS_PER_DAY = TimeUnit.DAYS.toMicros(1);
@@ -34,6 +34,7 @@ final class ColumnChoice {
 
   static Column of(ResultColumn column, Options options) throws SQLException {
     if (column.takesAnyType && options.mixedColumnsAsText) return BytesColumn.ofText(column);
+    if (column.type == Types.NULL && !column.takesAnyType) return new NullColumn();
     Column fixed = new ColumnChoice(column, options).fixed();
     return fixed != null ? fixed : BytesColumn.ofText(column);
   }
@@ -75,15 +76,13 @@ final class ColumnChoice {
         return bytes();
       case Types.ARRAY:
         return ElementChoice.listOf(column.typeName);
-      case Types.NULL:
-        return column.takesAnyType ? null : new NullColumn();
       default:
         return null;
     }
   }
 
   private Column truth() {
-    // PostgreSQL's and HSQLDB's strings of bits come under the same code.
+    // PostgreSQL's and HSQLDB's bit strings have the same code.
     if (column.type == Types.BIT && column.precision > 1) return null;
     if (column.takesAnyType) return FixedColumn.ofRows("b", FixedColumn.BIT, Mixed.truth("b"));
     boolean isNumber = column.typeName.toUpperCase(Locale.ROOT).startsWith("TINYINT");
@@ -172,7 +171,7 @@ final class ColumnChoice {
     return nanos % 1000 == 0 ? nanos / 1000 : NO_NUMBER;
   }
 
-  /** Makes the number of a date or time; {@link #NO_NUMBER} where Arrow has none. */
+  /** Converts a date or time to its Arrow number; {@link #NO_NUMBER} if there is none. */
   private interface Count {
     long of(TemporalFields fields);
   }

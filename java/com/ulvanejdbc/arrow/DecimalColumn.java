@@ -55,7 +55,7 @@ final class DecimalColumn extends Column {
     }
     BigDecimal scaled = scaled((BigDecimal) element);
     if (scaled.precision() <= MAX_LONG_DIGITS) {
-      // So asked, a decimal that fits 64 bits makes no BigInteger.
+      // Unlike unscaledValue(), this creates no BigInteger.
       long digits = scaled.scaleByPowerOfTen(scale).longValue();
       put(addValid(), digits, digits >> Long.SIZE - 1);
     } else {

@@ -31,11 +31,11 @@ final class ElementChoice {
     for (String name : names) COLUMNS.put(name, column);
   }
 
-  /** @return null where the elements' type has no Arrow type */
+  /** @return null if the elements have no Arrow type */
   static Column listOf(String typeName) {
     String name = typeName.toUpperCase(Locale.ROOT);
     if (name.startsWith("_")) name = name.substring(1);
-    // What is before the last word of an array of arrays names no type here.
+    // The element type of an array of arrays is itself an array, which has no row here.
     if (name.endsWith(" ARRAY")) name = name.substring(0, name.lastIndexOf(" ARRAY")).replaceAll("\\(\\d+\\)$", "");
     Supplier<Column> elements = COLUMNS.get(name);
     return elements == null ? null : new ListColumn(elements.get());

@@ -1,6 +1,6 @@
 package com.ulvanejdbc.arrow;
 
-/** Types of array elements that drivers make arrays of, by the name that they all know. */
+/** Element types of which drivers can create arrays, by a name that all of them know. */
 enum ElementKind {
   TRUTH("b", "boolean", ParameterField::truth),
   INT16("s", "smallint", (field, row) -> (int) field.int16(row)),
@@ -24,7 +24,7 @@ enum ElementKind {
     this.reader = reader;
   }
 
-  /** Null where there is none. */
+  /** Null if there is none. */
   static ElementKind of(ParameterField elements) {
     for (ElementKind kind : values()) {
       if (kind.format.equals(elements.format)) return kind;

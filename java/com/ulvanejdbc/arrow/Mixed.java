@@ -6,7 +6,7 @@ import java.sql.SQLException;
 
 /** Reads columns whose cells may have any type, whatever was declared. A cell of another type does not fit. */
 final class Mixed {
-  /** Beyond it, a double does not hold all whole numbers. */
+  /** Above this, a double cannot hold every whole number. */
   private static final long MAX_WHOLE_DOUBLE = 1L << 53;
 
   private Mixed() {}

@@ -3,7 +3,7 @@ package com.ulvanejdbc.arrow;
 import java.nio.ByteBuffer;
 import java.sql.ResultSet;
 
-/** A column of a type that has no values. */
+/** A column whose type is NULL: it has no values. */
 final class NullColumn extends Column {
   NullColumn() {
     super("n");

@@ -2,14 +2,14 @@ package com.ulvanejdbc.arrow;
 
 import java.nio.charset.StandardCharsets;
 
-/** Reads numbers from the text in which a server sends them, which saves an object for each. */
+/** Parses numbers from the bytes that a server sends, without creating an object for each. */
 final class NumberText {
-  /** No number; what it stands for takes another way. */
+  /** Not a number that can be parsed here; the driver reads it instead. */
   static final long NONE = Long.MIN_VALUE;
 
   private static final int MAX_LONG_DIGITS = 18;
 
-  /** Whole numbers and powers of ten up to these are exact as a double, so that one division rounds correctly. */
+  /** Whole numbers up to this, and the powers of ten below, are exact doubles, so one division rounds correctly. */
   private static final long MAX_EXACT = 1L << 53;
 
   private static final double[] POWERS = {
@@ -17,7 +17,7 @@ final class NumberText {
 
   private NumberText() {}
 
-  /** Digits of a whole number; those of the smallest 64-bit one are {@link #NONE} as well, which is its value. */
+  /** Parses a whole number of up to 64 bits. */
   static long wholeNumber(byte[] text) {
     boolean negative = text[0] == '-';
     long number = 0;
@@ -36,13 +36,13 @@ final class NumberText {
     return Double.parseDouble(new String(text, StandardCharsets.ISO_8859_1));
   }
 
-  /** All digits of a decimal number with this many of them after the point; {@link #NONE} for any other. */
+  /** The unscaled value of a decimal with exactly this scale; {@link #NONE} for any other text. */
   static long decimal(byte[] text, int scale) {
     int point = point(text);
     return text.length - 1 - point == scale ? digits(text, point) : NONE;
   }
 
-  /** Where the point is; where the last digit is, if there is no point. */
+  /** The index of the point, or of the last digit if there is no point. */
   private static int point(byte[] text) {
     int point = text.length - 1;
     while (point >= 0 && text[point] != '.') --point;

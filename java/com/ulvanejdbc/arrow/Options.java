@@ -11,19 +11,19 @@ final class Options {
   /** A batch ends with the row that takes it beyond this. */
   final int maxBytes;
 
-  /** For decimals whose own precision and scale Arrow has no type for. */
+  /** How to read decimals that fit no decimal128 by their own precision and scale. */
   final int decimals;
 
   /** For {@link #DECIMALS_OF_SCALE}. */
   final int decimalScale;
 
-  /** Whether a date or time that Arrow has no number for is null, not an error. */
+  /** Whether a date or time that its Arrow type cannot hold becomes null instead of an error. */
   final boolean outOfRangeAsNull;
 
   /** Whether columns whose cells may have any type are read as text. */
   final boolean mixedColumnsAsText;
 
-  /** Memory outside the heap is limited, too: by the heap's own size, unless the VM was given another limit. */
+  /** By default the VM limits memory outside the heap to the size of the heap. */
   private static int maxBytesOfHeap() {
     return (int) Math.min(Runtime.getRuntime().maxMemory() / 8, Integer.MAX_VALUE);
   }

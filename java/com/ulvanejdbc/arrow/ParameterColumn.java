@@ -26,7 +26,7 @@ final class ParameterColumn {
 
   /**
    * @param texts binds what goes to the database as text: dates and times too, as drivers move them between time zones
-   * @param zone what stands after a date and time of UTC; empty where the parameter has no zone
+   * @param zone suffix of a timestamp in UTC; empty if the parameter has no time zone
    */
   ParameterColumn(ParameterField field, LoadedColumn texts, String zone) throws SQLException {
     this.field = field;
@@ -160,7 +160,7 @@ final class ParameterColumn {
     };
   }
 
-  /** A format with a zone, whichever, means points in time, counted in UTC. */
+  /** With any time zone in the format, values are instants counted in UTC. */
   private Binder timestamps(TimeUnit unit) {
     long perDay = unit.convert(1, TimeUnit.DAYS);
     String suffix = field.format.length() > "tsu:".length() ? zone : "";

@@ -5,14 +5,14 @@ import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
 
-/** A field's values in native memory, in Arrow's layout. The memory is the caller's, and only read. */
+/** A field's values in native memory, in Arrow's layout. The memory belongs to the caller and is only read. */
 final class ParameterField {
   /** How many buffers native code gives for a field; those that it does without are null. */
   static final int BUFFERS = 3;
 
   final String format;
 
-  /** The elements' field, of a list. */
+  /** The field of a list's elements; null for other types. */
   ParameterField elements;
 
   private final long length;
@@ -95,7 +95,7 @@ final class ParameterField {
     return new String(bytes(row), StandardCharsets.UTF_8);
   }
 
-  /** Where a text, some bytes or a list begins. */
+  /** Where a variable-size value begins. */
   int start(int row) {
     boolean isLarge = format.equals("U") || format.equals("Z") || format.equals("+L");
     return isLarge ? Math.toIntExact(int64(row)) : int32(row);
@@ -111,7 +111,7 @@ final class ParameterField {
 
   private static byte[] copied(ByteBuffer source, int start, int length) {
     byte[] bytes = new byte[length];
-    // Without a value there need be no buffer.
+    // An empty column may come without a buffer.
     if (length == 0) return bytes;
     source.position(start);
     source.get(bytes);

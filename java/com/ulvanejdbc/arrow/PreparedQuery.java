@@ -29,7 +29,7 @@ import java.util.List;
  * ends what runs here, too. Only {@link #cancel} may be called from another thread.
  */
 public final class PreparedQuery extends Fallible {
-  /** Instead of a count of rows. */
+  /** Returned instead of a row count. */
   public static final long FAILED = -2;
 
   private static final int NUMBERS_PER_FIELD = 2;
@@ -60,7 +60,7 @@ public final class PreparedQuery extends Fallible {
     });
   }
 
-  /** From now on. @param seconds after which the database ends a statement, and {@code rowLimit}; 0 is no limit */
+  /** Limits later runs: in time, and in the rows of a query. 0 is no limit. */
   public boolean limit(int seconds, int rowLimit) {
     return attempt(() -> {
       statement().setQueryTimeout(seconds);
@@ -206,7 +206,7 @@ public final class PreparedQuery extends Fallible {
     return reader[0];
   }
 
-  /** What the database remarked on the last run, a line each; null for nothing. The remarks are then forgotten. */
+  /** The warnings of the last run, one per line, which are then cleared; null if there are none. */
   public String warnings() {
     StringBuilder text = new StringBuilder();
     attempt(() -> {
@@ -236,7 +236,7 @@ public final class PreparedQuery extends Fallible {
     return utilities.session();
   }
 
-  /** A failed query closes its statement, which is then made again. */
+  /** Prepares again if a failed query has closed the statement. */
   private PreparedStatement statement() throws SQLException {
     if (sql == null) throw new MisuseException("no statement: prepare must be called first");
     if (statement != null && !statement.isClosed()) return statement;

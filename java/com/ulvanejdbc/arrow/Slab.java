@@ -13,12 +13,12 @@ public final class Slab {
   /** Arrow wants buffers to begin, and to be padded, at multiples of this. */
   static final int ALIGNMENT = 64;
 
-  /** Up to this size it does not matter how much of a slab is in use. */
+  /** Waste of up to this many bytes per slab does not matter. */
   private static final int SMALL = 1 << 12;
 
   private static final Method ALIGNED_SLICE = alignedSlice();
 
-  /** Released slabs of all results, by their size. Memory made anew would stay until the collector finds it. */
+  /** Released slabs of all results, by their size. New memory would stay until the collector frees it. */
   private static final TreeMap<Integer, Deque<Slab>> RELEASED = new TreeMap<>();
 
   private static final long MAX_RELEASED_BYTES = Runtime.getRuntime().maxMemory() / 4;
@@ -53,7 +53,7 @@ public final class Slab {
     return memory;
   }
 
-  /** Says that nobody reads the memory any more; any thread, once. */
+  /** Gives the memory back for reuse. Any thread, once. */
   public void release() {
     int size = memory.capacity();
     synchronized (RELEASED) {
@@ -72,7 +72,7 @@ public final class Slab {
     return aligned(buffer).order(ByteOrder.LITTLE_ENDIAN);
   }
 
-  /** Java 8 cannot align; the memory it makes begins at a multiple of 16, which Arrow allows. */
+  /** Java 8 cannot align. Its memory begins at a multiple of 16, which Arrow allows. */
   private static ByteBuffer aligned(ByteBuffer buffer) {
     if (ALIGNED_SLICE == null) return buffer;
     try {

@@ -9,7 +9,7 @@ import java.sql.ResultSet;
 import java.sql.SQLException;
 
 /**
- * The connection of a {@link jdbcUtilities} as a standard interface shows it: transactions without end, settings, and
+ * The connection of a {@link jdbcUtilities} as standard interfaces need it: consecutive transactions, settings, and
  * what the database holds. Native code finds this class and its methods by name. Nothing is thrown to it: a method that
  * fails answers false or null, and {@link #failure} has the text. One thread uses it at a time.
  */
@@ -29,7 +29,7 @@ public final class TypedConnection extends Fallible {
     return autoCommit;
   }
 
-  /** Off, a transaction is always open. On again, what the open one did is committed. */
+  /** With auto-commit off, a transaction is always open. Switching it on commits the open one. */
   public boolean setAutoCommit(boolean on) {
     return attempt(() -> {
       if (on == autoCommit) return;
@@ -42,7 +42,10 @@ public final class TypedConnection extends Fallible {
     });
   }
 
-  /** Commits, and begins the next transaction. A commit that the database refuses leaves one to roll back. */
+  /**
+   * Commits, and begins the next transaction. If the database refuses, the transaction is still open and must be
+   * rolled back.
+   */
   public boolean commit() {
     return attempt(() -> {
       requireTransaction();
@@ -51,7 +54,7 @@ public final class TypedConnection extends Fallible {
     });
   }
 
-  /** Rolls back, and begins the next transaction. It fails, having done so, if some of what was done stays. */
+  /** Rolls back, and begins the next transaction. Also fails if some changes could not be undone. */
   public boolean rollback() {
     return attempt(() -> {
       requireTransaction();
@@ -89,7 +92,7 @@ public final class TypedConnection extends Fallible {
     return attempt(() -> connection().setReadOnly(readOnly));
   }
 
-  /** Null without one, and after a failure. */
+  /** Null if there is none, and after a failure. */
   public String catalog() {
     String[] name = {null};
     attempt(() -> name[0] = connection().getCatalog());
@@ -100,7 +103,7 @@ public final class TypedConnection extends Fallible {
     return attempt(() -> connection().setCatalog(name));
   }
 
-  /** Null without one, and after a failure. */
+  /** Null if there is none, and after a failure. */
   public String schema() {
     String[] name = {null};
     attempt(() -> name[0] = connection().getSchema());
@@ -111,7 +114,7 @@ public final class TypedConnection extends Fallible {
     return attempt(() -> connection().setSchema(name));
   }
 
-  /** What the database is asked for, in the columns of {@link DatabaseMetaData}'s method of that name. */
+  /** What can be listed; the columns are those of the method of {@link DatabaseMetaData} with that name. */
   public enum Listing {
     CATALOGS((database, names) -> database.getCatalogs()),
     SCHEMAS((database, names) -> database.getSchemas(names[0], names[1])),

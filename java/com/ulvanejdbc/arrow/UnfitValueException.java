@@ -2,7 +2,7 @@ package com.ulvanejdbc.arrow;
 
 import java.sql.SQLDataException;
 
-/** A value that its column's Arrow type has no place for. It is thrown for a cell, so it does without a stack trace. */
+/** A value that its column's Arrow type cannot hold. It may be thrown for many cells, so it has no stack trace. */
 final class UnfitValueException extends SQLDataException {
   private static final long serialVersionUID = 1L;
 
