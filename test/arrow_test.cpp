@@ -62,7 +62,7 @@ class Source {
   jdbcWrapper wrapper;
 };
 
-/// A stream of numbers from 1, which its source may leave behind.
+/// A stream of numbers from 1, which may outlive its source.
 struct Numbers {
   explicit Numbers(int count, int maxRows = 2)
       : source("select x from system_range(1, " + std::to_string(count) + ")") {

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The library exports exactly its boundary, and finds its companions where it is told to.
+# The library exports exactly its boundary, and finds its companions where its run path says.
 #
 #   exports_test.sh LIBRARY
 set -eu

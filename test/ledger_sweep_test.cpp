@@ -350,7 +350,7 @@ TEST_F(LedgerSweep, BridgeReleasesEverythingWhicheverCallFails) { sweep(bridgeMe
 
 TEST_F(LedgerSweep, JdbcReleasesEverythingWhicheverCallFails) { sweep(jdbcMembers(), "JdbcUtils"); }
 
-/// Fails the reading of a value, by the buffer and by the characters, which are the last call that can come to nothing.
+/// Fails the reading of a value, by the buffer and by the characters, the last call that can fail.
 template <class Object>
 void readWithoutMemory(Object& object, int charactersCall) {
   for (const auto& [fault, nth] : {std::pair(Fault::kAllocation, 1), {Fault::kNull, charactersCall}}) {

@@ -46,7 +46,7 @@ void appendText(std::string& metadata, const std::string& text) {
   metadata.append(reinterpret_cast<const char*>(&length), sizeof length).append(text);
 }
 
-/// Arrow's form: the number of pairs, then each key and value behind its length.
+/// Arrow's form: the number of pairs, then each key and value after its length.
 std::string metadataOf(const ArrowField& field) {
   if (field.typeName.empty()) return {};
   const std::int32_t pairs = 1;

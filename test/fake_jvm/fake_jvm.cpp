@@ -1,4 +1,4 @@
-// Plays the JVM's library: notes what its creation function was given and answers as told.
+// Plays the JVM's library: records what its creation function was given, and answers as the test wants.
 #include <jni.h>
 
 #include <sstream>

@@ -191,7 +191,7 @@ class Armed {
 
 /// Fails one call of the operation, the first, then the second, until a run is left untouched. An operation without a
 /// parameter is armed whole; one that takes `const Armed&` arms the bodies that it passes to it, between its own set-up
-/// and its assertions. After each run nothing may be violated or left behind; a pending exception is cleared.
+/// and its assertions. After each run nothing may be violated or left over; a pending exception is cleared.
 /// @return how many calls could fail.
 template <class Operation>
 int sweepFaults(JniLedger& ledger, Fault fault, Operation operation, bool lasting = false) {

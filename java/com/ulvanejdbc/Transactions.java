@@ -8,7 +8,7 @@ import java.sql.Statement;
 
 /**
  * The transactions opened on this side, for the rows of a query, for a batch or by the caller, on a connection in
- * auto-commit mode. One of the caller's, opened here or in SQL, is the caller's to end: in it rows are just read, and a
+ * auto-commit mode. The caller ends those that the caller opened, here or in SQL: in them rows are just read, and a
  * batch gets a savepoint.
  */
 final class Transactions {
