@@ -71,16 +71,19 @@ enum CellKind {
     return kind;
   }
 
+  /** The standard code for a vendor's own code of a timestamp with a zone; any other code as it is. */
+  static int standardType(int type) {
+    boolean isVendors = type == ORACLE_WITH_ZONE || type == ORACLE_WITH_LOCAL_ZONE || type == SQL_SERVER_WITH_OFFSET;
+    return isVendors ? Types.TIMESTAMP_WITH_TIMEZONE : type;
+  }
+
   private static CellKind ofType(int type) {
-    switch (type) {
+    switch (standardType(type)) {
       case Types.DATE:
       case Types.TIME:
       case Types.TIMESTAMP:
       case Types.TIME_WITH_TIMEZONE:
       case Types.TIMESTAMP_WITH_TIMEZONE:
-      case ORACLE_WITH_ZONE:
-      case ORACLE_WITH_LOCAL_ZONE:
-      case SQL_SERVER_WITH_OFFSET:
         return TEMPORAL;
       case Types.BINARY:
       case Types.VARBINARY:

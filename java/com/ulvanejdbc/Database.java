@@ -347,9 +347,9 @@ public enum Database {
     return false;
   }
 
-  /** A column's type; the driver's answer, where that does not pass for another type. */
+  /** A column's type as a code of the standard, corrected where the driver reports another type. */
   int typeOf(ResultSetMetaData columns, int column) throws SQLException {
-    return columns.getColumnType(column);
+    return CellKind.standardType(columns.getColumnType(column));
   }
 
   boolean writesWholeNumbersPlainly() {

@@ -3,6 +3,7 @@ package com.ulvanejdbc;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
+import java.sql.Types;
 
 /** What the driver says of a result's column, and ways to its values. */
 public final class ResultColumn {
@@ -19,8 +20,13 @@ public final class ResultColumn {
   /** A code of {@link java.sql.Types}. */
   public final int type;
 
+  /** Of a decimal, or the number of bits; 0 for other types. */
   public final int precision;
+
+  /** Of a decimal, or the digits of a time's fraction; 0 for other types. */
   public final int scale;
+
+  /** False for whole numbers that are never negative. */
   public final boolean signed;
 
   /** Whether {@link ResultSet#getBytes} gives the text that the server sent. */
@@ -40,13 +46,22 @@ public final class ResultColumn {
     label = columns.getColumnLabel(number);
     typeName = String.valueOf(columns.getColumnTypeName(number));
     type = database.typeOf(columns, number);
-    precision = columns.getPrecision(number);
-    scale = columns.getScale(number);
-    signed = columns.isSigned(number);
+    // A driver need not have an answer for other types.
+    precision = isDecimal() || type == Types.BIT ? columns.getPrecision(number) : 0;
+    scale = isDecimal() || type == Types.TIME ? columns.getScale(number) : 0;
+    signed = !isWholeNumber() || columns.isSigned(number);
     isServerText = database.sendsText(rows, number);
     takesAnyType = database.anyTypeInAnyCell();
     reportedType = columns.getColumnType(number);
     kind = CellKind.of(columns, number, takesAnyType);
+  }
+
+  private boolean isDecimal() {
+    return type == Types.DECIMAL || type == Types.NUMERIC;
+  }
+
+  private boolean isWholeNumber() {
+    return type == Types.TINYINT || type == Types.SMALLINT || type == Types.INTEGER || type == Types.BIGINT;
   }
 
   /** The way to the text that {@link jdbcUtilities#getColumn} gives. */
