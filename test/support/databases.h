@@ -13,7 +13,6 @@ struct Database {
   std::string url;
   std::string user;
   std::string password;
-  std::string driver;  ///< the driver's class, as JNI names it
 };
 
 /// All six, their servers started once for the binary.
@@ -24,12 +23,12 @@ inline const std::vector<Database>& databases() {
     return std::string("jdbc:") + scheme + "://" + server.host + ":" + server.port + "/" + server.database;
   };
   static const std::vector<Database> all = {
-      {"h2", "jdbc:h2:mem:test;DB_CLOSE_DELAY=-1", "", "", "org/h2/Driver"},
-      {"hsqldb", "jdbc:hsqldb:mem:test", "SA", "", "org/hsqldb/jdbc/JDBCDriver"},
-      {"derby", "jdbc:derby:memory:test;create=true", "", "", "org/apache/derby/jdbc/EmbeddedDriver"},
-      {"sqlite", "jdbc:sqlite:file:test?mode=memory&cache=shared", "", "", "org/sqlite/JDBC"},
-      {"mariadb", served("mariadb", mariadb), mariadb.user, mariadb.password, "org/mariadb/jdbc/Driver"},
-      {"postgresql", served("postgresql", postgres), postgres.user, postgres.password, "org/postgresql/Driver"},
+      {"h2", "jdbc:h2:mem:test;DB_CLOSE_DELAY=-1", "", ""},
+      {"hsqldb", "jdbc:hsqldb:mem:test", "SA", ""},
+      {"derby", "jdbc:derby:memory:test;create=true", "", ""},
+      {"sqlite", "jdbc:sqlite:file:test?mode=memory&cache=shared", "", ""},
+      {"mariadb", served("mariadb", mariadb), mariadb.user, mariadb.password},
+      {"postgresql", served("postgresql", postgres), postgres.user, postgres.password},
   };
   return all;
 }
