@@ -54,15 +54,13 @@ TestServer::TestServer(const std::string& kind) : kind_(kind), folder_(newFolder
 
 TestServer::~TestServer() {
   try {
-    stop();
+    run(tool(kind_, "stop", folder_));
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
   }
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
 }
-
-void TestServer::stop() { run(tool(kind_, "stop", folder_)); }
 
 std::string TestServer::sql(const std::string& statement) const {
   std::string output = run("psql -v ON_ERROR_STOP=1 -qAtX -h '" + folder_ + "' -p " + port + " -U " + user + " " +

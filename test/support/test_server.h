@@ -14,9 +14,6 @@ class TestServer {
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
 
-  /// Ends the server at once, as a crash would.
-  void stop();
-
   /// PostgreSQL: runs a statement beside the connections under test. @return what it printed, without the last newline.
   std::string sql(const std::string& statement) const;
 
