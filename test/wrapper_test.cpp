@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "JavaVmHost.h"
 #include "doubles.h"
 #include "jdbcWrapper.h"
 #include "jni_ledger.h"
@@ -196,6 +197,13 @@ TEST_F(Wrapper, SetUrlReadsThePortAndGivesItsTextsBackInOrder) {
 }
 
 TEST_F(Wrapper, AnObjectThatCouldNotBeCreatedRefusesEverythingForThatReason) {
+  JavaVM* const vm = std::exchange(_globaljvm, nullptr);
+  wrapper.emplace();
+  EXPECT_FALSE(wrapper->javaInit());
+  _globaljvm = vm;
+  EXPECT_TRUE(wrapper->javaInit());
+  expectRefusals(*wrapper, "there is no Java VM to attach to: call javaInit first");
+
   const std::string noClass = "could not find the Java class com/ulvanejdbc/jdbcUtilities: ";
   const std::string notCreated = "could not create the Java utilities object: ";
   const std::pair<std::string, std::string> rows[] = {

@@ -110,11 +110,8 @@ JNINativeInterface_ JniLedger::Slots::usedTable() {
   use<&T::CallLongMethodV>(t, {"CallLongMethod", "rmv", '-', "MBA", "J"});
   use<&T::CallVoidMethodV>(t, {"CallVoidMethod", "rmv", '-', "MBA", "V"});
   use<&T::CallStaticObjectMethodV>(t, {"CallStaticObjectMethod", "rmv", 'l', "MNBA", "sL"});
-  use<&T::CallStaticBooleanMethodV>(t, {"CallStaticBooleanMethod", "rmv", '-', "MBA", "sZ"});
-  use<&T::CallStaticIntMethodV>(t, {"CallStaticIntMethod", "rmv", '-', "MBA", "sI"});
   use<&T::CallStaticVoidMethodV>(t, {"CallStaticVoidMethod", "rmv", '-', "MBA", "sV"});
   use<&T::NewStringUTF>(t, {"NewStringUTF", "t", 'l', "MN"});
-  use<&T::GetStringUTFLength>(t, {"GetStringUTFLength", "r", '-', ""});
   use<&T::GetStringUTFChars>(t, {"GetStringUTFChars", "r.", 'c', "MN"});
   use<&T::ReleaseStringUTFChars>(t, {"ReleaseStringUTFChars", "rc", '-', "", "", true});
   useArrays(t);
