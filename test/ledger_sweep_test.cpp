@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -114,67 +115,76 @@ std::vector<Member> bridgeMembers() {
   return members;
 }
 
-void attach(JdbcUtils& utils) {
+bool attach(JdbcUtils& utils) {
   const bool attached = utils.javaInit();
   EXPECT_EQ(attached, utils.env != nullptr);
+  return attached;
 }
 
-void connect(JdbcUtils& utils) {
+bool connect(JdbcUtils& utils) {
   std::string none;
-  if (utils.getConnection(none, none, none)) return;
+  if (utils.getConnection(none, none, none)) return true;
   // A failure after the connection was kept leaves the object connected, its methods looked up or null.
   EXPECT_TRUE(utils.connection == nullptr || utils.getConnection(none, none, none));
+  return false;
 }
 
-void makeArray(JdbcUtils& utils) {
-  char* strings[] = {text.data(), wide.data()};
-  const jobjectArray array = utils.NewStringArray(strings, 2);
-  if (array != nullptr) utils.env->DeleteLocalRef(array);
+bool makeArray(JdbcUtils& utils) {
+  char* strings[] = {text.data(), nullptr, wide.data()};
+  const jobjectArray array = utils.NewStringArray(strings, 3);
+  if (array == nullptr) return false;
+  const bool isWhole = utils.env->ExceptionCheck() == JNI_FALSE;
+  const LocalRef<jobject> second(utils.env, isWhole ? utils.env->GetObjectArrayElement(array, 1) : nullptr);
+  utils.env->DeleteLocalRef(array);
+  return !second;
 }
 
-void describeColumn(JdbcUtils& utils) {
+bool describeColumn(JdbcUtils& utils) {
   int type = 0;
   std::string name;
-  utils.getColumnInfo(0, name, type);
+  return utils.getColumnInfo(0, name, type);
 }
 
-void executeBatch(JdbcUtils& utils) {
+bool executeBatch(JdbcUtils& utils) {
   int counts[4];
   utils.autoCommit = false;
-  utils.executeBatch(counts);
+  return utils.executeBatch(counts) == 0;
 }
 
-void listTables(JdbcUtils& utils) {
+bool listTables(JdbcUtils& utils) {
   std::vector<std::string> tables;
   const auto openQuery = [&utils] {
     return std::tuple(utils.statement, utils.resultSet, utils.nextMethod, utils.getStringMethod, utils.getObjectMethod,
                       utils.getAsUtcStringMethod, utils.columnTypes);
   };
   const auto before = openQuery();
-  utils.getTables(tables);
+  const bool listed = utils.getTables(tables);
   EXPECT_TRUE(openQuery() == before);
+  return listed;
 }
 
 /// Rows by the block, one at a time: all of them, or an error that says why not.
-void readBlocks(JdbcUtils& utils) {
+bool readBlocks(JdbcUtils& utils) {
   RowBlocks blocks(utils, {1});
   int rows = 0;
   while (blocks.next()) rows += blocks.rows();
   EXPECT_EQ(blocks.errorState == 0, rows == 2 && blocks.errorMessage.empty());
+  return blocks.errorState == 0;
 }
 
-void readFailingBlocks(JdbcUtils& utils) {
+bool readFailingBlocks(JdbcUtils& utils) {
   std::string sql = "failing rows";
-  if (!utils.executeQuery(sql, 0)) return;
+  if (!utils.executeQuery(sql, 0)) return false;
   RowBlocks blocks(utils);
   while (blocks.next()) continue;
   EXPECT_NE(blocks.errorState, 0);
+  return false;
 }
 
 /// Typed rows by the batch, one at a time: all of them, or an error that says why not.
-void readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> expected) {
+bool readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> expected) {
   std::string query = sql;
-  if (!utils.executeQuery(query, 0)) return;
+  if (!utils.executeQuery(query, 0)) return false;
   ArrowStreamOptions options;
   options.maxRows = 1;
   Held<ArrowArrayStream> stream;
@@ -182,22 +192,23 @@ void readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> e
   if (makeArrowStream(utils, stream, error, options)) {
     const std::optional<std::int64_t> rows = countRows(stream);
     EXPECT_TRUE(rows == expected || (!rows && JniLedger::faultFired()));
-  } else {
-    EXPECT_FALSE(error.empty());
+    return rows.has_value();
   }
+  EXPECT_FALSE(error.empty());
+  return false;
 }
 
 /// Hands two parameters to a query without a connection, which refuses them after all the calls of one that takes them.
-void bindRefused(JdbcUtils& utils) {
+bool bindRefused(JdbcUtils& utils) {
   JNIEnv* env = utils.env;
   const LocalRef<jclass> type(env, env->FindClass("com/ulvanejdbc/arrow/PreparedQuery"));
   const jmethodID of = !type ? nullptr
                              : env->GetStaticMethodID(type.get(), "of",
                                                       "(Lcom/ulvanejdbc/jdbcUtilities;)"
                                                       "Lcom/ulvanejdbc/arrow/PreparedQuery;");
-  if (of == nullptr) return;
+  if (of == nullptr) return false;
   const LocalRef<jobject> query(env, env->CallStaticObjectMethod(type.get(), of, nullptr));
-  if (!query || isPending(env)) return;
+  if (!query || isPending(env)) return false;
   const std::int32_t numbers[] = {1, 2};
   const void* buffers[] = {nullptr, numbers};
   ArrowArray column{2, 0, 0, 2, 0, buffers, nullptr, nullptr, nullptr, nullptr};
@@ -209,20 +220,20 @@ void bindRefused(JdbcUtils& utils) {
   std::string fault;
   EXPECT_FALSE(bindParameters(env, query.get(), schema, batch, fault));
   EXPECT_FALSE(fault.empty());
+  return false;
 }
+
+constexpr bool kPending = true;
 
 struct JdbcRow {
   const char* name;
   State state;
-  std::function<void(JdbcUtils&)> call;
+  std::function<bool(JdbcUtils&)> call;  ///< true being success
   bool mayLeavePending = false;
   const char* word = "postgresql";
 };
 
-constexpr bool kPending = true;
-
 const JdbcRow kJdbcRows[] = {
-    {"javaInit", State::fresh, attach},
     {"NewStringArray", State::configured, makeArray, kPending},
     {"getConnection, oracle", State::configured, connect, false, "oracle"},
     {"getConnection, mssql", State::configured, connect, false, "mssql"},
@@ -232,38 +243,46 @@ const JdbcRow kJdbcRows[] = {
     {"getConnection, teradata", State::configured, connect, false, "teradata"},
     {"getConnection, kdb", State::configured, connect, false, "kdb"},
     {"getConnection, postgresql", State::configured, connect},
-    {"setAutoCommit", State::connected, [](auto& j) { j.setAutoCommit(false); }, kPending},
-    {"commit", State::connected, [](auto& j) { j.commit(); }, kPending},
-    {"getStatement", State::connected, [](auto& j) { j.getStatement(); }},
-    {"executeQuery", State::connected, [](auto& j) { j.executeQuery(wide, 3); }},
-    {"executeQuery again", State::row, [](auto& j) { j.executeQuery(text, 3); }},
-    {"next", State::result, [](auto& j) { j.next(); }, kPending},
+    {"setAutoCommit", State::connected, [](auto& j) { return j.setAutoCommit(!j.autoCommit); }, kPending},
+    {"commit", State::connected, [](auto& j) { return j.commit(); }, kPending},
+    {"getStatement", State::connected, [](auto& j) { return j.getStatement(); }},
+    {"executeQuery", State::connected, [](auto& j) { return j.executeQuery(wide, 3); }},
+    {"executeQuery again", State::row, [](auto& j) { return j.executeQuery(text, 3); }},
+    {"next", State::result, [](auto& j) { return j.next(); }, kPending},
     {"getColumn", State::row, readColumn<JdbcUtils>(2UL), kPending},
-    {"getColumn of a date", State::row, readColumn<JdbcUtils>(3UL), kPending},
-    {"getNumColumns", State::result, [](auto& j) { j.getNumColumns(); }, kPending},
+    {"getNumColumns", State::result, [](auto& j) { return j.getNumColumns() == 3; }, kPending},
     {"getColumnInfo", State::result, describeColumn, kPending},
-    {"RowBlocks", State::result, readBlocks},
-    {"RowBlocks of a failing row", State::statement, readFailingBlocks},
-    {"makeArrowStream", State::statement, [](auto& j) { readStream(j, "typed rows", 3); }},
-    {"makeArrowStream of a failing row", State::statement,
-     [](auto& j) { readStream(j, "failing rows", std::nullopt); }},
-    {"bindParameters", State::configured, bindRefused, kPending},
-    {"closeRS", State::result, [](auto& j) { j.closeRS(); }},
-    {"closeST", State::result, [](auto& j) { j.closeST(); }},
-    {"closeConnection", State::result, [](auto& j) { j.closeConnection(); }},
-    {"executeUpdate", State::statement, [](auto& j) { j.executeUpdate(wide); }},
-    {"addToBatch", State::statement, [](auto& j) { j.addToBatch(wide); }},
+    {"closeRS", State::result, [](auto& j) { return j.closeRS(), j.env != nullptr && j.resultSet == nullptr; }},
+    {"closeST", State::result, [](auto& j) { return j.closeST(), j.env != nullptr && j.statement == nullptr; }},
+    {"closeConnection", State::result,
+     [](auto& j) { return j.closeConnection(), j.env != nullptr && j.connection == nullptr; }},
+    {"executeUpdate", State::statement, [](auto& j) { return j.executeUpdate(wide) == 7; }},
+    {"addToBatch", State::statement, [](auto& j) { return j.addToBatch(wide) == 0; }},
     {"executeBatch", State::statement, executeBatch},
-    {"executeBatch without counts", State::statement, [](auto& j) { j.executeBatch(nullptr); }},
+    {"executeBatch without counts", State::statement, [](auto& j) { return j.executeBatch(nullptr) == 0; }},
     {"getTables", State::connected, listTables},
     {"getTables of Oracle", State::row, listTables, false, "oracle"},
     {"getTables of Teradata", State::connected, listTables, false, "teradata"},
 };
 
+/// What is built upon the object, or works without an environment.
+const JdbcRow kRowsAround[] = {
+    {"javaInit", State::fresh, attach},
+    {"getColumn of a date", State::row, readColumn<JdbcUtils>(3UL), kPending},
+    {"RowBlocks", State::result, readBlocks},
+    {"RowBlocks of a failing row", State::statement, readFailingBlocks},
+    {"makeArrowStream", State::statement, [](auto& j) { return readStream(j, "typed rows", 3); }},
+    {"makeArrowStream of a failing row", State::statement,
+     [](auto& j) { return readStream(j, "failing rows", std::nullopt); }},
+    {"bindParameters", State::configured, bindRefused, kPending},
+};
+
 /// Whatever failed, the object must still close, and hold nothing then.
 std::vector<Member> jdbcMembers() {
+  std::vector<JdbcRow> rows(std::begin(kJdbcRows), std::end(kJdbcRows));
+  rows.insert(rows.end(), std::begin(kRowsAround), std::end(kRowsAround));
   std::vector<Member> members;
-  for (const JdbcRow& row : kJdbcRows) {
+  for (const JdbcRow& row : rows) {
     members.push_back({row.name, [row](JniLedger& ledger, const Armed& armed) {
                          JdbcUtils utils;
                          EXPECT_TRUE(bring(utils, row.state, row.word));
@@ -349,6 +368,22 @@ class LedgerSweep : public DoublesTest {
 TEST_F(LedgerSweep, BridgeReleasesEverythingWhicheverCallFails) { sweep(bridgeMembers(), "JavaConnectionUtils"); }
 
 TEST_F(LedgerSweep, JdbcReleasesEverythingWhicheverCallFails) { sweep(jdbcMembers(), "JdbcUtils"); }
+
+TEST_F(LedgerSweep, AMemberOfJdbcUtilsNeedsJavaInitAndPrintsAnExceptionLeftBeforeIt) {
+  for (const JdbcRow& row : kJdbcRows) {
+    SCOPED_TRACE(row.name);
+    JdbcUtils unborn;
+    unborn.vendor = row.word;
+    EXPECT_FALSE(row.call(unborn));
+
+    JdbcUtils utils;
+    ASSERT_TRUE(bring(utils, row.state, row.word));
+    leavePending();
+    EXPECT_EQ(printed([&] { EXPECT_TRUE(row.call(utils)); }), kLeftOver);
+    EXPECT_FALSE(env->ExceptionCheck());
+    utils.closeConnection();
+  }
+}
 
 /// Fails the reading of a value, by the buffer and by the characters, the last call that can fail.
 template <class Object>

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "JdbcUtils.h"
@@ -261,78 +260,6 @@ TEST_F(Statements, ABatchSwitchesAutoCommitOffAndBackOnWhateverBecomesOfIt) {
   const Trouble trouble(*this, "throw Connection.setAutoCommit");
   EXPECT_EQ(printed([&] { EXPECT_EQ(utils.addToBatch(sql), 0); }), trouble.complaint);
   EXPECT_EQ(calls(), "Connection.setAutoCommit(false)\nStatement.addBatch(select 1)\n");
-}
-
-std::string text = "select 1";
-std::vector<std::string> tables;
-int number = 0;
-
-bool readsColumn(JdbcUtils& utils) {
-  char* value = nullptr;
-  const bool read = utils.getColumn(1, value);
-  std::free(value);
-  return read;
-}
-
-bool buildsArray(JdbcUtils& utils) {
-  char* strings[] = {nullptr, text.data()};
-  const jobjectArray array = utils.NewStringArray(strings, 2);
-  if (array == nullptr) return false;
-  const jobject null = utils.env->GetObjectArrayElement(array, 0);
-  const jobject held = utils.env->GetObjectArrayElement(array, 1);
-  const bool built = null == nullptr && held != nullptr;
-  utils.env->DeleteLocalRef(held);
-  utils.env->DeleteLocalRef(array);
-  return built;
-}
-
-/// Every member that calls Java, true being success, in an order in which each has what it needs.
-const std::pair<const char*, std::function<bool(JdbcUtils&)>> kMembers[] = {
-    {"getConnection", [](auto& utils) { return utils.getConnection(text, text, tables.emplace_back()); }},
-    {"getStatement", [](auto& utils) { return utils.getStatement(); }},
-    {"executeQuery", [](auto& utils) { return utils.executeQuery(text, 0); }},
-    {"next", [](auto& utils) { return utils.next(); }},
-    {"getNumColumns", [](auto& utils) { return utils.getNumColumns() == 3; }},
-    {"getColumnInfo", [](auto& utils) { return utils.getColumnInfo(0, text, number); }},
-    {"getColumn", readsColumn},
-    {"getTables", [](auto& utils) { return utils.getTables(tables); }},
-    {"getOracleTables", [](auto& utils) { return utils.getOracleTables(tables); }},
-    {"getTeradataTables", [](auto& utils) { return utils.getTeradataTables(tables); }},
-    {"executeUpdate", [](auto& utils) { return utils.executeUpdate(text) == 7; }},
-    {"addToBatch", [](auto& utils) { return utils.addToBatch(text) == 0; }},
-    {"executeBatch", [](auto& utils) { return utils.executeBatch(&number) == 1; }},
-    {"setAutoCommit", [](auto& utils) { return utils.setAutoCommit(!utils.autoCommit); }},
-    {"commit", [](auto& utils) { return utils.commit(); }},
-    {"NewStringArray", buildsArray},
-    {"closeRS", [](auto& utils) { return utils.closeRS(), utils.env != nullptr && utils.resultSet == nullptr; }},
-    {"closeST", [](auto& utils) { return utils.closeST(), utils.env != nullptr && utils.statement == nullptr; }},
-    {"closeConnection",
-     [](auto& utils) { return utils.closeConnection(), utils.env != nullptr && utils.connection == nullptr; }},
-    {"destroy", [](auto& utils) { return utils.destroy(), false; }},
-};
-
-TEST_F(Statements, EveryMemberFailsBeforeJavaInitAndPrintsAnExceptionThatWasLeftBeforeIt) {
-  utils.closeConnection();
-  calls();
-  JdbcUtils unborn;
-  for (const char* vendor : {"oracle", "kx"}) {
-    unborn.vendor = vendor;
-    for (const auto& [name, run] : kMembers) EXPECT_FALSE(run(unborn)) << name;
-  }
-  EXPECT_EQ(calls(), "");
-
-  for (const auto& [name, run] : kMembers) {
-    if (name == std::string("destroy")) continue;
-    leavePending();
-    EXPECT_EQ(printed([&, &called = run] { EXPECT_TRUE(called(utils)); }), kLeftOver) << name;
-    EXPECT_FALSE(env->ExceptionCheck()) << name;
-  }
-
-  // The listings of other vendors begin with a look of their own.
-  EXPECT_EQ(connect(), "true, ");
-  utils.vendor = "kx";
-  leavePending();
-  EXPECT_EQ(printed([&] { EXPECT_TRUE(utils.getTables(tables)); }), kLeftOver);
 }
 
 }  // namespace

@@ -37,7 +37,11 @@ final class JdbcDouble implements InvocationHandler {
     }
     String member = type.getSimpleName() + "." + method.getName();
     String answer = Recorder.enter(member, "", arguments);
-    return answer == null ? null : answer(member, answer, arguments);
+    if (answer == null) return null;
+    Object result = table == null ? answer(member, answer, arguments) : cell(member, arguments);
+    if (result != null) return result;
+    Class<?> wanted = method.getReturnType();
+    return wanted == int.class ? (Object) 0 : wanted == boolean.class ? false : null;
   }
 
   private Object answer(String member, String answer, Object[] arguments) throws BatchUpdateException {
@@ -58,8 +62,6 @@ final class JdbcDouble implements InvocationHandler {
       case "Statement.close":
         closed = true;
         return null;
-      case "Statement.execute":
-        return false;
       case "Connection.createStatement":
         return make(Statement.class, null);
       case "Connection.getMetaData":
@@ -75,6 +77,14 @@ final class JdbcDouble implements InvocationHandler {
         return null;
       case "Statement.executeBatch":
         return executeBatch(answer);
+      default:
+        return null;
+    }
+  }
+
+  /** What a result or its metadata answers. */
+  private Object cell(String member, Object[] arguments) {
+    switch (member) {
       case "ResultSet.getMetaData":
         return make(ResultSetMetaData.class, table);
       case "ResultSet.next":
@@ -83,11 +93,6 @@ final class JdbcDouble implements InvocationHandler {
         return table.cell((Integer) arguments[0]);
       case "ResultSet.getInt":
         return Integer.parseInt(table.cell((Integer) arguments[0]));
-      case "ResultSet.wasNull":
-        return false;
-      case "ResultSetMetaData.getPrecision":
-      case "ResultSetMetaData.getScale":
-        return 0;
       case "ResultSetMetaData.isSigned":
         return true;
       case "ResultSetMetaData.getColumnCount":
