@@ -103,8 +103,7 @@ class Bench:
     def measure_reading(self, part):
         for work in self.works(part):
             contestants = [(way, work) for way in self.readers()
-                           if not (way.name == "jpype" and work.rows > 500000)  # too slow
-                           and not (way.name == "odbc-rowset" and work.long_values)]
+                           if not (way.name == "odbc-rowset" and work.long_values)]
             if contestants:
                 require_same_work(self.compare(contestants))
 

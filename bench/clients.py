@@ -54,36 +54,6 @@ class Worker:
         self.process.wait()
 
 
-def connect_jpype(target):
-    import jpype  # only where it is measured
-
-    if not jpype.isJVMStarted():
-        # Debian keeps JPype's own classes apart.
-        jars = [*target["classpath"].split(":"), "/usr/share/java/org.jpype.jar"]
-        jpype.startJVM(target["jvm"], "-Xmx512m", classpath=jars)
-    connection = jpype.java.sql.DriverManager.getConnection(target["url"], target["user"], target["password"])
-    connection.setAutoCommit(False)
-    statement = connection.createStatement()
-    statement.setFetchSize(128)
-
-    def read(work):
-        start = perf_counter()
-        rows = statement.executeQuery("select * from " + work.table)
-        columns = range(1, rows.getMetaData().getColumnCount() + 1)
-        cells = size = first = 0
-        while rows.next():
-            first = first or perf_counter() - start
-            for column in columns:
-                text = rows.getString(column)
-                cells += 1
-                if text is not None:
-                    size += len(str(text))
-        rows.close()
-        return {"wall": perf_counter() - start, "first_row": first, "cells": cells, "bytes": size}
-
-    return read
-
-
 def kivosql(target, *words):
     return [target["kivosql"], "--jvm", target["jvm"], "--class-path", target["classpath"], "--url", target["url"],
             "--user", target["user"], *words]
@@ -112,11 +82,9 @@ def load(command, work):
 
 
 def process_readers(target):
-    ways = [Way("jpype", "Python, JPype", lambda: connect_jpype(target))]
-    if "kivosql" in target:
-        ways.append(Way("kivosql", "kivosql to CSV, the whole program",
-                        lambda: lambda work: read_kivosql(target, work)))
-    return ways
+    if "kivosql" not in target:
+        return []
+    return [Way("kivosql", "kivosql to CSV, the whole program", lambda: lambda work: read_kivosql(target, work))]
 
 
 def loaders(target, csv):

@@ -1,7 +1,5 @@
-// The peers without Java, on PostgreSQL: libpq, ODBC and SOCI.
+// The peers without Java, on PostgreSQL: libpq and ODBC.
 #include <libpq-fe.h>
-#include <soci/postgresql/soci-postgresql.h>
-#include <soci/soci.h>
 #include <sql.h>
 #include <sqlext.h>
 
@@ -171,37 +169,12 @@ Client odbcReader(const Target& target) {
   return [odbc = std::make_shared<OdbcRowset>(target)](const Work& work) { return odbc->read(work.query()); };
 }
 
-Client sociReader(const Target& target) {
-  return [session = std::make_shared<soci::session>(soci::postgresql, libpqTarget(target))](const Work& work) {
-    const double start = now();
-    Reading reading;
-    soci::row first;
-    *session << work.query() + " limit 1", soci::into(first);
-    std::vector<std::vector<std::string>> columns(first.size(), std::vector<std::string>(kRowset));
-    soci::statement statement(*session);
-    for (std::vector<std::string>& column : columns) statement.exchange(soci::into(column));
-    statement.alloc();
-    statement.prepare(work.query());
-    statement.define_and_bind();
-    statement.execute();
-    while (statement.fetch()) {
-      if (reading.firstRow == 0) reading.firstRow = now() - start;
-      for (std::vector<std::string>& column : columns) {
-        for (const std::string& text : column) reading.take(text);
-        column.resize(kRowset);
-      }
-    }
-    return reading;
-  };
-}
-
 }  // namespace
 
 std::vector<Way> nativeWays() {
   return {
       {"reader", "libpq", "libpq, the whole result", libpqReader},
       {"reader", "odbc-rowset", "psqlODBC, bound rowset of 128", odbcReader},
-      {"reader", "soci", "SOCI, vectors of 128", sociReader},
       {"writer", "libpq", "libpq, 1000 rows per statement", libpqWriter},
   };
 }
