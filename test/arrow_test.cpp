@@ -359,6 +359,13 @@ TEST(ArrowStreams, SayWhyTheRowsEnd) {
        EINVAL,
        {"another query has been run"},
        [](jdbcWrapper& wrapper) { wrapper.executeQuery("select 1", 0); }},
+      {"an update",
+       "select x from system_range(1, 9)",
+       {},
+       {},
+       EINVAL,
+       {"a statement that ends them"},
+       [](jdbcWrapper& wrapper) { wrapper.executeUpdate("set @x = 1"); }},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);

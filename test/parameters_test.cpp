@@ -58,6 +58,8 @@ class Query {
 
   long long updateAll() { return env_->CallLongMethod(query_, method("updateAll", "()J")); }
 
+  long long update(int row) { return env_->CallLongMethod(query_, method("update", "(I)J"), row); }
+
   /// Runs the query with a bound row, whose rows the wrapper's stream then reads.
   bool query(int row) { return env_->CallBooleanMethod(query_, method("query", "(I)Z"), row) == JNI_TRUE; }
 
@@ -265,6 +267,11 @@ TEST_P(Parameters, TablesAndTheirColumnsAreListedAsRows) {
     ASSERT_GE(listed.rows.length, 1) << listed.failure;
     EXPECT_EQ(listed.at(row.column, 0), row.expected);
   }
+  // A listing that is not read keeps no table from being dropped.
+  const LocalRef<jobject> unread = settings.list("TABLES", "%");
+  ASSERT_TRUE(unread) << settings.failure();
+  const LocalRef<jclass> readerClass(wrapper.env, wrapper.env->GetObjectClass(unread.get()));
+  wrapper.env->CallVoidMethod(unread.get(), wrapper.env->GetMethodID(readerClass.get(), "close", "()V"));
   update("drop table child");
 }
 
@@ -283,6 +290,51 @@ TEST_P(Parameters, AQueryFindsTheBoundRow) {
     ASSERT_EQ(found.rows.length, 1);
     EXPECT_EQ(ArrowText(*found.schema.children[0], *found.rows.children[0]).at(0), row == 2 ? "c" : "a");
   }
+}
+
+TEST_P(Parameters, ValuesThatWereRefusedAreNotRunLater) {
+  recreate("source", "id int, n varchar(9)");
+  recreate("target", "id int, n int, check (n < 100)");
+  for (const char* row : {"1, '1'", "2, 'x'"}) update(std::string("insert into source values (") + row + ")");
+  query("select id, n from source order by id");
+  const Batch batch(wrapper);
+  ASSERT_EQ(batch.rows.length, 2);
+  Query insert(wrapper, "insert into target values (?, ?)");
+  ArrowArray first = batch.rows;
+  first.length = 1;
+
+  ASSERT_EQ(insert.bind(batch.schema, batch.rows), "");
+  EXPECT_EQ(insert.updateAll(), -2);
+  EXPECT_EQ(insert.failure().find("row 2"), 0U) << insert.failure();
+  ASSERT_EQ(insert.bind(batch.schema, first), "");
+  EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
+
+  ArrowSchema oneColumn = batch.schema;
+  oneColumn.n_children = 1;
+  ArrowArray oneValue = first;
+  oneValue.n_children = 1;
+  EXPECT_NE(insert.bind(oneColumn, oneValue), "");
+  EXPECT_EQ(insert.update(0), -2);
+  ASSERT_EQ(insert.bind(batch.schema, first), "");
+  EXPECT_NE(insert.bind(*batch.schema.children[0], *first.children[0]), "") << "no struct";
+  EXPECT_EQ(insert.updateAll(), -2);
+  EXPECT_EQ(only("select count(*) from target"), "1");
+}
+
+TEST_P(Parameters, AStreamFailsOnceItsStatementIsClosed) {
+  recreate("source", "id int");
+  update("insert into source values (1)");
+  ArrowArrayStream stream{};
+  std::string error;
+  {
+    Query select(wrapper, "select id from source");
+    ASSERT_TRUE(select.query(0)) << select.failure();
+    ASSERT_TRUE(makeArrowStream(wrapper, stream, error)) << error;
+  }
+  ArrowArray batch{};
+  EXPECT_NE(stream.get_next(&stream, &batch), 0);
+  EXPECT_EQ(batch.release, nullptr);
+  stream.release(&stream);
 }
 
 INSTANTIATE_TEST_SUITE_P(OnAll, Parameters, testing::Range(0, 6), nameOf);

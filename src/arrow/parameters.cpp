@@ -172,12 +172,16 @@ std::string refusalOf(JNIEnv* env, jobject query, jmethodID failure) {
 bool bindParameters(JNIEnv* env, jobject query, const ArrowSchema& schema, const ArrowArray& batch,
                     std::string& faultOut) {
   Fields fields;
-  if (!collectColumns(schema, batch, fields)) {
+  const bool collected = collectColumns(schema, batch, fields);
+  LocalRef<jclass> queryClass(env);
+  const jmethodID bind = findMethodOf(env, query, queryClass, kBind);
+  if (!collected) {
+    // So the query lets go of the values that it had, whose memory may be released from now on.
+    if (bind != nullptr) handOver(env, query, bind, {});
+    env->ExceptionClear();
     faultOut = fields.fault;
     return false;
   }
-  LocalRef<jclass> queryClass(env);
-  const jmethodID bind = findMethodOf(env, query, queryClass, kBind);
   const jmethodID failure = bind == nullptr ? nullptr : findMethod(env, queryClass.get(), kFailure);
   if (failure != nullptr && handOver(env, query, bind, fields)) return true;
   faultOut = failure == nullptr ? "the companion jar is of another version" : refusalOf(env, query, failure);

@@ -31,6 +31,8 @@ public final class BoundBatch {
    */
   public void run(PreparedStatement statement, int runs, int rowsEach) throws SQLException {
     int atOnce = session.database().statementsAtOnce();
+    // Rows that were bound before one that could not be are still waiting there.
+    statement.clearBatch();
     session.setRunning(statement);
     try {
       groupStart = next;

@@ -13,6 +13,9 @@ public final class OpenResult {
   /** What a fetched value takes in the heap besides its bytes: PostgreSQL's driver has an array for each. */
   private static final int VALUE_BYTES = 32;
 
+  /** The SQLState of a cursor that is not open. */
+  private static final String CURSOR_STATE = "24000";
+
   private final ResultSet rows;
   private final Session session;
   private final Rows sessionRows;
@@ -43,9 +46,16 @@ public final class OpenResult {
 
   /** Goes to the next row; false once past the last one. */
   public boolean next() throws SQLException {
-    if (session == null) return rows.next();
-    if (session.rows() == sessionRows) return session.next();
-    throw new MisuseException("these rows are no longer open: another query has been run");
+    if (session == null) return nextOfDriver();
+    if (session.rows() == sessionRows && !sessionRows.isCutShort()) return session.next();
+    throw new MisuseException(
+        "these rows are no longer open: another query has been run, or a statement that ends them");
+  }
+
+  /** Rows that were closed too early just end in SQLite's driver, as if there were no more. */
+  private boolean nextOfDriver() throws SQLException {
+    if (rows.isClosed()) throw new SQLException("these rows were closed before their end", CURSOR_STATE);
+    return rows.next();
   }
 
   /** Gives back what the session holds for the rows, after a failure. */

@@ -12,6 +12,7 @@ final class Rows {
   private final CellKind[] kinds;
   private boolean onRow;
   private boolean ended;
+  private boolean cutShort;
 
   /** Reads all there is to know about the columns at once, so that a cell asks the driver for its value alone. */
   Rows(ResultSet rows, boolean anyTypeInAnyCell) throws SQLException {
@@ -65,7 +66,13 @@ final class Rows {
     return rows;
   }
 
+  /** Whether they were closed before their end was seen. */
+  boolean isCutShort() {
+    return cutShort;
+  }
+
   void close() throws SQLException {
+    cutShort = cutShort || !ended;
     onRow = false;
     ended = true;
     rows.close();

@@ -191,6 +191,14 @@ public final class Session {
     }
   }
 
+  /** Closes a prepared statement, and the rows being read if they are its own. */
+  @SuppressWarnings("try") // the statement is there to be closed
+  public void close(PreparedStatement prepared) throws SQLException {
+    try (Statement closes = prepared) {
+      if (rowsStatement == prepared) endRows();
+    }
+  }
+
   /** Whether the statements that failed last as one were undone, as far as the database can. */
   boolean undone() {
     return transactions != null && transactions.undone();

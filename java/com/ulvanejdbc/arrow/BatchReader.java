@@ -38,6 +38,10 @@ public final class BatchReader extends Fallible {
   private final List<Column> fields = new ArrayList<>();
 
   private OpenResult result;
+
+  /** What nobody else closes; may be null. */
+  private ResultSet owned;
+
   private ResultColumn[] sources = {};
   private Column[] columns = {};
 
@@ -62,6 +66,13 @@ public final class BatchReader extends Fallible {
   public static BatchReader ofResult(ResultSet rows, int[] options) {
     BatchReader reader = new BatchReader(options);
     reader.readOrFail(() -> reader.open(OpenResult.of(rows)));
+    return reader;
+  }
+
+  /** Of a result that the reader closes at its end. @param options in the order of {@link Options} */
+  static BatchReader ofOwnResult(ResultSet rows, int[] options) {
+    BatchReader reader = ofResult(rows, options);
+    reader.owned = rows;
     return reader;
   }
 
@@ -97,6 +108,7 @@ public final class BatchReader extends Fallible {
     rowCount = 0;
     slabs = new Slab[0];
     if (state == MORE) readOrFail(this::readRows);
+    if (state != MORE) closeOwned();
     try {
       return write();
     } catch (Throwable noMemory) {
@@ -111,9 +123,19 @@ public final class BatchReader extends Fallible {
     return slabs;
   }
 
-  /** Ends the reading. The result stays open: its owner closes it. */
+  /** Ends the reading. A result that has another owner stays open: that one closes it. */
   public void close() {
     if (state == MORE) state = ENDED;
+    closeOwned();
+  }
+
+  @SuppressWarnings("try") // the result is there to be closed
+  private void closeOwned() {
+    try (ResultSet closes = owned) {
+      owned = null;
+    } catch (SQLException | RuntimeException alreadyBroken) {
+      return;
+    }
   }
 
   private void open(OpenResult source) throws SQLException {

@@ -1,6 +1,7 @@
 package com.ulvanejdbc.arrow;
 
 import java.sql.ParameterMetaData;
+import java.sql.PreparedStatement;
 import java.sql.SQLException;
 import java.sql.Types;
 
@@ -9,6 +10,15 @@ final class ParameterType {
   private static final String UNKNOWN = "n";
 
   private ParameterType() {}
+
+  /** How many parameters a statement has; negative where the driver does not say. */
+  static int count(PreparedStatement statement) {
+    try {
+      return statement.getParameterMetaData().getParameterCount();
+    } catch (SQLException | RuntimeException unknown) {
+      return -1;
+    }
+  }
 
   /** The Arrow format of the values that a parameter takes. */
   static String of(ParameterMetaData described, int place) {

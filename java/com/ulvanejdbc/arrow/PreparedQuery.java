@@ -42,6 +42,9 @@ public final class PreparedQuery extends Fallible {
   private int maxRows;
   private BoundRows rows;
 
+  /** The statement still has the values of its last run, which are not to be taken for those that were refused. */
+  private boolean refusedValues;
+
   private PreparedQuery(jdbcUtilities utilities) {
     this.utilities = utilities;
   }
@@ -96,10 +99,16 @@ public final class PreparedQuery extends Fallible {
   public boolean bind(String formats, ByteBuffer[] buffers, long[] numbers) {
     return attempt(() -> {
       rows = null;
+      refusedValues = true;
       List<ParameterField> fields = fields(formats.isEmpty() ? new String[0] : formats.split("\n"), buffers, numbers);
+      int wanted = ParameterType.count(statement());
+      if (wanted >= 0 && wanted != fields.size()) {
+        throw new MisuseException(fields.size() + " columns of values for " + wanted + " parameters");
+      }
       ParameterColumn[] columns = new ParameterColumn[fields.size()];
       for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index + 1);
       rows = new BoundRows(columns, fields.isEmpty() ? 0 : fields.get(0).length());
+      refusedValues = false;
     });
   }
 
@@ -168,7 +177,7 @@ public final class PreparedQuery extends Fallible {
         session().runAsOne(connection -> batch.run(ready, rows.count(), 1));
       } catch (SQLException refused) {
         int failed = batch.failedRow(refused);
-        if (failed == BoundBatch.UNKNOWN) throw refused;
+        if (failed == BoundBatch.UNKNOWN || !rows.place().isEmpty()) throw refused;
         throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
       }
       count[0] = batch.changed();
@@ -247,6 +256,7 @@ public final class PreparedQuery extends Fallible {
   }
 
   private void bindRow(int row) throws SQLException {
+    if (refusedValues) throw new MisuseException("no parameters are bound: the last ones were refused");
     if (rows != null) rows.bind(row, statement(), 1);
   }
 
@@ -254,8 +264,9 @@ public final class PreparedQuery extends Fallible {
     PreparedStatement last = statement;
     statement = null;
     rows = null;
+    refusedValues = false;
     sql = null;
-    if (last != null) last.close();
+    if (last != null) session().close(last);
   }
 
   @Override

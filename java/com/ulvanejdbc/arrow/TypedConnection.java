@@ -148,7 +148,7 @@ public final class TypedConnection extends Fallible {
     BatchReader[] reader = {null};
     attempt(() -> {
       ResultSet rows = Listing.valueOf(listing).question.ask(connection().getMetaData(), names);
-      reader[0] = BatchReader.ofResult(rows, options);
+      reader[0] = BatchReader.ofOwnResult(rows, options);
     });
     return reader[0];
   }
