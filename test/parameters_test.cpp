@@ -1,125 +1,21 @@
 // Parameters bound in Arrow's layout, on real databases: what a typed result gives goes into another table as it is.
 
-#include "arrow/parameters.h"
-
 #include <gtest/gtest.h>
-#include <strings.h>
 
 #include <fstream>
 #include <sstream>
 #include <string>
 
 #include "KivoArrow.h"
-#include "arrow/reader.h"
-#include "arrow/stream.h"
 #include "arrow_text.h"
 #include "jni/local_ref.h"
 #include "jni/method.h"
 #include "jni/numbers.h"
-#include "jni/text.h"
+#include "prepared_query.h"
 #include "wrapper_on_databases.h"
 
 namespace kivo::test {
 namespace {
-
-std::string failureOf(JNIEnv* env, jobject object, jmethodID failure) {
-  const LocalRef<jobject> text = callObject(env, object, failure);
-  std::string copy;
-  if (text) copyText(env, static_cast<jstring>(text.get()), copy);
-  return copy;
-}
-
-/// The jar's PreparedQuery, as native code drives it.
-class Query {
- public:
-  Query(const jdbcWrapper& wrapper, const std::string& sql) : env_(wrapper.env) {
-    type_ = env_->FindClass("com/ulvanejdbc/arrow/PreparedQuery");
-    const jmethodID of =
-        env_->GetStaticMethodID(type_, "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/PreparedQuery;");
-    query_ = env_->CallStaticObjectMethod(type_, of, wrapper.utilitiesObject);
-    const jstring text = env_->NewStringUTF(sql.c_str());
-    EXPECT_EQ(env_->CallBooleanMethod(query_, method("prepare", "(Ljava/lang/String;Z)Z"), text, JNI_FALSE), JNI_TRUE)
-        << failure();
-    env_->DeleteLocalRef(text);
-  }
-  ~Query() {
-    EXPECT_EQ(env_->CallBooleanMethod(query_, method("close", "()Z")), JNI_TRUE) << failure();
-    env_->DeleteLocalRef(query_);
-    env_->DeleteLocalRef(type_);
-  }
-  Query(const Query&) = delete;
-  Query& operator=(const Query&) = delete;
-
-  /// @return what is wrong with the values; empty when nothing is.
-  std::string bind(const ArrowSchema& schema, const ArrowArray& batch) {
-    std::string fault;
-    return bindParameters(env_, query_, schema, batch, fault) ? "" : fault;
-  }
-
-  long long updateAll() { return env_->CallLongMethod(query_, method("updateAll", "()J")); }
-
-  long long update(int row) { return env_->CallLongMethod(query_, method("update", "(I)J"), row); }
-
-  /// Runs the query with a bound row, whose rows the wrapper's stream then reads.
-  bool query(int row) { return env_->CallBooleanMethod(query_, method("query", "(I)Z"), row) == JNI_TRUE; }
-
-  std::string failure() { return failureOf(env_, query_, method("failure", "()Ljava/lang/String;")); }
-
- private:
-  jmethodID method(const char* name, const char* signature) { return env_->GetMethodID(type_, name, signature); }
-
-  JNIEnv* env_;
-  jclass type_;
-  jobject query_;
-};
-
-/// A batch of a result, whose memory goes with it.
-struct Batch {
-  ArrowSchema schema{};
-  ArrowArray rows{};
-
-  /// Of the open result.
-  explicit Batch(jdbcWrapper& wrapper) {
-    ArrowArrayStream stream{};
-    std::string error;
-    EXPECT_TRUE(makeArrowStream(wrapper, stream, error)) << error;
-    if (stream.release != nullptr) take(stream);
-  }
-
-  /// Of a BatchReader.
-  Batch(JNIEnv* env, jobject reader) {
-    ArrowArrayStream stream{};
-    std::string error;
-    ReaderMethods methods;
-    const LocalRef<jclass> type(env, env->GetObjectClass(reader));
-    EXPECT_TRUE(findReaderMethods(env, type.get(), methods) && openStream(env, methods, reader, stream, error))
-        << error;
-    if (stream.release != nullptr) take(stream);
-  }
-
-  /// A cell of the first batch, in a column whose name's case does not matter.
-  Text at(const char* column, std::int64_t row) const {
-    for (std::int64_t index = 0; index < schema.n_children; ++index) {
-      if (strcasecmp(schema.children[index]->name, column) != 0) continue;
-      return ArrowText(*schema.children[index], *rows.children[index]).at(row);
-    }
-    return "no column " + std::string(column);
-  }
-
-  void take(ArrowArrayStream& stream) {
-    EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
-    if (stream.get_next(&stream, &rows) != 0) failure = stream.get_last_error(&stream);
-    stream.release(&stream);
-  }
-  ~Batch() {
-    if (schema.release != nullptr) schema.release(&schema);
-    if (rows.release != nullptr) rows.release(&rows);
-  }
-  Batch(const Batch&) = delete;
-  Batch& operator=(const Batch&) = delete;
-
-  std::string failure;
-};
 
 using Parameters = Databases;
 
@@ -321,6 +217,44 @@ TEST_P(Parameters, ValuesThatWereRefusedAreNotRunLater) {
   EXPECT_EQ(only("select count(*) from target"), "1");
 }
 
+TEST_P(Parameters, ANumberThatIsNoTimeIsRefused) {
+  const char* const timestamp = database.word == "mariadb" ? "datetime" : "timestamp";
+  const struct {
+    const char* type;
+    const char* format;
+    std::int64_t value;
+  } rows[] = {
+      {"time", "ttu", -1},
+      {"time", "ttu", 86'400'000'000},
+      {timestamp, "tss:", (std::int64_t{1} << 32) * 31'556'952},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.format) + std::to_string(row.value));
+    recreate("target", std::string("v ") + row.type);
+    const OneValue one(row.format, row.value);
+    Query insert(wrapper, "insert into target values (?)");
+    ASSERT_EQ(insert.bind(one.schema, one.rows), "");
+    EXPECT_EQ(insert.updateAll(), -2);
+    EXPECT_EQ(insert.failure().find("row 1, parameter 1: "), 0U) << insert.failure();
+  }
+}
+
+TEST_P(Parameters, ANumberBeyondItsColumnNeverBecomesAnother) {
+  recreate("target", "v smallint");
+  const OneValue one("l", 65535);
+  Query insert(wrapper, "insert into target values (?)");
+  ASSERT_EQ(insert.bind(one.schema, one.rows), "");
+  const bool taken = insert.updateAll() == 1;
+  EXPECT_NE(taken, !insert.failure().empty());
+  query("select v from target");
+  const Batch read(wrapper);
+  if (taken && read.failure.empty()) {
+    EXPECT_EQ(read.at("v", 0), "65535");
+  } else {
+    EXPECT_EQ(read.rows.length, 0);
+  }
+}
+
 TEST_P(Parameters, AStreamFailsOnceItsStatementIsClosed) {
   recreate("source", "id int");
   update("insert into source values (1)");
@@ -335,6 +269,22 @@ TEST_P(Parameters, AStreamFailsOnceItsStatementIsClosed) {
   EXPECT_NE(stream.get_next(&stream, &batch), 0);
   EXPECT_EQ(batch.release, nullptr);
   stream.release(&stream);
+}
+
+TEST(Postgresql, RowsWithoutColumnsAreCounted) {
+  Database database = databases()[5];
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
+              wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
+              wrapper.executeQuery("select from generate_series(1, 3)", 0))
+      << wrapper.errorMessage;
+  {
+    const Batch batch(wrapper);
+    EXPECT_EQ(batch.failure, "");
+    EXPECT_EQ(batch.rows.length, 3);
+    EXPECT_EQ(batch.schema.n_children, 0);
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 INSTANTIATE_TEST_SUITE_P(OnAll, Parameters, testing::Range(0, 6), nameOf);

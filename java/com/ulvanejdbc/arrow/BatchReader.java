@@ -88,7 +88,7 @@ public final class BatchReader extends Fallible {
    * four texts in UTF-8 that each end with a NUL. Null after a failure.
    */
   public byte[] schema() {
-    if (fields.isEmpty()) return null;
+    if (failure() != null) return null;
     StringBuilder text = new StringBuilder();
     for (int index = 0; index < columns.length; ++index) {
       describe(columns[index], sources[index].label, sources[index].typeName, text);

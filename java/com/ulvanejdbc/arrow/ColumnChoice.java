@@ -20,7 +20,6 @@ final class ColumnChoice {
 
   private static final long NO_NUMBER = Long.MIN_VALUE;
 
-  private static final FixedColumn.Reader INT = ResultSet::getInt;
   private static final FixedColumn.Reader FLOAT = (rows, number) -> Float.floatToRawIntBits(rows.getFloat(number));
   private static final FixedColumn.Reader DOUBLE = (rows, number) -> Double.doubleToRawLongBits(rows.getDouble(number));
 
@@ -103,8 +102,19 @@ final class ColumnChoice {
   private Column wholeNumber(String signed, String unsigned, int width) {
     if (column.takesAnyType) return FixedColumn.ofRows("l", Long.BYTES, Mixed.wholeNumber("l"));
     if (column.isServerText) return FixedColumn.ofRows(signed, width, ColumnChoice::wholeNumberText);
-    if (column.signed) return FixedColumn.ofRows(signed, width, width == Long.BYTES ? ResultSet::getLong : INT);
+    if (column.signed) return FixedColumn.ofRows(signed, width, signedReader(signed, width));
     return FixedColumn.ofRows(unsigned, width, width == Long.BYTES ? ColumnChoice::unsignedLong : ResultSet::getLong);
+  }
+
+  /** HSQLDB lets a parameter put a larger number into a column than its type has. */
+  private static FixedColumn.Reader signedReader(String format, int width) {
+    if (width == Long.BYTES) return ResultSet::getLong;
+    if (width == Integer.BYTES) return ResultSet::getInt;
+    return (rows, number) -> {
+      int value = rows.getInt(number);
+      if (value == (width == Byte.BYTES ? (byte) value : (short) value)) return value;
+      throw new UnfitValueException(value, format);
+    };
   }
 
   private static long wholeNumberText(ResultSet rows, int number) throws SQLException {

@@ -14,6 +14,9 @@ import java.util.concurrent.TimeUnit;
 final class ParameterColumn {
   private static final int DEFAULT_DECIMAL_BITS = 128;
 
+  /** Farther from 1970 than this, a year may not fit 32 bits. */
+  private static final long MAX_DAY = 365L * (Integer.MAX_VALUE - 2000);
+
   /** Binds a value that is not null. */
   private interface Binder {
     void bind(PreparedStatement statement, int place, int row) throws SQLException;
@@ -156,6 +159,7 @@ final class ParameterColumn {
   private Binder timesOfDay(TimeUnit unit, boolean inInts) {
     return (statement, place, row) -> {
       long units = inInts ? field.int32(row) : field.int64(row);
+      if (units < 0 || units >= unit.convert(1, TimeUnit.DAYS)) throw new UnfitValueException(units, field.format);
       texts.bind(statement, place, UtcText.ofTimeOfDay(unit.toNanos(units)));
     };
   }
@@ -167,7 +171,9 @@ final class ParameterColumn {
     return (statement, place, row) -> {
       long units = field.int64(row);
       long nanosOfDay = unit.toNanos(Math.floorMod(units, perDay));
-      texts.bind(statement, place, UtcText.ofDayAndTime(Math.floorDiv(units, perDay), nanosOfDay) + suffix);
+      long day = Math.floorDiv(units, perDay);
+      if (Math.abs(day) > MAX_DAY) throw new UnfitValueException(units, field.format);
+      texts.bind(statement, place, UtcText.ofDayAndTime(day, nanosOfDay) + suffix);
     };
   }
 
