@@ -27,94 +27,50 @@ namespace {
 using Text = std::optional<std::string>;
 using Grid = std::vector<Text>;
 
-/// Either of the two objects that blocks are read of.
-class Source {
- public:
-  virtual ~Source() = default;
-  Source() = default;
-  Source(const Source&) = delete;
-  Source& operator=(const Source&) = delete;
-
-  virtual bool query(std::string sql) = 0;
-  virtual int columns() = 0;
-  virtual bool next() = 0;
-  virtual bool getColumn(int column, char*& value) = 0;
-  virtual RowBlocks blocks(const RowBlocksOptions& options) = 0;
-
-  /// The cells of the rows before the first that has one that cannot be read.
-  Grid byCell() {
-    Grid grid;
-    for (const int count = columns(); next();) {
-      const std::size_t rowStart = grid.size();
-      for (int column = 1; column <= count; ++column) {
-        char* value = nullptr;
-        if (!getColumn(column, value)) {
-          grid.resize(rowStart);
-          return grid;
-        }
-        grid.push_back(value == nullptr ? Text() : Text(value));
-        std::free(value);
-      }
-    }
-    return grid;
-  }
-};
-
-/// Both in one shape, for tests that hold for either.
-class WrapperSource : public Source {
- public:
-  explicit WrapperSource(const Database& database) {
-    std::string url = database.url;
-    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(database.user, database.password) &&
-                wrapper.getStatement())
-        << wrapper.errorMessage;
-  }
-  ~WrapperSource() override { wrapper.closeConnection(); }
-
-  bool query(std::string sql) override { return wrapper.executeQuery(sql, 0); }
-  int columns() override { return wrapper.getNumColumns(); }
-  bool next() override { return wrapper.next(); }
-  bool getColumn(int column, char*& value) override { return wrapper.getColumn(column, value); }
-  RowBlocks blocks(const RowBlocksOptions& options) override { return RowBlocks(wrapper, options); }
-
-  jdbcWrapper wrapper;
-};
-
-/// Connected through DriverManager: JdbcUtils knows no DataSource of most of these databases.
-class UtilsSource : public Source {
- public:
-  explicit UtilsSource(const Database& database) {
-    EXPECT_TRUE(utils.javaInit());
-    JNIEnv* env = utils.env;
+/// A JdbcUtils connected through DriverManager: it knows no DataSource of most of these databases.
+struct ConnectedUtils : JdbcUtils {
+  explicit ConnectedUtils(const Database& database) {
+    EXPECT_TRUE(javaInit());
     EXPECT_EQ(env->PushLocalFrame(16), JNI_OK);
-    const auto text = [env](const std::string& value) {
+    const auto text = [this](const std::string& value) {
       return value.empty() ? nullptr : env->NewStringUTF(value.c_str());
     };
     const jclass drivers = env->FindClass("java/sql/DriverManager");
     const jmethodID connect = env->GetStaticMethodID(
         drivers, "getConnection", "(Ljava/lang/String;Ljava/lang/String;Ljava/lang/String;)Ljava/sql/Connection;");
-    const jobject connection =
+    const jobject made =
         env->CallStaticObjectMethod(drivers, connect, text(database.url), text(database.user), text(database.password));
     EXPECT_FALSE(env->ExceptionCheck()) << database.url;
-    utils.connection = env->NewGlobalRef(connection);
+    connection = env->NewGlobalRef(made);
     env->PopLocalFrame(nullptr);
   }
-  ~UtilsSource() override { utils.closeConnection(); }
+  ~ConnectedUtils() { closeConnection(); }
 
-  bool query(std::string sql) override { return utils.executeQuery(sql, 0); }
-  int columns() override { return utils.getNumColumns(); }
-  bool next() override { return utils.next(); }
-  bool getColumn(int column, char*& value) override {
-    return utils.getColumn(static_cast<unsigned long>(column), value) && utils.env->ExceptionCheck() == JNI_FALSE;
-  }
-  RowBlocks blocks(const RowBlocksOptions& options) override { return RowBlocks(utils, options); }
-
-  JdbcUtils utils;
+  bool query(std::string sql) { return executeQuery(sql, 0); }
 };
 
-std::unique_ptr<Source> source(bool isUtils, const Database& database) {
-  if (isUtils) return std::make_unique<UtilsSource>(database);
-  return std::make_unique<WrapperSource>(database);
+bool readCell(jdbcWrapper& wrapper, int column, char*& value) { return wrapper.getColumn(column, value); }
+bool readCell(JdbcUtils& utils, int column, char*& value) {
+  return utils.getColumn(static_cast<unsigned long>(column), value) && utils.env->ExceptionCheck() == JNI_FALSE;
+}
+
+/// The cells of the rows before the first that has one that cannot be read.
+template <class Object>
+Grid readByCell(Object& object) {
+  Grid grid;
+  for (const int count = object.getNumColumns(); object.next();) {
+    const std::size_t rowStart = grid.size();
+    for (int column = 1; column <= count; ++column) {
+      char* value = nullptr;
+      if (!readCell(object, column, value)) {
+        grid.resize(rowStart);
+        return grid;
+      }
+      grid.push_back(value == nullptr ? Text() : Text(value));
+      std::free(value);
+    }
+  }
+  return grid;
 }
 
 Grid read(RowBlocks& blocks) {
@@ -175,16 +131,23 @@ class Blocks : public testing::TestWithParam<int> {
 /// The second has PostgreSQL's driver ask for values in binary form.
 constexpr const char* kSettings[] = {"", "?prepareThreshold=-1"};
 
-/// Reads a query by cell, and by the block in both encodings. @return the cells, in standard UTF-8.
-Grid compareCells(Source& reader, const std::string& sql) {
-  EXPECT_TRUE(reader.query(sql));
-  const Grid expected = reader.byCell();
+/// Reads the cells one by one, and by the block in both encodings. @return them in standard UTF-8.
+template <class Object>
+Grid compareCells(const Database& database) {
+  const char* const sql = "select k, v, again from cells order by k";
+  Object object(database);
+  // Text of dates and times must not depend on the session's zone, whose offsets had seconds once.
+  if (database.word == "postgresql") {
+    EXPECT_TRUE(object.query("select set_config('TimeZone', 'America/St_Johns', false)"));
+  }
+  EXPECT_TRUE(object.query(sql));
+  const Grid expected = readByCell(object);
   Grid standard = expected;
   for (Text& text : standard) text = text ? Text(utf8::toStandard(*text).text) : Text();
-  EXPECT_TRUE(reader.query(sql));
-  EXPECT_EQ(read(reader.blocks({2, false, 1 << 20})), expected);
-  EXPECT_TRUE(reader.query(sql));
-  EXPECT_EQ(read(reader.blocks({512, true, 1 << 20})), standard);
+  EXPECT_TRUE(object.query(sql));
+  EXPECT_EQ(read(RowBlocks(object, {2, false, 1 << 20})), expected);
+  EXPECT_TRUE(object.query(sql));
+  EXPECT_EQ(read(RowBlocks(object, {512, true, 1 << 20})), standard);
   return standard;
 }
 
@@ -206,10 +169,10 @@ Grid fill(jdbcWrapper& wrapper, const std::string& type, const std::vector<Liter
 TEST_P(Blocks, EveryCellIsWhatGetColumnGives) {
   const bool isPostgres = tested.word == "postgresql";
   std::size_t cells = 0;
-  WrapperSource writer(tested);
+  ConnectedWrapper writer(tested);
   for (const auto& [type, values] : literals()) {
     SCOPED_TRACE(type);
-    const Grid truth = fill(writer.wrapper, type, values);
+    const Grid truth = fill(writer, type, values);
     for (const bool isUtils : {false, true}) {
       for (const char* settings : kSettings) {
         SCOPED_TRACE(std::string(isUtils ? "JdbcUtils" : "jdbcWrapper") + settings);
@@ -219,10 +182,7 @@ TEST_P(Blocks, EveryCellIsWhatGetColumnGives) {
         if (isOwnText && isBinary) continue;
         Database set = tested;
         if (isPostgres) set.url += settings;
-        const auto reader = source(isUtils, set);
-        // Text of dates and times must not depend on the session's zone, whose offsets had seconds once.
-        EXPECT_TRUE(!isPostgres || reader->query("select set_config('TimeZone', 'America/St_Johns', false)"));
-        const Grid read = compareCells(*reader, "select k, v, again from cells order by k");
+        const Grid read = isUtils ? compareCells<ConnectedUtils>(set) : compareCells<ConnectedWrapper>(set);
         // From the binary form the driver makes some texts of its own.
         const bool isTime = type.rfind("date", 0) == 0 || type.rfind("time", 0) == 0;
         const bool isKnown = isTime || (!isBinary && !isOwnText);
@@ -327,9 +287,9 @@ TEST(BlocksOfResults, EndAsTheRowsDo) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
-    WrapperSource reader(database(row.word));
-    ASSERT_TRUE(reader.query(row.sql)) << reader.wrapper.errorMessage;
-    RowBlocks blocks(reader.wrapper, row.options);
+    ConnectedWrapper reader(database(row.word));
+    ASSERT_TRUE(reader.query(row.sql)) << reader.errorMessage;
+    RowBlocks blocks(reader, row.options);
     expectOutcome(blocks, row.outcome);
   }
 }
@@ -339,10 +299,10 @@ TEST(BlocksOfResults, MakeRoomForTheLastByteOfAnyValue) {
   for (const char* last : {"'x'", "char(233)", "12345", "X'00FF'", "date '2024-12-31'", "localtime(9)",
                            "timestamp '2024-12-31 23:59:59.123456789'"}) {
     SCOPED_TRACE(last);
-    WrapperSource reader(database("h2"));
+    ConnectedWrapper reader(database("h2"));
     const std::string from = " from system_range(16350, 16390)";
-    ASSERT_TRUE(reader.query(std::string("select repeat('x', x), ") + last + from)) << reader.wrapper.errorMessage;
-    RowBlocks blocks(reader.wrapper, {1});
+    ASSERT_TRUE(reader.query(std::string("select repeat('x', x), ") + last + from)) << reader.errorMessage;
+    RowBlocks blocks(reader, {1});
     expectOutcome(blocks, {std::size_t{2} * 41, 0, ""});
   }
 }
@@ -350,20 +310,20 @@ TEST(BlocksOfResults, MakeRoomForTheLastByteOfAnyValue) {
 TEST(BlocksOfResults, TakeTextInAnyEncodingThatTheServerSends) {
   Database latin = database("postgresql");
   latin.url += "?allowEncodingChanges=true";
-  WrapperSource reader(latin);
-  ASSERT_NE(reader.wrapper.executeUpdate("set client_encoding to latin1"), -1) << reader.wrapper.errorMessage;
+  ConnectedWrapper reader(latin);
+  ASSERT_NE(reader.executeUpdate("set client_encoding to latin1"), -1) << reader.errorMessage;
   // Two letters of Latin-1 whose bytes would pass for one letter of UTF-8.
   ASSERT_TRUE(reader.query("select U&'\\00C3\\00BC'"));
-  EXPECT_EQ(read(reader.blocks({})), Grid{"\u00C3\u00BC"});
+  EXPECT_EQ(read(RowBlocks(reader)), Grid{"\u00C3\u00BC"});
 }
 
 TEST(BlocksOfResults, OfAWrapperReleaseEverythingWhicheverCallFails) {
   JniLedger ledger;
-  WrapperSource reader(database("h2"));
+  ConnectedWrapper reader(database("h2"));
   const auto operation = [&reader](const Armed& armed) {
     ASSERT_TRUE(reader.query("select x from system_range(1, 3)"));
     armed([&reader] {
-      RowBlocks blocks(reader.wrapper, {2});
+      RowBlocks blocks(reader, {2});
       int rows = 0;
       while (blocks.next()) rows += blocks.rows();
       EXPECT_EQ(blocks.errorState == 0, rows == 3 && blocks.errorMessage.empty());
@@ -401,25 +361,25 @@ class NoBufferMemory {
 };
 
 TEST(BlocksOfResults, BringTheRowsThatThereIsMemoryFor) {
-  WrapperSource reader(database("h2"));
+  ConnectedWrapper reader(database("h2"));
   ASSERT_TRUE(reader.query("select repeat('x', case when x < 12 then 1 else 500000 end) from system_range(1, 20)"));
-  RowBlocks blocks(reader.wrapper, {8});
-  const NoBufferMemory none(reader.wrapper.env);
+  RowBlocks blocks(reader, {8});
+  const NoBufferMemory none(reader.env);
   // A full block, then what there is room for of the second.
   expectOutcome(blocks, {11, 2, "out of memory"});
 }
 
 TEST(BlocksOfResults, OfAWrapperHoldNothingInTheDatabaseAfterAFailure) {
-  WrapperSource reader(database("postgresql"));
-  WrapperSource other(database("postgresql"));
-  other.wrapper.executeUpdate("drop table held");
-  ASSERT_EQ(other.wrapper.executeUpdate("create table held as select generate_series(1, 1000) as g"), 1000);
+  ConnectedWrapper reader(database("postgresql"));
+  ConnectedWrapper other(database("postgresql"));
+  other.executeUpdate("drop table held");
+  ASSERT_EQ(other.executeUpdate("create table held as select generate_series(1, 1000) as g"), 1000);
   ASSERT_TRUE(reader.query("select g, repeat('x', g) from held"));
-  RowBlocks blocks(reader.wrapper, {64, false, 99});
+  RowBlocks blocks(reader, {64, false, 99});
   expectOutcome(blocks, {std::size_t{2} * 97, 2, "more text than the limit"});
-  EXPECT_EQ(other.wrapper.executeUpdate("set lock_timeout = '" + std::to_string(80 * patience()) + "s'"), 0);
-  EXPECT_EQ(other.wrapper.executeUpdate("drop table held"), 0) << other.wrapper.errorMessage;
-  EXPECT_TRUE(reader.query("select 1")) << reader.wrapper.errorMessage;
+  EXPECT_EQ(other.executeUpdate("set lock_timeout = '" + std::to_string(80 * patience()) + "s'"), 0);
+  EXPECT_EQ(other.executeUpdate("drop table held"), 0) << other.errorMessage;
+  EXPECT_TRUE(reader.query("select 1")) << reader.errorMessage;
 }
 
 TEST(BlocksOfResults, AnswerForTheirSource) {
@@ -428,38 +388,38 @@ TEST(BlocksOfResults, AnswerForTheirSource) {
   RowBlocks ofUnattached(unattached);
   expectOutcome(ofUnattached, none);
 
-  UtilsSource utils(database("h2"));
-  RowBlocks ofNothing(utils.utils);
+  ConnectedUtils utils(database("h2"));
+  RowBlocks ofNothing(utils);
   expectOutcome(ofNothing, none);
 
   // What the source left pending is still its own to tell.
   ASSERT_TRUE(utils.query("select 'x' from system_range(1, 3)"));
-  const jclass thrown = utils.utils.env->FindClass("java/lang/IllegalStateException");
-  utils.utils.env->ThrowNew(thrown, "left over");
-  EXPECT_EQ(read(utils.blocks({})).size(), 3U);
-  EXPECT_TRUE(utils.utils.env->ExceptionCheck());
-  utils.utils.env->ExceptionClear();
-  utils.utils.env->DeleteLocalRef(thrown);
+  const jclass thrown = utils.env->FindClass("java/lang/IllegalStateException");
+  utils.env->ThrowNew(thrown, "left over");
+  EXPECT_EQ(read(RowBlocks(utils)).size(), 3U);
+  EXPECT_TRUE(utils.env->ExceptionCheck());
+  utils.env->ExceptionClear();
+  utils.env->DeleteLocalRef(thrown);
 
   // As getColumn() reads a column that could not be described: as text.
   ASSERT_TRUE(utils.query("select date '12345-01-01'"));
-  utils.utils.columnTypes = {1111};
-  EXPECT_EQ(read(utils.blocks({})), Grid{"12345-01-01"});
+  utils.columnTypes = {1111};
+  EXPECT_EQ(read(RowBlocks(utils)), Grid{"12345-01-01"});
 
   ASSERT_TRUE(utils.query("select 'x' from system_range(1, 3)"));
-  RowBlocks ofClosed(utils.utils);
-  utils.utils.closeConnection();
+  RowBlocks ofClosed(utils);
+  utils.closeConnection();
   expectOutcome(ofClosed, {0, 1, "closed"});
 
-  WrapperSource wrapper(database("h2"));
-  RowBlocks ofNoQuery(wrapper.wrapper);
+  ConnectedWrapper wrapper(database("h2"));
+  RowBlocks ofNoQuery(wrapper);
   expectOutcome(ofNoQuery, {0, 2, "no query has been run"});
   ASSERT_TRUE(wrapper.query("select 'x' from system_range(1, 3)"));
-  RowBlocks first(wrapper.wrapper, {2, false, 100});
+  RowBlocks first(wrapper, {2, false, 100});
   EXPECT_TRUE(first.next());
   ASSERT_TRUE(wrapper.query("select 'y' from system_range(1, 3)"));
   expectOutcome(first, {0, 2, "another query has been run"});
-  EXPECT_EQ(read(wrapper.blocks({})).size(), 3U);
+  EXPECT_EQ(read(RowBlocks(wrapper)).size(), 3U);
 }
 
 }  // namespace

@@ -65,8 +65,7 @@ bool call(const jdbcWrapper& wrapper, const char* method) {
 }
 
 TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
-  jdbcWrapper keeper;  // of SQLite's database, which is in memory
-  connect(keeper);
+  const ConnectedWrapper keeper(database);  // of SQLite's database, which is in memory
   recreate("whole", "id int primary key");
   wrapper.executeUpdate("drop table whole_more");
   const struct {
@@ -96,7 +95,6 @@ TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
   update("create table whole_more (id int)");
   const bool undone = call(wrapper, "rollbackTransaction");
   EXPECT_EQ(othersOnly("select count(*) from whole"), undone ? "4" : "5");
-  keeper.closeConnection();
 }
 
 /// Derby has no statement that begins a transaction, and HSQLDB's driver does not report one.
@@ -306,19 +304,16 @@ TEST(Connections, CommitWhateverTheirUrlSaysOfAutoCommit) {
     const char* setting;
   } rows[] = {{0, ";AUTOCOMMIT=OFF"}, {4, "?autocommit=false"}};
   for (const auto& row : rows) {
-    const Database& database = databases()[static_cast<std::size_t>(row.index)];
+    Database database = databases()[static_cast<std::size_t>(row.index)];
     SCOPED_TRACE(database.word);
+    database.url += row.setting;
     for (const char* sql :
          {"create table committed (id int)", "insert into committed values (1)", "drop table committed"}) {
-      jdbcWrapper wrapper;
-      std::string url = database.url + row.setting;
-      EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection(database.user, database.password) &&
-                  wrapper.getStatement());
+      ConnectedWrapper wrapper(database);
       if (*sql == 'd') {
         EXPECT_EQ(wrapper.executeUpdate("delete from committed"), 1);
       }
       EXPECT_GE(wrapper.executeUpdate(sql), 0) << wrapper.errorMessage;
-      wrapper.closeConnection();
     }
   }
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
+#include "jdbcWrapper.h"
 #include "test_server.h"
 
 namespace kivo::test {
@@ -32,5 +35,19 @@ inline const std::vector<Database>& databases() {
   };
   return all;
 }
+
+/// A wrapper that is connected while it lives.
+struct ConnectedWrapper : jdbcWrapper {
+  explicit ConnectedWrapper(const Database& database) {
+    std::string url = database.url;
+    EXPECT_TRUE(setUrl("", "", "", "", "", url) && getConnection(database.user, database.password) && getStatement())
+        << errorMessage;
+  }
+  ~ConnectedWrapper() { EXPECT_TRUE(closeConnection()) << errorMessage; }
+  ConnectedWrapper(const ConnectedWrapper&) = delete;
+  ConnectedWrapper& operator=(const ConnectedWrapper&) = delete;
+
+  bool query(const std::string& sql) { return executeQuery(sql, 0); }
+};
 
 }  // namespace kivo::test

@@ -49,9 +49,11 @@ class Databases : public testing::TestWithParam<int> {
     ASSERT_TRUE(wrapper.executeQuery(sql, 0)) << sql << ": " << wrapper.errorMessage;
   }
 
-  Text column(int number) {
+  Text column(int number) { return column(number, wrapper); }
+
+  static Text column(int number, jdbcWrapper& object) {
     char* value = nullptr;
-    EXPECT_TRUE(wrapper.getColumn(number, value)) << wrapper.errorMessage;
+    EXPECT_TRUE(object.getColumn(number, value)) << object.errorMessage;
     Text text;
     if (value != nullptr) text = value;
     std::free(value);
@@ -69,14 +71,8 @@ class Databases : public testing::TestWithParam<int> {
 
   /// What another connection reads there.
   Text othersOnly(const std::string& sql) {
-    jdbcWrapper other;
-    connect(other);
-    char* value = nullptr;
-    EXPECT_TRUE(other.executeQuery(sql, 0) && other.next() && other.getColumn(1, value)) << other.errorMessage;
-    Text text = value == nullptr ? Text() : Text(value);
-    std::free(value);
-    EXPECT_TRUE(other.closeConnection());
-    return text;
+    ConnectedWrapper other(database);
+    return other.query(sql) && other.next() ? column(1, other) : "failed: " + other.errorMessage;
   }
 
   /// @return how many statements ran, a negative number when the batch failed.
