@@ -113,29 +113,6 @@ TEST_P(DyingServer, ABackendThatIsKilledFailsWhatNeedsIt) {
   EXPECT_EQ(server->sql("select count(*) from done where id < 0"), "0");
 }
 
-TEST_P(DyingServer, ASilentServerIsGivenUp) {
-  const StderrCapture quiet;
-  network->plan(Fault::kNone);
-  ASSERT_TRUE(connect());
-  const std::size_t login = network->passed();
-  client_->close();
-  for (const std::size_t after : {std::size_t{0}, login / 2, login + 20000}) {
-    SCOPED_TRACE(std::to_string(after) + " bytes, then silence");
-    client_->close();
-    network->plan(Fault::kSilence, after);
-    EXPECT_EQ(connect(), after >= login);
-    if (after >= login && client_->query(series(100000))) readOn(0, 100000);
-    expectWorks();
-  }
-}
-
-TEST_P(DyingServer, ASlowServerIsWaitedFor) {
-  network->plan(Fault::kSlow);
-  ASSERT_TRUE(connect());
-  EXPECT_TRUE(client_->query(series(kRows)));
-  EXPECT_EQ(readOn(0, kRows), kRows);
-}
-
 TEST_P(DyingServer, NothingIsReportedAsDoneThatWasNot) {
   const StderrCapture quiet;
   server->sql("truncate done");

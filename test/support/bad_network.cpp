@@ -8,14 +8,11 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 
 namespace kivo::test {
 namespace {
-
-constexpr std::size_t kFewBytes = 11;
 
 int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
 
@@ -26,8 +23,6 @@ sockaddr_in loopback(int port) {
   address.sin_port = htons(static_cast<std::uint16_t>(port));
   return address;
 }
-
-bool breaks(BadNetwork::Fault fault) { return fault != BadNetwork::Fault::kNone && fault != BadNetwork::Fault::kSlow; }
 
 using Part = std::array<char, 4096>;
 
@@ -83,34 +78,28 @@ void BadNetwork::pass(int client, int server) {
   while (!stopping_) {
     // Right after the last byte: a request that follows does not reach the server.
     const Fault fault = fault_;
-    if (breaks(fault) && passed_ >= after_) return spoil(fault, client);
+    const bool isSpoiled = fault != Fault::kNone;
+    if (isSpoiled && passed_ >= after_) return spoil(fault, client);
     std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
     poll(waiting.data(), waiting.size(), 10);
     Part part{};
     if (waiting[0].revents != 0 && !deliver(server, part, receive(client, part))) return;
-    if (waiting[1].revents != 0 && !forwardAnswer(fault, client, server)) return;
+    if (waiting[1].revents != 0 && !forwardAnswer(isSpoiled, client, server)) return;
   }
 }
 
-bool BadNetwork::forwardAnswer(Fault fault, int client, int server) {
-  if (fault == Fault::kSlow) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const std::size_t size = fault == Fault::kSlow ? kFewBytes : sizeof(Part);
+bool BadNetwork::forwardAnswer(bool isSpoiled, int client, int server) {
   Part part{};
-  const std::size_t length = receive(server, part, breaks(fault) ? std::min(size, after_ - passed_) : size);
+  const std::size_t length = receive(server, part, isSpoiled ? std::min(part.size(), after_ - passed_) : part.size());
   // Counted first: who has the bytes must find them counted.
   passed_ += length;
   return deliver(client, part, length);
 }
 
-void BadNetwork::spoil(Fault fault, int client) const {
+void BadNetwork::spoil(Fault fault, int client) {
   // Closing it will then send a reset, not an end.
   const linger reset{1, 0};
   if (fault == Fault::kReset) setsockopt(client, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
-  Part unheard{};
-  while (fault == Fault::kSilence && !stopping_) {
-    pollfd waiting{client, POLLIN, 0};
-    if (poll(&waiting, 1, 10) > 0 && receive(client, unheard) == 0) return;
-  }
 }
 
 }  // namespace kivo::test

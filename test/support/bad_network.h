@@ -12,10 +12,8 @@ class BadNetwork {
  public:
   enum class Fault {
     kNone,
-    kReset,    ///< The connection breaks.
-    kEnd,      ///< The server's text ends, in the middle of a message as a rule.
-    kSilence,  ///< Nothing comes any more, and the connection stays.
-    kSlow,     ///< A few bytes at a time.
+    kReset,  ///< The connection breaks.
+    kEnd,    ///< The server's text ends, in the middle of a message as a rule.
   };
 
   explicit BadNetwork(const std::string& serverPort);
@@ -32,8 +30,8 @@ class BadNetwork {
  private:
   void serve();
   void pass(int client, int server);
-  bool forwardAnswer(Fault fault, int client, int server);
-  void spoil(Fault fault, int client) const;
+  bool forwardAnswer(bool isSpoiled, int client, int server);
+  static void spoil(Fault fault, int client);
 
   const std::string serverPort_;
   const int listener_;
