@@ -96,15 +96,6 @@ TEST_F(Bridge, AClassThatCannotBeCreatedIsDescribed) {
   }
 }
 
-TEST_F(Bridge, AnObjectWhoseConstructorThrewIsNotKept) {
-  const std::string complaint = "java.lang.IllegalStateException: constructor refused\n";
-  for (int megabyte = 0; megabyte < 400; ++megabyte) {
-    std::string name = "doubles/HeavyConstructor";
-    JavaConnectionUtils other(name);
-    ASSERT_EQ(printed([&] { EXPECT_FALSE(other.javaInit()); }), complaint) << "after " << megabyte << " MB";
-  }
-}
-
 TEST_F(Bridge, AFailureIsPrintedOnceAndLeavesNothingPending) {
   for (const auto& operation : kOperations) {
     for (const std::string kind : {"hide ", "throw Bridge."}) {
@@ -191,17 +182,6 @@ TEST_F(Bridge, DiscoveryAppendsInOrderUpToTheFirstElementThatIsNoText) {
     EXPECT_EQ(given.second, row.second) << row.answer;
     EXPECT_EQ(calls(), "Bridge.discoverTable(T\xC3\xA4\xED\xA0\xBD\xED\xB8\x80, [], [])\n");
   }
-}
-
-TEST_F(Bridge, AListOfAnyLengthIsReadAndASecondCallAppends) {
-  Names tables;
-  answer("Bridge.discoverTables", "no,a");
-  EXPECT_FALSE(bridge.discoverTables(tables));
-  answer("Bridge.discoverTables", "*40000");
-  EXPECT_TRUE(bridge.discoverTables(tables) && bridge.discoverTables(tables));
-  ASSERT_EQ(tables.size(), 80000U);
-  EXPECT_EQ(tables.front() + tables.back(), "TT");
-  EXPECT_EQ(calls(), "Bridge.discoverTables([])\nBridge.discoverTables([])\nBridge.discoverTables([])\n");
 }
 
 }  // namespace

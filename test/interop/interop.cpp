@@ -40,7 +40,7 @@ KIVO_EXPORT const char* interop_start(const char* jvm, const char* classPath) {
   return failure(done, error);
 }
 
-/// @return a connection, for interop_close(); null on failure.
+/// @return a connection, kept until the process ends; null on failure.
 KIVO_EXPORT jdbcWrapper* interop_connect(const char* url, const char* user, const char* password) {
   auto wrapper = std::make_unique<jdbcWrapper>();
   std::string address = url;
@@ -75,10 +75,5 @@ KIVO_EXPORT const char* interop_stream(jdbcWrapper* wrapper, const char* sql, in
 }
 
 KIVO_EXPORT int interop_foreign_calls() { return foreignCalls; }
-
-KIVO_EXPORT void interop_close(jdbcWrapper* wrapper) {
-  wrapper->closeConnection();
-  delete wrapper;
-}
 
 }  // extern "C"

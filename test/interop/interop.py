@@ -10,9 +10,7 @@ What each of them makes of a query's rows is compared with what the database its
 import ctypes
 import datetime
 import decimal
-import gc
 import sys
-import threading
 import unittest
 
 import duckdb
@@ -148,16 +146,6 @@ class Consumers(unittest.TestCase):
         self.assertEqual({field.name.lower(): str(field.type) for field in table.schema}, ARROW_TYPES)
         self.assertIn(table.schema.field(0).metadata[b"KIVO:type_name"].lower(), (b"bigint", b"int8"))
 
-    def test_pyarrow_reads_on_another_thread(self):
-        database = self.database
-        expected = database.summary()
-        reader = database.reader()
-        read = []
-        thread = threading.Thread(target=lambda: read.append(reader.read_all()))
-        thread.start()
-        thread.join()
-        self.assertEqual(self.of_table(read[0]), expected)
-
     def test_duckdb_queries_the_stream_on_its_own_threads(self):
         before = Consumers.library.functions.interop_foreign_calls()
         database = self.database
@@ -193,17 +181,6 @@ class Consumers(unittest.TestCase):
             1, 1, 0.25, decimal.Decimal("1.25"), "n\u00e4me 1", False, datetime.date(2000, 1, 2), moment.time(),
             moment + datetime.timedelta(seconds=1.789), moment.replace(tzinfo=datetime.timezone.utc), b"\x00\xff",
             [1, None]])
-
-    def test_batches_outlive_their_stream(self):
-        database = self.database
-        reader = database.reader()
-        kept = [reader.read_next_batch() for _ in range(3)]
-        column = kept[1].column(0)
-        del reader, kept[1]
-        gc.collect()
-        self.assertEqual(len(column), 1000)
-        self.assertEqual([batch.column(0)[0].as_py() for batch in kept], [1, 2001])
-        self.assertEqual(column[0].as_py(), 1001)
 
     def test_a_failure_has_its_sqlstate(self):
         database = self.database

@@ -1,6 +1,5 @@
 package doubles;
 
-import java.util.Collections;
 import java.util.Vector;
 
 /** A Java connection class; none of it is public, since access control does not apply to native callers. */
@@ -22,14 +21,10 @@ final class Bridge extends InheritedBridge {
     return fill(lists[0], first) & fill(lists[1], second);
   }
 
-  /** Adds names: "null" is no string, "#" a foreign object, "*n" stands for n names; "no" refuses the list. */
+  /** Adds names: "null" is no string, "#" a foreign object; "no" refuses the list. */
   private static boolean fill(String list, Vector<Object> names) {
     for (String name : list.isEmpty() ? new String[0] : list.split(",")) {
-      if (name.startsWith("*")) {
-        names.addAll(Collections.nCopies(Integer.parseInt(name.substring(1)), "T"));
-      } else {
-        names.add(name.equals("null") ? null : name.equals("#") ? Integer.valueOf(7) : name);
-      }
+      names.add(name.equals("null") ? null : name.equals("#") ? Integer.valueOf(7) : name);
     }
     return !names.contains("no");
   }
