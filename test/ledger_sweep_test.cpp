@@ -340,7 +340,6 @@ class LedgerSweep : public DoublesTest {
     answer("failing rows", "ID:4\n1\nthrow");
     answer("typed rows", "ID:4,NAME:12\n1,one\n2,two\n3,three");
     JniLedger ledger;
-    ledger.setTraceLimit(0);
     int points = 0;
     for (const Member& member : members) points += sweep(ledger, member);
     EXPECT_GT(points, 10 * static_cast<int>(members.size()));

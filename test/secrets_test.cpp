@@ -82,7 +82,6 @@ TEST_P(Secrets, StayInsideWhenDatabasesRefuse) {
 
 TEST_P(Secrets, StayInsideWhicheverCallFails) {
   JniLedger ledger;
-  ledger.setTraceLimit(0);
   for (const char* url : {"oracle:thin:u/?@h:1:S", "microsoft:sqlserver://h:1;databaseName=d;password=?",
                           "velmar:Tds:h:1/d?password=?", "netezza://h:1/d?password=?", "db2://h:1/d:password=?;",
                           "teradata://h/DBS_PORT=1,DATABASE=d,PASSWORD=?", "kx:h:1:u:?", "h2:mem:x;PASSWORD=?"}) {

@@ -47,7 +47,6 @@ class Soak : public testing::Test {
     // The server's own log of a million refusals would fill the disk.
     server.sql("alter system set log_min_messages = panic; select pg_reload_conf()");
     server.sql("create table t (id int); insert into t values (1)");
-    ledger.setTraceLimit(0);
     for (SqlClient* client : all) EXPECT_TRUE(connect(*client));
   }
   ~Soak() override {

@@ -13,6 +13,8 @@ namespace {
 
 using Lock = std::lock_guard<std::mutex>;
 
+constexpr std::size_t kTraceLimit = 10000;
+
 thread_local Fault plannedFault = Fault::kNull;
 thread_local FaultCounter callFaults;
 
@@ -117,7 +119,7 @@ jint JniLedger::attach(Rule& rule, void** environment, Attach how) {
   {
     const Lock lock(mutex_);
     ++rule.calls;
-    if (trace_.size() < traceLimit_) trace_.emplace_back(rule.name);
+    if (trace_.size() < kTraceLimit) trace_.emplace_back(rule.name);
   }
   if (faultHits(rule.faults)) return JNI_ERR;
   (real_->*how)(environment, nullptr);
@@ -153,7 +155,7 @@ bool JniLedger::admit(Call& call) {
   {
     const Lock lock(mutex_);
     ++call.rule.calls;
-    if (trace_.size() < traceLimit_) trace_.push_back(describe(call));
+    if (trace_.size() < kTraceLimit) trace_.push_back(describe(call));
     const bool ownThread = call.thread.number == thisThread() && call.thread.real != nullptr;
     if (const char* fault = ownThread ? judge(call) : "wrong thread") {
       violations_.push_back(std::string(fault) + ": " + describe(call));

@@ -60,10 +60,9 @@ class JniLedger {
   std::string complaint() const;
   /// The maximum number of local references that one thread held at a time.
   int maxLocals() const { return maxLocals_; }
-  /// The calls in order, as "CallVoidMethod setServerName", "FindClass java/lang/String", "DeleteLocalRef".
+  /// The first 10,000 calls in order, as "CallVoidMethod setServerName", "FindClass java/lang/String",
+  /// "DeleteLocalRef".
   const std::vector<std::string>& trace() const { return trace_; }
-  /// Records at most @p limit calls (10,000 at first): a loop over a million cells needs no million lines.
-  void setTraceLimit(size_t limit) { traceLimit_ = limit; }
   /// How many calls were made, of one function or of all.
   long callCount(std::string_view function = {}) const;
   /// Forgets violations, trace and counts; what is live stays.
@@ -158,7 +157,6 @@ class JniLedger {
   std::unordered_map<const void*, Method> methods_;
   std::vector<std::string> violations_;
   std::vector<std::string> trace_;
-  size_t traceLimit_ = 10000;
   int maxLocals_ = 0;
   jclass outOfMemory_ = nullptr;
   jclass injected_ = nullptr;
