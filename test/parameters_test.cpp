@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include "KivoArrow.h"
+#include "arrow/environment.h"
 #include "arrow_text.h"
 #include "jni/local_ref.h"
 #include "jni/method.h"
@@ -203,6 +207,7 @@ TEST_P(Parameters, ValuesThatWereRefusedAreNotRunLater) {
   EXPECT_EQ(insert.updateAll(), -2);
   EXPECT_EQ(insert.failure().find("row 2"), 0U) << insert.failure();
   ASSERT_EQ(insert.bind(batch.schema, first), "");
+  EXPECT_EQ(insert.update(1), -2) << "there is no second row";
   EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
 
   ArrowSchema oneColumn = batch.schema;
@@ -269,6 +274,35 @@ TEST_P(Parameters, AStreamFailsOnceItsStatementIsClosed) {
   EXPECT_NE(stream.get_next(&stream, &batch), 0);
   EXPECT_EQ(batch.release, nullptr);
   stream.release(&stream);
+}
+
+TEST(Sqlite, AStatementThatWasCancelledRunsAgain) {
+  Database database = databases()[3];
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
+              wrapper.getStatement());
+  wrapper.executeUpdate("drop table target");
+  ASSERT_EQ(wrapper.executeUpdate("create table target (v int)"), 0) << wrapper.errorMessage;
+  {
+    const OneValue one("l", 7);
+    Query insert(wrapper,
+                 "insert into target select ? from (with recursive c (x) as (select 1 union all select x + 1 from c"
+                 " limit 2000000) select max(x) from c)");
+    ASSERT_EQ(insert.bind(one.schema, one.rows), "");
+    std::atomic<bool> ended{false};
+    std::thread canceller([&] {
+      while (!ended) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        insert.cancel(threadEnvironment());
+      }
+    });
+    EXPECT_EQ(insert.updateAll(), -2);
+    ended = true;
+    canceller.join();
+    EXPECT_NE(insert.failure().find("row 1"), std::string::npos) << insert.failure();
+    EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Postgresql, RowsWithoutColumnsAreCounted) {

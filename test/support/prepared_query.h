@@ -57,6 +57,12 @@ class Query {
 
   long long update(int row) { return env_->CallLongMethod(query_, method("update", "(I)J"), row); }
 
+  /// On any thread, whose environment it is.
+  void cancel(JNIEnv* env) const {
+    const LocalRef<jclass> type(env, env->GetObjectClass(query_));
+    env->CallBooleanMethod(query_, env->GetMethodID(type.get(), "cancel", "()Z"));
+  }
+
   /// Runs the query with a bound row, whose rows the wrapper's stream then reads.
   bool query(int row) { return env_->CallBooleanMethod(query_, method("query", "(I)Z"), row) == JNI_TRUE; }
 

@@ -156,7 +156,7 @@ public final class PreparedQuery extends Fallible {
     long[] count = {FAILED};
     attempt(() -> {
       bindRow(row);
-      count[0] = session().update(statement());
+      count[0] = runOrDiscard(() -> session().update(statement()));
     });
     return count[0];
   }
@@ -172,17 +172,40 @@ public final class PreparedQuery extends Fallible {
     attempt(() -> {
       if (rows == null) throw new MisuseException("no parameters are bound");
       BoundBatch batch = new BoundBatch(session(), rows);
-      PreparedStatement ready = statement();
       try {
-        session().runAsOne(connection -> batch.run(ready, rows.count(), 1));
+        count[0] = runOrDiscard(() -> runAll(batch));
       } catch (SQLException refused) {
         int failed = batch.failedRow(refused);
         if (failed == BoundBatch.UNKNOWN || !rows.place().isEmpty()) throw refused;
         throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
       }
-      count[0] = batch.changed();
     });
     return count[0];
+  }
+
+  private long runAll(BoundBatch batch) throws SQLException {
+    PreparedStatement ready = statement();
+    session().runAsOne(connection -> batch.run(ready, rows.count(), 1));
+    return batch.changed();
+  }
+
+  private interface Execution {
+    long run() throws SQLException;
+  }
+
+  /** After a failure the statement is made again: SQLite's driver runs none again that was interrupted. */
+  @SuppressWarnings("try") // the statement is there to be closed
+  private long runOrDiscard(Execution execution) throws SQLException {
+    try {
+      return execution.run();
+    } catch (Throwable failure) {
+      try (Statement spoilt = statement) {
+        statement = null;
+      } catch (SQLException alsoFailed) {
+        failure.addSuppressed(alsoFailed);
+      }
+      throw failure;
+    }
   }
 
   /** The rows that the last {@link #update} has, or null. @param options in the order of {@link Options} */
@@ -257,7 +280,9 @@ public final class PreparedQuery extends Fallible {
 
   private void bindRow(int row) throws SQLException {
     if (refusedValues) throw new MisuseException("no parameters are bound: the last ones were refused");
-    if (rows != null) rows.bind(row, statement(), 1);
+    if (rows == null) return;
+    if (row < 0 || row >= Math.max(rows.count(), 1)) throw new MisuseException("no row " + (row + 1) + " is bound");
+    rows.bind(row, statement(), 1);
   }
 
   private void closeStatement() throws SQLException {
