@@ -48,6 +48,18 @@ void checkCutting(const Inputs& given, const JdbcUtils& utils) {
   }
 }
 
+/// Any text may come to a DataSource: what is cut out of it stands in it.
+void checkCutters(const std::string& url) {
+  for (const auto cut : {kivo::jdbc::cutPostgresUrl, kivo::jdbc::cutDb2Url, kivo::jdbc::cutVelmarUrl,
+                         kivo::jdbc::cutSqlServerUrl, kivo::jdbc::cutTeradataUrl}) {
+    const auto parts = cut(url);
+    if (!parts) continue;
+    for (const std::string& part : {parts->host, parts->port, parts->database}) {
+      require(kivo::fuzz::contains(url, part), "each part is the URL's");
+    }
+  }
+}
+
 void checkSuccess(const Inputs& given, const Inputs& after, JdbcUtils& utils) {
   require(utils.url == after.url && !utils.vendor.empty(), "the URL in effect is handed out");
   if (!given.url.empty()) {
@@ -72,6 +84,7 @@ void checkSuccess(const Inputs& given, const Inputs& after, JdbcUtils& utils) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> texts = kivo::fuzz::lines(kivo::fuzz::text(data, size), 6);
   const Inputs given{texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]};
+  checkCutters(given.url);
   Inputs after = given;
   std::string field = kBefore;
   std::string error = kBefore;
