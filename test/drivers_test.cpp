@@ -104,6 +104,9 @@ TEST_F(Drivers, AUrlIsBuiltByTheWordOfItsDatabaseOrRefused) {
     EXPECT_EQ(url, row.url);
     EXPECT_EQ(vendor, row.vendor);
   }
+}
+
+TEST_F(Drivers, AUrlWithoutAWordForItsDatabaseIsRefused) {
   for (std::string url : {"nonsense", "jdbc:word", "jdbc::x"}) {
     EXPECT_FALSE(wrapper.setUrl("", "", "", "", "", url));
     EXPECT_EQ(wrapper.errorMessage, "could not parse the url");

@@ -61,7 +61,7 @@ TEST_F(Listing, DatabaseMetaDataRowsAreFilteredAndNamedByVendor) {
   }
 }
 
-TEST_F(Listing, AFailureIsPrintedAndKeepsTheNamesBeforeItButForARowWithoutNameOrType) {
+TEST_F(Listing, AFailedCallIsPrintedAndListsNothing) {
   const struct {
     const char* vendor;
     std::vector<std::string> troubles;
@@ -81,13 +81,15 @@ TEST_F(Listing, AFailureIsPrintedAndKeepsTheNamesBeforeItButForARowWithoutNameOr
       EXPECT_EQ(printed([&] { EXPECT_EQ(list(row.vendor), "false before") << text; }), trouble.complaint);
     }
   }
+}
 
+TEST_F(Listing, ABrokenRowKeepsTheNamesBeforeItUnlessItHasNoNameOrType) {
   const struct {
     const char* vendor;
     std::string row;
     const char* expected;
     const char* complaint;
-  } brokenRows[] = {
+  } rows[] = {
       {"kx", "throw", "false before T", "java.sql.SQLException: Row refused\n"},
       {"kx", "x,throw,U,TABLE", "false before T", "java.sql.SQLException: Cell refused\n"},
       {"kx", "x,APP,null,TABLE", "false", ""},
@@ -96,7 +98,7 @@ TEST_F(Listing, AFailureIsPrintedAndKeepsTheNamesBeforeItButForARowWithoutNameOr
       {"kx", "x,APP,U,null", "false", ""},
       {"teradata", "throw", "false before T", "java.sql.SQLException: Row refused\n"},
   };
-  for (const auto& broken : brokenRows) {
+  for (const auto& broken : rows) {
     answer("DatabaseMetaData.getTables", kColumns + "x,APP,T,TABLE\n" + broken.row);
     answer(kTeradata, "NAME:12\nT\n" + broken.row);
     EXPECT_EQ(printed([&] { EXPECT_EQ(list(broken.vendor), broken.expected) << broken.row; }), broken.complaint);

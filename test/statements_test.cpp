@@ -253,8 +253,9 @@ TEST_F(Statements, ABatchSwitchesAutoCommitOffAndBackOnWhateverBecomesOfIt) {
     EXPECT_TRUE(utils.autoCommit);
     utils.closeST();
   }
+}
 
-  // No statement of a batch is lost when the driver refuses to leave auto-commit.
+TEST_F(Statements, NoStatementOfABatchIsLostWhenTheDriverRefusesToLeaveAutoCommit) {
   ASSERT_TRUE(utils.getStatement());
   calls();
   const Trouble trouble(*this, "throw Connection.setAutoCommit");
