@@ -1,6 +1,5 @@
 #include "jni_ledger.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <iterator>
@@ -47,7 +46,7 @@ JniLedger::JniLedger() : real_(_globaljvm) {
   JNIEnv* real = attachThread().real;
   outOfMemory_ = globalClass(real, "java/lang/OutOfMemoryError");
   injected_ = globalClass(real, "java/lang/IllegalStateException");
-  forgetCalls();
+  for (Rule* rule : rules()) rule->calls = 0;
   _globaljvm = &vm_;
 }
 
@@ -83,14 +82,6 @@ long JniLedger::callCount(std::string_view function) const {
     if (function.empty() || function == rule->name) calls += rule->calls;
   }
   return calls;
-}
-
-void JniLedger::forgetCalls() {
-  violations_.clear();
-  trace_.clear();
-  for (Rule* rule : rules()) rule->calls = 0;
-  maxLocals_ = 0;
-  for (const auto& [number, thread] : threads_) maxLocals_ = std::max(maxLocals_, thread.locals);
 }
 
 void JniLedger::plan(Fault fault, int nth, bool lasting) {

@@ -65,8 +65,6 @@ class JniLedger {
   const std::vector<std::string>& trace() const { return trace_; }
   /// How many calls were made, of one function or of all.
   long callCount(std::string_view function = {}) const;
-  /// Forgets violations, trace and counts; what is live stays.
-  void forgetCalls();
 
   /// Of the calling thread. Neither is counted as a call.
   bool exceptionPending() { return attachThread().real->ExceptionCheck() == JNI_TRUE; }
