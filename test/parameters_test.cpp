@@ -305,6 +305,27 @@ TEST(Sqlite, AStatementThatWasCancelledRunsAgain) {
   EXPECT_TRUE(wrapper.closeConnection());
 }
 
+TEST(Postgresql, NoRowIsNamedWhereTheDriverJoinsThem) {
+  Database database = databases()[5];
+  database.url += "?reWriteBatchedInserts=true";
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
+              wrapper.getConnection(database.user, database.password) && wrapper.getStatement())
+      << wrapper.errorMessage;
+  wrapper.executeUpdate("drop table target");
+  ASSERT_EQ(wrapper.executeUpdate("create table target (v int not null)"), 0) << wrapper.errorMessage;
+  {
+    ASSERT_TRUE(wrapper.executeQuery("select nullif(g, 34) from generate_series(1, 40) g", 0)) << wrapper.errorMessage;
+    const Batch batch(wrapper);
+    Query insert(wrapper, "insert into target values (?)");
+    ASSERT_EQ(insert.bind(batch.schema, batch.rows), "");
+    EXPECT_EQ(insert.updateAll(), -2);
+    EXPECT_NE(insert.failure().find("row "), 0U) << insert.failure();
+    EXPECT_NE(insert.failure().find("23502"), std::string::npos) << insert.failure();
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
+}
+
 TEST(Postgresql, RowsWithoutColumnsAreCounted) {
   Database database = databases()[5];
   jdbcWrapper wrapper;

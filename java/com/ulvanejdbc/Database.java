@@ -58,6 +58,11 @@ public enum Database {
     }
 
     @Override
+    boolean joinsRowsOfBatch(Connection connection) {
+      return PostgresDriver.joinsRowsOfBatch(connection);
+    }
+
+    @Override
     String place(String table, String column, String typeName) {
       return PostgresDriver.place(table, column, typeName);
     }
@@ -280,6 +285,11 @@ public enum Database {
   /** Any thread. */
   void cancel(Statement statement) throws SQLException {
     statement.cancel();
+  }
+
+  /** Whether a batch is sent as fewer inserts of many rows each, so that a failure names one of those. */
+  boolean joinsRowsOfBatch(Connection connection) {
+    return false;
   }
 
   /** How many statements of a batch to hand over together. */

@@ -28,6 +28,15 @@ final class PostgresDriver {
     return state != null && !state.toString().equals("IDLE") && !state.toString().equals(IDLE_IN_OLD_VERSIONS);
   }
 
+  /** Whether the setting is on by which an insert's rows in a batch become few inserts; the URL alone shows it. */
+  static boolean joinsRowsOfBatch(Connection connection) {
+    try {
+      return connection.getMetaData().getURL().contains("reWriteBatchedInserts=true");
+    } catch (SQLException | RuntimeException unknown) {
+      return true;
+    }
+  }
+
   /** Statements cancel nothing while their next rows are fetched; the connection does. */
   static void cancel(Statement statement) throws SQLException {
     Connection connection = statement.getConnection();
