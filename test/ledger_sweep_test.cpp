@@ -282,6 +282,7 @@ std::vector<Member> jdbcMembers() {
   std::vector<JdbcRow> rows(std::begin(kJdbcRows), std::end(kJdbcRows));
   rows.insert(rows.end(), std::begin(kRowsAround), std::end(kRowsAround));
   std::vector<Member> members;
+  members.reserve(rows.size());
   for (const JdbcRow& row : rows) {
     members.push_back({row.name, [row](JniLedger& ledger, const Armed& armed) {
                          JdbcUtils utils;

@@ -23,12 +23,12 @@ bool connect(JdbcUtils& utils, const TestServer& server) {
   std::string type = "postgresql";
   std::string host = server.host;
   std::string port = server.port;
-  std::string database = server.database;
+  std::string instance = server.database;
   std::string user = server.user;
   std::string password = server.password;
   std::string none;
   std::string url;
-  return utils.javaInit() && utils.setUrl(type, host, port, database, none, url, none, none) &&
+  return utils.javaInit() && utils.setUrl(type, host, port, instance, none, url, none, none) &&
          utils.getConnection(user, password, none) && utils.getStatement();
 }
 
