@@ -83,46 +83,30 @@ TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
 /// The jar's TypedConnection, as native code drives it.
 class Settings {
  public:
-  explicit Settings(const jdbcWrapper& wrapper) : env_(wrapper.env) {
-    type_ = env_->FindClass("com/ulvanejdbc/arrow/TypedConnection");
-    const jmethodID of =
-        env_->GetStaticMethodID(type_, "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/TypedConnection;");
-    connection_ = env_->CallStaticObjectMethod(type_, of, wrapper.utilitiesObject);
-  }
-  ~Settings() {
-    env_->DeleteLocalRef(connection_);
-    env_->DeleteLocalRef(type_);
-  }
-  Settings(const Settings&) = delete;
-  Settings& operator=(const Settings&) = delete;
+  explicit Settings(const jdbcWrapper& wrapper) : connection_(wrapper, "com/ulvanejdbc/arrow/TypedConnection") {}
 
-  bool run(const char* method) { return env_->CallBooleanMethod(connection_, find(method, "()Z")) == JNI_TRUE; }
+  bool run(const char* method) { return connection_.isTrue(method, "()Z"); }
 
-  std::string failure() { return failureOf(env_, connection_, find("failure", "()Ljava/lang/String;")); }
+  bool setAutoCommit(bool on) { return connection_.isTrue("setAutoCommit", "(Z)Z", static_cast<jboolean>(on)); }
+
+  std::string failure() { return connection_.failure(); }
 
   /// @return a BatchReader, null after a failure.
   LocalRef<jobject> list(const char* listing, const char* table) {
-    const LocalRef<jclass> textClass(env_, env_->FindClass("java/lang/String"));
-    const LocalRef<jobjectArray> names(env_, env_->NewObjectArray(4, textClass.get(), nullptr));
-    const LocalRef<jstring> name(env_, env_->NewStringUTF(table));
-    env_->SetObjectArrayElement(names.get(), 2, name.get());
-    const LocalRef<jintArray> options = newIntArray(env_, {1024, 1 << 20, 0, 0, 0, 0});
-    const LocalRef<jstring> word(env_, env_->NewStringUTF(listing));
+    JNIEnv* env = connection_.env;
+    LocalRef<jclass> textClass(env);
+    LocalRef<jobjectArray> names(env);
+    const char* const texts[] = {nullptr, nullptr, table, nullptr};
+    EXPECT_TRUE(makeTextArray(env, textClass, names, 4, [&texts](jsize index) { return texts[index]; }));
+    const LocalRef<jintArray> options = newIntArray(env, {1024, 1 << 20, 0, 0, 0, 0});
+    const LocalRef<jstring> word = newJavaText(env, listing);
     const jmethodID method =
-        find("list", "(Ljava/lang/String;[Ljava/lang/String;[I)Lcom/ulvanejdbc/arrow/BatchReader;");
-    return callObject(env_, connection_, method, word.get(), names.get(), options.get());
-  }
-
-  bool setAutoCommit(bool on) {
-    return env_->CallBooleanMethod(connection_, find("setAutoCommit", "(Z)Z"), static_cast<jboolean>(on)) == JNI_TRUE;
+        connection_.method("list", "(Ljava/lang/String;[Ljava/lang/String;[I)Lcom/ulvanejdbc/arrow/BatchReader;");
+    return callObject(env, connection_.object, method, word.get(), names.get(), options.get());
   }
 
  private:
-  jmethodID find(const char* name, const char* signature) { return env_->GetMethodID(type_, name, signature); }
-
-  JNIEnv* env_;
-  jclass type_;
-  jobject connection_;
+  JarObject connection_;
 };
 
 TEST_P(Parameters, TransactionsFollowOneAnotherUntilAutoCommitIsOnAgain) {
@@ -172,6 +156,7 @@ TEST_P(Parameters, TablesAndTheirColumnsAreListedAsRows) {
   ASSERT_TRUE(unread) << settings.failure();
   const LocalRef<jclass> readerClass(wrapper.env, wrapper.env->GetObjectClass(unread.get()));
   wrapper.env->CallVoidMethod(unread.get(), wrapper.env->GetMethodID(readerClass.get(), "close", "()V"));
+  EXPECT_FALSE(wrapper.env->ExceptionCheck());
   update("drop table child");
 }
 

@@ -26,54 +26,85 @@ inline std::string failureOf(JNIEnv* env, jobject object, jmethodID failure) {
   return copy;
 }
 
+/// @return what a Java method returned, which must have thrown nothing.
+template <class Result>
+Result unthrown(JNIEnv* env, Result result) {
+  EXPECT_FALSE(env->ExceptionCheck());
+  return result;
+}
+
+/// An object of the jar, made by the method "of" of its class out of a wrapper's own.
+class JarObject {
+ public:
+  JarObject(const jdbcWrapper& wrapper, const std::string& className) : env(wrapper.env) {
+    const LocalRef<jclass> found(env, env->FindClass(className.c_str()));
+    EXPECT_TRUE(keepGlobal(env, type_, found.get()));
+    const jmethodID of =
+        env->GetStaticMethodID(type_, "of", ("(Lcom/ulvanejdbc/jdbcUtilities;)L" + className + ';').c_str());
+    const LocalRef<jobject> made(env, unthrown(env, env->CallStaticObjectMethod(type_, of, wrapper.utilitiesObject)));
+    EXPECT_TRUE(keepGlobal(env, object, made.get()));
+  }
+  ~JarObject() {
+    dropGlobal(env, object);
+    dropGlobal(env, type_);
+  }
+  JarObject(const JarObject&) = delete;
+  JarObject& operator=(const JarObject&) = delete;
+
+  jmethodID method(const char* name, const char* signature) const { return env->GetMethodID(type_, name, signature); }
+
+  template <class... Arguments>
+  bool isTrue(const char* name, const char* signature, Arguments... arguments) const {
+    return unthrown(env, env->CallBooleanMethod(object, method(name, signature), arguments...)) == JNI_TRUE;
+  }
+
+  std::string failure() const { return failureOf(env, object, method("failure", "()Ljava/lang/String;")); }
+
+  JNIEnv* const env;
+  jobject object = nullptr;  ///< a global reference, since another thread may cancel
+
+ private:
+  jclass type_ = nullptr;
+};
+
 /// The jar's PreparedQuery, as native code drives it.
 class Query {
  public:
-  Query(const jdbcWrapper& wrapper, const std::string& sql) : env_(wrapper.env) {
-    type_ = env_->FindClass("com/ulvanejdbc/arrow/PreparedQuery");
-    const jmethodID of =
-        env_->GetStaticMethodID(type_, "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/PreparedQuery;");
-    query_ = env_->CallStaticObjectMethod(type_, of, wrapper.utilitiesObject);
-    const jstring text = env_->NewStringUTF(sql.c_str());
-    EXPECT_EQ(env_->CallBooleanMethod(query_, method("prepare", "(Ljava/lang/String;Z)Z"), text, JNI_FALSE), JNI_TRUE)
-        << failure();
-    env_->DeleteLocalRef(text);
+  Query(const jdbcWrapper& wrapper, const std::string& sql) : query_(wrapper, "com/ulvanejdbc/arrow/PreparedQuery") {
+    const LocalRef<jstring> text = newJavaText(query_.env, sql);
+    EXPECT_TRUE(query_.isTrue("prepare", "(Ljava/lang/String;Z)Z", text.get(), JNI_FALSE)) << failure();
   }
-  ~Query() {
-    EXPECT_EQ(env_->CallBooleanMethod(query_, method("close", "()Z")), JNI_TRUE) << failure();
-    env_->DeleteLocalRef(query_);
-    env_->DeleteLocalRef(type_);
-  }
+  ~Query() { EXPECT_TRUE(query_.isTrue("close", "()Z")) << failure(); }
   Query(const Query&) = delete;
   Query& operator=(const Query&) = delete;
 
   /// @return what is wrong with the values; empty when nothing is.
   std::string bind(const ArrowSchema& schema, const ArrowArray& batch) {
     std::string fault;
-    return bindParameters(env_, query_, schema, batch, fault) ? "" : fault;
+    return bindParameters(query_.env, query_.object, schema, batch, fault) ? "" : fault;
   }
 
-  long long updateAll() { return env_->CallLongMethod(query_, method("updateAll", "()J")); }
+  long long updateAll() {
+    return unthrown(query_.env, query_.env->CallLongMethod(query_.object, query_.method("updateAll", "()J")));
+  }
 
-  long long update(int row) { return env_->CallLongMethod(query_, method("update", "(I)J"), row); }
+  long long update(int row) {
+    return unthrown(query_.env, query_.env->CallLongMethod(query_.object, query_.method("update", "(I)J"), row));
+  }
 
   /// On any thread, whose environment it is.
   void cancel(JNIEnv* env) const {
-    const LocalRef<jclass> type(env, env->GetObjectClass(query_));
-    env->CallBooleanMethod(query_, env->GetMethodID(type.get(), "cancel", "()Z"));
+    const LocalRef<jclass> type(env, env->GetObjectClass(query_.object));
+    unthrown(env, env->CallBooleanMethod(query_.object, env->GetMethodID(type.get(), "cancel", "()Z")));
   }
 
   /// Runs the query with a bound row, whose rows the wrapper's stream then reads.
-  bool query(int row) { return env_->CallBooleanMethod(query_, method("query", "(I)Z"), row) == JNI_TRUE; }
+  bool query(int row) { return query_.isTrue("query", "(I)Z", row); }
 
-  std::string failure() { return failureOf(env_, query_, method("failure", "()Ljava/lang/String;")); }
+  std::string failure() { return query_.failure(); }
 
  private:
-  jmethodID method(const char* name, const char* signature) { return env_->GetMethodID(type_, name, signature); }
-
-  JNIEnv* env_;
-  jclass type_;
-  jobject query_;
+  JarObject query_;
 };
 
 /// A batch of a result, whose memory goes with it.
