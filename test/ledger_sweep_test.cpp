@@ -378,6 +378,7 @@ TEST_F(LedgerSweep, AMemberOfJdbcUtilsNeedsJavaInitAndPrintsAnExceptionLeftBefor
 
     JdbcUtils utils;
     ASSERT_TRUE(bring(utils, row.state, row.word));
+    EXPECT_FALSE(env->ExceptionCheck());
     leavePending();
     EXPECT_EQ(printed([&] { EXPECT_TRUE(row.call(utils)); }), kLeftOver);
     EXPECT_FALSE(env->ExceptionCheck());
