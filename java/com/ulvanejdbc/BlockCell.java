@@ -137,7 +137,7 @@ public final class BlockCell {
     return true;
   }
 
-  /** Most values have the library's form already. */
+  /** Values usually have the library's form already. */
   private boolean temporalServerText(BlockText text) throws SQLException {
     byte[] value = rows.getBytes(column);
     if (value == null) return false;

@@ -6,7 +6,7 @@ import java.util.Arrays;
 import java.util.Collection;
 import java.util.Collections;
 
-/** The columns of the table {@link Database}. Those that most rows leave at their default are set by name. */
+/** The columns of the table {@link Database}. Columns that usually keep their default are set by name. */
 final class DatabaseRow {
   static final String[] MARIADB_SCHEMAS = {"information_schema", "mysql", "performance_schema", "sys"};
 

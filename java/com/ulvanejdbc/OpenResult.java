@@ -20,6 +20,9 @@ public final class OpenResult {
   private final Session session;
   private final Rows sessionRows;
 
+  /** Drivers from before JDBC 4 lack the method. */
+  private boolean saysWhenClosed = true;
+
   /** The driver's own fetch size; 0 if not yet known, negative if it cannot be changed. */
   private int usualFetch;
 
@@ -54,8 +57,17 @@ public final class OpenResult {
 
   /** Rows that were closed too early just end in SQLite's driver, as if there were no more. */
   private boolean nextOfDriver() throws SQLException {
-    if (rows.isClosed()) throw new SQLException("these rows were closed before their end", CURSOR_STATE);
+    if (isClosed()) throw new SQLException("these rows were closed before their end", CURSOR_STATE);
     return rows.next();
+  }
+
+  private boolean isClosed() throws SQLException {
+    try {
+      return saysWhenClosed && rows.isClosed();
+    } catch (LinkageError olderThanJdbc4) {
+      saysWhenClosed = false;
+      return false;
+    }
   }
 
   /** Gives back what the session holds for the rows, after a failure. */

@@ -40,7 +40,7 @@ final class Rows {
   String text(int column) throws SQLException {
     int index = indexOf(column);
     if (!onRow) throw new MisuseException("no current row: the last call of next did not answer true");
-    // Most columns are of this kind, and a test is cheaper than a call that may go to any kind.
+    // This is the usual kind, and a test is cheaper than a virtual call.
     if (kinds[index] == CellKind.TEXT) return rows.getString(column);
     return kinds[index].read(rows, types[index], column);
   }

@@ -25,11 +25,14 @@ final class ListColumn extends Column {
       end(addInvalid());
       return;
     }
-    for (Object element : (Object[]) value.getArray()) {
-      if (element instanceof Object[]) throw new UnfitValueException(value, format);
-      elements.append(element);
+    try {
+      for (Object element : (Object[]) value.getArray()) {
+        if (element instanceof Object[]) throw new UnfitValueException(value, format);
+        elements.append(element);
+      }
+    } finally {
+      value.free();
     }
-    value.free();
     end(addValid());
   }
 
