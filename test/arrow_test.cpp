@@ -1,146 +1,24 @@
-// Arrow streams of open results: what they hold, how long it lives, on which threads.
+// Arrow streams of open results: what they hold, and how long it lives.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <mutex>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "JavaVmHost.h"
 #include "JdbcUtils.h"
 #include "KivoArrow.h"
-#include "arrow_text.h"
+#include "arrow_source.h"
 #include "jdbcWrapper.h"
 #include "jni_ledger.h"
-#include "vm_fixture.h"
 
 namespace kivo::test {
 namespace {
-
-[[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
-
-using Schema = Held<ArrowSchema>;
-using Array = Held<ArrowArray>;
-using Stream = Held<ArrowArrayStream>;
-
-ArrowStreamOptions byRows(int rows) {
-  ArrowStreamOptions options;
-  options.maxRows = rows;
-  return options;
-}
-
-constexpr const char* kH2 = "jdbc:h2:mem:arrow;DB_CLOSE_DELAY=-1";
-
-/// A database with a query's open result.
-class Source {
- public:
-  explicit Source(const std::string& sql = "", std::string url = kH2) {
-    EXPECT_TRUE(wrapper.setUrl("", "", "", "", "", url) && wrapper.getConnection("", "") && wrapper.getStatement())
-        << wrapper.errorMessage;
-    if (!sql.empty()) query(sql);
-  }
-  ~Source() { wrapper.closeConnection(); }
-  Source(const Source&) = delete;
-  Source& operator=(const Source&) = delete;
-
-  void query(const std::string& sql) { EXPECT_TRUE(wrapper.executeQuery(sql, 0)) << wrapper.errorMessage; }
-
-  void open(ArrowArrayStream& stream, const ArrowStreamOptions& options = {}) {
-    std::string error;
-    EXPECT_TRUE(makeArrowStream(wrapper, stream, error, options)) << error;
-  }
-
-  jdbcWrapper wrapper;
-};
-
-/// A stream of numbers from 1, which may outlive its source.
-struct Numbers {
-  explicit Numbers(int count, int maxRows = 2)
-      : source("select x from system_range(1, " + std::to_string(count) + ")") {
-    source.open(stream, byRows(maxRows));
-  }
-
-  Source source;
-  Stream stream;
-};
-
-std::string textOf(const char* text) { return text == nullptr ? "" : text; }
-
-std::int64_t number(const ArrowArray& column, std::int64_t row) {
-  return static_cast<const std::int64_t*>(column.buffers[1])[row];
-}
-
-/// The rows of a batch, a cell in brackets each.
-std::string textOf(const ArrowSchema& schema, const ArrowArray& batch) {
-  std::string text;
-  for (std::int64_t row = 0; row < batch.length; ++row) {
-    for (std::int64_t column = 0; column < batch.n_children; ++column) {
-      text += '<' + ArrowText(*schema.children[column], *batch.children[column]).at(row).value_or("NULL") + '>';
-    }
-  }
-  return text;
-}
-
-std::int64_t buffersOf(const std::string& format) {
-  if (format == "+s") return 1;
-  if (format == "n") return 0;
-  return format == "u" || format == "z" ? 3 : 2;
-}
-
-std::int64_t countNulls(const ArrowSchema& schema, const ArrowArray& array) {
-  std::int64_t nulls = 0;
-  for (std::int64_t row = 0; row < array.length; ++row) nulls += ArrowText(schema, array).at(row) ? 0 : 1;
-  return nulls;
-}
-
-/// Looks at what is not a value.
-void expectShape(const ArrowSchema& schema, const ArrowArray& array) {
-  SCOPED_TRACE(schema.format);
-  const bool isBatch = std::string(schema.format) == "+s";
-  EXPECT_EQ(array.null_count, isBatch ? 0 : countNulls(schema, array));
-  EXPECT_EQ(array.offset, 0);
-  EXPECT_EQ(array.dictionary, nullptr);
-  EXPECT_EQ(array.n_buffers, buffersOf(schema.format));
-  EXPECT_TRUE(!isBatch || array.buffers[0] == nullptr);
-  ASSERT_EQ(array.n_children, schema.n_children);
-  for (std::int64_t index = 0; index < array.n_children; ++index) {
-    EXPECT_TRUE(!isBatch || array.children[index]->length == array.length);
-    expectShape(*schema.children[index], *array.children[index]);
-  }
-}
-
-struct Read {
-  std::vector<std::int64_t> batches;
-  std::string text;
-  int code = 0;
-  std::string error;
-};
-
-Read readAll(ArrowArrayStream& stream) {
-  Read read;
-  Schema schema;
-  EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
-  while (true) {
-    Array batch;
-    read.code = stream.get_next(&stream, &batch);
-    read.error = textOf(stream.get_last_error(&stream));
-    if (read.code != 0 || batch.release == nullptr) break;
-    EXPECT_EQ(read.error, "");
-    expectShape(schema, batch);
-    read.batches.push_back(batch.length);
-    read.text += textOf(schema, batch);
-  }
-  return read;
-}
 
 /// The key and value of a field's metadata, in Arrow's form.
 std::string metadataOf(const ArrowSchema& field) {
@@ -398,139 +276,6 @@ TEST(ArrowStreams, AreNotMadeWithoutAnOpenResult) {
   };
   EXPECT_EQ(refusal(unattached), "there is no open result to read");
   EXPECT_NE(refusal(source.wrapper).find("no query has been run"), std::string::npos);
-}
-
-JNIEnv* attachedEnvironment() {
-  void* env = nullptr;
-  return _globaljvm->GetEnv(&env, JNI_VERSION_1_8) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
-}
-
-TEST(ArrowStreams, LeaveAPendingExceptionPending) {
-  Numbers numbers(5);
-  JNIEnv* env = attachedEnvironment();
-  const jclass thrown = env->FindClass("java/lang/IllegalStateException");
-  env->ThrowNew(thrown, "left over");
-  EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
-  EXPECT_TRUE(env->ExceptionCheck());
-  numbers.stream.release(&numbers.stream);
-  EXPECT_TRUE(env->ExceptionCheck());
-  env->ExceptionClear();
-  env->DeleteLocalRef(thrown);
-}
-
-bool isDaemon(JNIEnv* env) {
-  const jclass threadClass = env->FindClass("java/lang/Thread");
-  const jmethodID current = env->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
-  const jobject thread = env->CallStaticObjectMethod(threadClass, current);
-  EXPECT_FALSE(env->ExceptionCheck());
-  const bool answer = env->CallBooleanMethod(thread, env->GetMethodID(threadClass, "isDaemon", "()Z")) == JNI_TRUE;
-  EXPECT_FALSE(env->ExceptionCheck());
-  env->DeleteLocalRef(thread);
-  env->DeleteLocalRef(threadClass);
-  return answer;
-}
-
-/// Sees at the end of a thread, after the library's own object on it is gone, whether the thread is still attached.
-class LastLook {
- public:
-  explicit LastLook(bool& attached) : attached_(attached) {}
-  ~LastLook() { attached_ = attachedEnvironment() != nullptr; }
-  LastLook(const LastLook&) = delete;
-  LastLook& operator=(const LastLook&) = delete;
-
- private:
-  bool& attached_;
-};
-
-TEST(ArrowStreams, AttachAThreadForAsLongAsItLives) {
-  for (const bool isHosts : {false, true}) {
-    SCOPED_TRACE(isHosts);
-    Numbers numbers(5);
-    bool attachedAtEnd = !isHosts;
-    std::thread([&] {
-      static thread_local std::optional<LastLook> look;
-      look.emplace(attachedAtEnd);
-      void* env = nullptr;
-      if (isHosts) _globaljvm->AttachCurrentThread(&env, nullptr);
-      EXPECT_EQ(attachedEnvironment() != nullptr, isHosts);
-      EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
-      ASSERT_NE(attachedEnvironment(), nullptr);
-      EXPECT_EQ(isDaemon(attachedEnvironment()), !isHosts);
-    }).join();
-    EXPECT_EQ(attachedAtEnd, isHosts);
-  }
-}
-
-TEST(ArrowStreams, AreReadByThreadsInTurn) {
-  constexpr int kThreads = 4;
-  constexpr int kCount = 2000;
-  Numbers numbers(kCount, 7);
-  std::mutex mutex;
-  std::condition_variable changed;
-  int turn = 0;
-  std::int64_t sum = 0;
-  const auto reader = [&](int own) {
-    for (bool more = true; more;) {
-      Array batch;
-      std::unique_lock<std::mutex> lock(mutex);
-      changed.wait(lock, [&] { return turn % kThreads == own; });
-      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &batch), 0);
-      more = batch.release != nullptr;
-      for (std::int64_t row = 0; more && row < batch.length; ++row) sum += number(*batch.children[0], row);
-      ++turn;
-      lock.unlock();
-      changed.notify_all();
-      // The batch is released here, while others read.
-    }
-  };
-  std::vector<std::thread> threads;
-  threads.reserve(kThreads);
-  for (int own = 0; own < kThreads; ++own) threads.emplace_back(reader, own);
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(sum, std::int64_t{kCount} * (kCount + 1) / 2);
-}
-
-TEST(ArrowStreams, FailOnAThreadThatTheVmRefuses) {
-  JniLedger ledger;
-  {
-    Numbers numbers(5);
-    Array kept;
-    ASSERT_EQ(numbers.stream.get_next(&numbers.stream, &kept), 0);
-    std::thread([&] {
-      JniLedger::plan(Fault::kAttach, 1, true);
-      JniLedger::arm(true);
-      Array none;
-      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &none), EIO);
-      EXPECT_STREQ(numbers.stream.get_last_error(&numbers.stream), "could not attach the thread to the Java VM");
-      kept.release(&kept);
-      numbers.stream.release(&numbers.stream);
-    }).join();
-  }
-  EXPECT_EQ(ledger.complaint(), "2 global references left\n")
-      << "of the column and the stream: it takes a VM to drop them";
-}
-
-TEST(ArrowStreams, ReleaseEverythingWhicheverCallFails) {
-  JniLedger ledger;
-  Source source;
-  const auto operation = [&source](const Armed& armed) {
-    source.query("select x, array[x] from system_range(1, 3)");
-    armed([&source] {
-      Stream stream;
-      std::string error;
-      if (!makeArrowStream(source.wrapper, stream, error, byRows(2))) return;
-      const std::optional<std::int64_t> rows = countRows(stream);
-      EXPECT_TRUE(rows == 3 || (!rows && JniLedger::faultFired()));
-    });
-  };
-  const int globals = ledger.liveGlobals();
-  int points = 0;
-  for (const Fault fault :
-       {Fault::kOutOfMemory, Fault::kNull, Fault::kThrowBefore, Fault::kThrowAfter, Fault::kAllocation}) {
-    for (const bool lasting : {false, true}) points += sweepFaults(ledger, fault, operation, lasting);
-    EXPECT_EQ(ledger.liveGlobals(), globals);
-  }
-  EXPECT_GT(points, 200);
 }
 
 }  // namespace

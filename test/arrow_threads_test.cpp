@@ -1,0 +1,155 @@
+// Arrow streams of open results on several threads, and when a call of the Java VM fails.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "JavaVmHost.h"
+#include "KivoArrow.h"
+#include "arrow_source.h"
+#include "jni_ledger.h"
+
+namespace kivo::test {
+namespace {
+
+JNIEnv* attachedEnvironment() {
+  void* env = nullptr;
+  return _globaljvm->GetEnv(&env, JNI_VERSION_1_8) == JNI_OK ? static_cast<JNIEnv*>(env) : nullptr;
+}
+
+TEST(ArrowStreams, LeaveAPendingExceptionPending) {
+  Numbers numbers(5);
+  JNIEnv* env = attachedEnvironment();
+  const jclass thrown = env->FindClass("java/lang/IllegalStateException");
+  env->ThrowNew(thrown, "left over");
+  EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
+  EXPECT_TRUE(env->ExceptionCheck());
+  numbers.stream.release(&numbers.stream);
+  EXPECT_TRUE(env->ExceptionCheck());
+  env->ExceptionClear();
+  env->DeleteLocalRef(thrown);
+}
+
+bool isDaemon(JNIEnv* env) {
+  const jclass threadClass = env->FindClass("java/lang/Thread");
+  const jmethodID current = env->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
+  const jobject thread = env->CallStaticObjectMethod(threadClass, current);
+  EXPECT_FALSE(env->ExceptionCheck());
+  const bool answer = env->CallBooleanMethod(thread, env->GetMethodID(threadClass, "isDaemon", "()Z")) == JNI_TRUE;
+  EXPECT_FALSE(env->ExceptionCheck());
+  env->DeleteLocalRef(thread);
+  env->DeleteLocalRef(threadClass);
+  return answer;
+}
+
+/// Sees at the end of a thread, after the library's own object on it is gone, whether the thread is still attached.
+class LastLook {
+ public:
+  explicit LastLook(bool& attached) : attached_(attached) {}
+  ~LastLook() { attached_ = attachedEnvironment() != nullptr; }
+  LastLook(const LastLook&) = delete;
+  LastLook& operator=(const LastLook&) = delete;
+
+ private:
+  bool& attached_;
+};
+
+TEST(ArrowStreams, AttachAThreadForAsLongAsItLives) {
+  for (const bool isHosts : {false, true}) {
+    SCOPED_TRACE(isHosts);
+    Numbers numbers(5);
+    bool attachedAtEnd = !isHosts;
+    std::thread([&] {
+      static thread_local std::optional<LastLook> look;
+      look.emplace(attachedAtEnd);
+      void* env = nullptr;
+      if (isHosts) _globaljvm->AttachCurrentThread(&env, nullptr);
+      EXPECT_EQ(attachedEnvironment() != nullptr, isHosts);
+      EXPECT_EQ(readAll(numbers.stream).text, "<1><2><3><4><5>");
+      ASSERT_NE(attachedEnvironment(), nullptr);
+      EXPECT_EQ(isDaemon(attachedEnvironment()), !isHosts);
+    }).join();
+    EXPECT_EQ(attachedAtEnd, isHosts);
+  }
+}
+
+TEST(ArrowStreams, AreReadByThreadsInTurn) {
+  constexpr int kThreads = 4;
+  constexpr int kCount = 2000;
+  Numbers numbers(kCount, 7);
+  std::mutex mutex;
+  std::condition_variable changed;
+  int turn = 0;
+  std::int64_t sum = 0;
+  const auto reader = [&](int own) {
+    for (bool more = true; more;) {
+      Array batch;
+      std::unique_lock<std::mutex> lock(mutex);
+      changed.wait(lock, [&] { return turn % kThreads == own; });
+      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &batch), 0);
+      more = batch.release != nullptr;
+      for (std::int64_t row = 0; more && row < batch.length; ++row) sum += number(*batch.children[0], row);
+      ++turn;
+      lock.unlock();
+      changed.notify_all();
+      // The batch is released here, while others read.
+    }
+  };
+  std::vector<std::thread> threads;
+  threads.reserve(kThreads);
+  for (int own = 0; own < kThreads; ++own) threads.emplace_back(reader, own);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(sum, std::int64_t{kCount} * (kCount + 1) / 2);
+}
+
+TEST(ArrowStreams, FailOnAThreadThatTheVmRefuses) {
+  JniLedger ledger;
+  {
+    Numbers numbers(5);
+    Array kept;
+    ASSERT_EQ(numbers.stream.get_next(&numbers.stream, &kept), 0);
+    std::thread([&] {
+      JniLedger::plan(Fault::kAttach, 1, true);
+      JniLedger::arm(true);
+      Array none;
+      EXPECT_EQ(numbers.stream.get_next(&numbers.stream, &none), EIO);
+      EXPECT_STREQ(numbers.stream.get_last_error(&numbers.stream), "could not attach the thread to the Java VM");
+      kept.release(&kept);
+      numbers.stream.release(&numbers.stream);
+    }).join();
+  }
+  EXPECT_EQ(ledger.complaint(), "2 global references left\n")
+      << "of the column and the stream: it takes a VM to drop them";
+}
+
+TEST(ArrowStreams, ReleaseEverythingWhicheverCallFails) {
+  JniLedger ledger;
+  Source source;
+  const auto operation = [&source](const Armed& armed) {
+    source.query("select x, array[x] from system_range(1, 3)");
+    armed([&source] {
+      Stream stream;
+      std::string error;
+      if (!makeArrowStream(source.wrapper, stream, error, byRows(2))) return;
+      const std::optional<std::int64_t> rows = countRows(stream);
+      EXPECT_TRUE(rows == 3 || (!rows && JniLedger::faultFired()));
+    });
+  };
+  const int globals = ledger.liveGlobals();
+  int points = 0;
+  for (const Fault fault :
+       {Fault::kOutOfMemory, Fault::kNull, Fault::kThrowBefore, Fault::kThrowAfter, Fault::kAllocation}) {
+    for (const bool lasting : {false, true}) points += sweepFaults(ledger, fault, operation, lasting);
+    EXPECT_EQ(ledger.liveGlobals(), globals);
+  }
+  EXPECT_GT(points, 200);
+}
+}  // namespace
+}  // namespace kivo::test
