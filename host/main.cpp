@@ -6,7 +6,7 @@
 
 #include "cli/args.h"
 #include "cli/commands.h"
-#include "jvm/java_vm.h"
+#include "session/java_vm.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -21,7 +21,7 @@ void addPassword(Options& options) {
 }
 
 void startJava(const Options& options) {
-  const Jvm jvm = findJvm(options.jvm);
+  const Jvm jvm = kivo::findJvm(options.jvm);
   const ClassPath classPath = findClassPath(options.classPath);
   if (!classPath.missing.empty()) {
     throw Failure("the class path has " + classPath.missing[0] + ", which does not exist", kWrongUse);

@@ -5,7 +5,7 @@
 
 #include "JdbcUtils.h"
 #include "cli/commands.h"
-#include "jvm/java_vm.h"
+#include "session/java_vm.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
 
@@ -206,7 +206,7 @@ std::string faultOf(Options& options) {
   if (options.crlf && !options.format->isCsv) return "--crlf needs --format csv";
   if (options.batchRows == 0) return "--batch must be at least 1";
   if (options.maxRows < 0) return "--max-rows must not be negative";
-  return heapFault(options.heapMegabytes);
+  return kivo::heapFault(options.heapMegabytes);
 }
 
 /// The parser's text, or the unexpected argument alone: what follows the name of an option may be a password.

@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "cli/commands.h"
-#include "jvm/java_vm.h"
+#include "session/java_vm.h"
 #include "terminal/display.h"
 #include "terminal/messages.h"
 
@@ -74,8 +74,8 @@ bool checkVm(Output& out, const Options& options, const Jvm& jvm) {
   report(out, "✓", "library", jvm.library + ", by " + jvm.foundBy);
   report(out, "✓", "version", jvm.version.empty() ? "unknown" : jvm.version);
   report(out, "✓", "heap",
-         "at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " + grouped(machineMegabytes()) +
-             " MB");
+         "at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " +
+             grouped(kivo::machineMegabytes()) + " MB");
   return true;
 }
 
@@ -137,7 +137,7 @@ bool checkConnection(Output& out, const Options& options, const ClassPath& class
 }  // namespace
 
 ExitCode runDoctor(const Options& options, Output& out) {
-  const Jvm jvm = findJvm(options.jvm);
+  const Jvm jvm = kivo::findJvm(options.jvm);
   const ClassPath classPath = findClassPath(options.classPath);
   const bool found = checkVm(out, options, jvm);
   const bool complete = checkClassPath(out, classPath);

@@ -95,7 +95,7 @@ void exportSchema(const ArrowField& field, ArrowSchema& schema) {
   schema.format = node.format.c_str();
   schema.name = node.name.c_str();
   schema.metadata = node.metadata.empty() ? nullptr : node.metadata.c_str();
-  schema.flags = ARROW_FLAG_NULLABLE;
+  schema.flags = field.nullable ? ARROW_FLAG_NULLABLE : 0;
   schema.n_children = node.children.count();
   schema.children = node.children.addresses();
   schema.dictionary = nullptr;

@@ -13,6 +13,7 @@ struct ArrowField {
   std::string name;
   std::string typeName;  ///< the database's own; empty for the root
   std::vector<ArrowField> children;
+  bool nullable = true;
 };
 
 /// @param description the columns as the jar's BatchReader describes them. @return the root.

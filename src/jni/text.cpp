@@ -1,7 +1,5 @@
 #include "jni/text.h"
 
-#include <kivo_system.h>
-
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -52,15 +50,6 @@ bool copyText(JNIEnv* env, jstring text, std::string& copy) {
   if (characters.get() == nullptr) return false;
   copy = characters.get();
   return true;
-}
-
-char* copyTextToBuffer(JNIEnv* env, jstring text) {
-  const TextCharacters characters(env, text);
-  if (characters.get() == nullptr) return nullptr;
-  const std::size_t size = std::strlen(characters.get()) + 1;
-  char* buffer = static_cast<char*>(std::malloc(size));
-  if (buffer != nullptr) VELMAR::Kivo::intl_strlcpy(buffer, characters.get(), size);
-  return buffer;
 }
 
 jint portNumber(const std::string& text) { return static_cast<jint>(std::strtol(text.c_str(), nullptr, 10)); }

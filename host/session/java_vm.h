@@ -3,17 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "jvm/find_jvm.h"
+
 namespace kivosql {
 
-struct Jvm {
-  std::string library;  ///< path of libjvm.so; empty when none was found
-  std::string version;  ///< from its "release" file; empty without one
-  std::string foundBy;
-};
-
-/// Looks in @p given alone, a Java home or a libjvm.so, if it is not empty. Otherwise looks in JAVA_HOME, then for the
-/// "java" on the path, then in the distribution's folders.
-Jvm findJvm(const std::string& given);
+using kivo::Jvm;
 
 /// A driver that the distribution has as a package.
 struct DriverJar {
@@ -41,12 +35,6 @@ struct ClassPath {
 /// The given entries first, then the companion jar and the distribution's driver jars. A folder means itself and the
 /// jars in it, as does "folder/*": a VM started through JNI expands neither.
 ClassPath findClassPath(const std::vector<std::string>& given);
-
-/// Why Java cannot have this maximum heap; empty when it can. HotSpot ends the whole process if it cannot.
-std::string heapFault(int megabytes);
-
-/// Memory of the machine, in megabytes.
-unsigned long machineMegabytes();
 
 /// Starts the process's Java VM. @return why not; empty when it runs
 std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabytes);

@@ -1,0 +1,77 @@
+#include <string>
+
+#include "objects.h"
+
+namespace kivo::adbc {
+
+namespace {
+
+constexpr JavaMethod kSetOption{"setOption", "(Ljava/lang/String;Ljava/lang/String;)Z"};
+constexpr JavaMethod kGetOption{"getOption", "(Ljava/lang/String;)Ljava/lang/String;"};
+constexpr JavaMethod kClose{"close", "()Z"};
+
+constexpr const char* kAutoCommit = "adbc.connection.autocommit";
+
+void setOn(JNIEnv* env, const Session& session, const char* name, const char* value) {
+  const LocalRef<jstring> key = javaText(env, name);
+  const LocalRef<jstring> text = javaText(env, value);
+  session.connection.run(env, kSetOption, key.get(), text.get());
+}
+
+}  // namespace
+
+void Connection::setOption(const char* name, const char* value) {
+  if (!session_) {
+    options_.erase(name);
+    if (value != nullptr) options_.emplace(name, value);
+    return;
+  }
+  const Turn turn(*session_);
+  setOn(turn.env, *session_, name, value);
+}
+
+std::string Connection::option(const char* name) {
+  if (!session_) {
+    const auto found = options_.find(name);
+    if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+    return found->second;
+  }
+  const Turn turn(*session_);
+  const LocalRef<jstring> key = javaText(turn.env, name);
+  const LocalRef<jobject> value = session_->connection.ask(turn.env, kGetOption, key.get());
+  if (!value) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+  return textOf(turn.env, value.get());
+}
+
+void Connection::init(Database& database) {
+  if (session_) throw Fault(ADBC_STATUS_INVALID_STATE, "the connection is in use already");
+  JNIEnv* env = environment();
+  const PendingAside aside(env);
+  const LocalRef<jobject> connected = database.connect(env);
+  if (!connected) throw Fault(ADBC_STATUS_INTERNAL, "out of memory");
+  session_ = std::make_shared<Session>();
+  session_->connection.keep(env, connected.get());
+  try {
+    // Many databases take no other setting once a transaction is open.
+    auto last = options_.extract(kAutoCommit);
+    for (const auto& [name, value] : options_) setOn(env, *session_, name.c_str(), value.c_str());
+    if (!last.empty()) setOn(env, *session_, kAutoCommit, last.mapped().c_str());
+  } catch (const Fault&) {
+    close();
+    throw;
+  }
+}
+
+void Connection::close() {
+  const std::shared_ptr<Session> session = std::move(session_);
+  if (!session || isForked()) return;
+  const Turn turn(*session);
+  session->connection.run(turn.env, kClose);
+}
+
+const std::shared_ptr<Session>& Connection::session() const {
+  if (!session_) throw Fault(ADBC_STATUS_INVALID_STATE, "the connection is not initialized");
+  return session_;
+}
+
+}  // namespace kivo::adbc

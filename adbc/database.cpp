@@ -1,0 +1,94 @@
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "java_vm.h"
+#include "jni/pending.h"
+#include "objects.h"
+
+namespace kivo::adbc {
+
+namespace {
+
+constexpr JavaMethod kOpen{"open", "([Ljava/lang/String;)Lcom/ulvanejdbc/adbc/AdbcDatabase;"};
+constexpr JavaMethod kConnect{"connect", "()Lcom/ulvanejdbc/adbc/AdbcConnection;"};
+constexpr JavaMethod kClose{"close", "()Z"};
+
+constexpr const char* kUri = "uri";
+constexpr const char* kPassword = "password";
+constexpr const char* kJvm = "adbc.jdbc.jvm";
+constexpr const char* kHeap = "adbc.jdbc.heap_mb";
+constexpr const char* kJvmOptions = "adbc.jdbc.jvm_options";
+constexpr const char* kProperty = "adbc.jdbc.property.";
+constexpr const char* kNames[] = {kUri, "username", kPassword,  "adbc.jdbc.driver_path", "adbc.jdbc.driver_class",
+                                  kJvm, kHeap,      kJvmOptions};
+
+bool isKnown(const std::string& name) {
+  for (const char* known : kNames) {
+    if (name == known) return true;
+  }
+  return name.rfind(kProperty, 0) == 0 && name != kProperty;
+}
+
+int heapOf(const std::string& text) {
+  if (text.empty()) return 0;
+  char* end = nullptr;
+  const long megabytes = std::strtol(text.c_str(), &end, 10);
+  constexpr long kMaximum = 1 << 24;
+  if (*end != '\0' || megabytes < 1 || megabytes > kMaximum) {
+    throw Fault(ADBC_STATUS_INVALID_ARGUMENT, std::string(kHeap) + " must be a number of megabytes, not " + text);
+  }
+  return static_cast<int>(megabytes);
+}
+
+}  // namespace
+
+void Database::setOption(const char* name, const char* value) {
+  if (!isKnown(name)) throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, std::string("no option of a database: ") + name);
+  if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, std::string("too late, the database is in use: ") + name);
+  options_.erase(name);
+  if (value != nullptr) options_.emplace(name, value);
+}
+
+std::string Database::option(const char* name) {
+  // A password that is set stays here.
+  const auto found = name == std::string(kPassword) ? options_.end() : options_.find(name);
+  if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+  return found->second;
+}
+
+void Database::init() {
+  if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is in use already");
+  if (options_[kUri].empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the option uri must be set: a JDBC URL");
+  needVm({options_[kJvm], heapOf(options_[kHeap]), options_[kJvmOptions]});
+  JNIEnv* env = environment();
+  const PendingAside aside(env);
+  std::vector<const char*> texts;
+  for (const auto& [name, value] : options_) {
+    texts.push_back(name.c_str());
+    texts.push_back(value.c_str());
+  }
+  const LocalRef<jobjectArray> options = javaTexts(env, texts);
+  jclass databases = jarClass(env, JarClass::database);
+  const jmethodID open = env->GetStaticMethodID(databases, kOpen.name, kOpen.signature);
+  const LocalRef<jobject> database(
+      env, open == nullptr ? nullptr : env->CallStaticObjectMethod(databases, open, options.get()));
+  JavaObject::expectNothingThrown(env);
+  if (!database) throw Fault(ADBC_STATUS_INTERNAL, "out of memory");
+  JavaObject::throwFailure(env, database.get(), JavaObject::MayBeNone::yes);
+  java_.keep(env, database.get());
+}
+
+LocalRef<jobject> Database::connect(JNIEnv* env) {
+  if (!java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is not initialized");
+  return java_.ask(env, kConnect);
+}
+
+void Database::close() {
+  if (!java_ || isForked()) return;
+  JNIEnv* env = environment();
+  const PendingAside aside(env);
+  java_.run(env, kClose);
+}
+
+}  // namespace kivo::adbc
