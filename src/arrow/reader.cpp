@@ -10,7 +10,7 @@ namespace kivo {
 
 namespace {
 
-constexpr const char* kSlabClass = "com/ulvanejdbc/arrow/Slab";
+constexpr JavaMethod kSlabClass{"slabClass", "()Ljava/lang/Class;"};
 
 struct Lookup {
   JavaMethod method;
@@ -46,8 +46,11 @@ bool findAll(JNIEnv* env, jclass declaring, const Lookup (&lookups)[Count], Read
 
 bool findReaderMethods(JNIEnv* env, jclass reader, ReaderMethods& methods) {
   if (!findAll(env, reader, kOfReader, methods)) return false;
-  const LocalRef<jclass> slab(env, env->FindClass(kSlabClass));
-  return slab && findAll(env, slab.get(), kOfSlab, methods);
+  // Not by name, which would only find what is on the VM's class path.
+  const jmethodID slabClass = env->GetStaticMethodID(reader, kSlabClass.name, kSlabClass.signature);
+  if (slabClass == nullptr) return false;
+  const LocalRef<jclass> slab(env, env->CallStaticObjectMethod(reader, slabClass));
+  return !isPending(env) && slab && findAll(env, slab.get(), kOfSlab, methods);
 }
 
 bool readDescription(JNIEnv* env, const ReaderMethods& methods, jobject reader, std::string& description) {

@@ -62,6 +62,11 @@ public final class BatchReader extends Fallible {
     this.options = new Options(options);
   }
 
+  /** The class of {@link #slabs}, for native code. */
+  public static Class<?> slabClass() {
+    return Slab.class;
+  }
+
   /** @param options in the order of {@link Options} */
   public static BatchReader ofResult(ResultSet rows, int[] options) {
     BatchReader reader = new BatchReader(options);
