@@ -16,13 +16,9 @@ for carrier in wrapper jdbc bridge; do
 done
 
 echo "== connections"
-errors 2 'kdb has no place for --database' --type kdb --database d --through jdbc tables
 errors 3 'for kdb there is no place for the database' --type kdb --host h --port 1 --database d tables
-for carrier in wrapper jdbc; do
-  for option in instance database; do
-    check "--$option through $carrier" template1 \
-      "$(csv $parts --$option template1 --through $carrier query 'select current_database()')"
-  done
+for option in instance database; do
+  check "--$option" template1 "$(csv $parts --$option template1 query 'select current_database()')"
 done
 echo "not-the-$secret" >wrong
 chmod 600 wrong

@@ -33,10 +33,6 @@ echo "== terminals and pipes"
 slow='select count(pg_sleep(3))'
 on_terminal '' '' "'$kivosql' $postgres query '$slow' >out"
 check "progress on a terminal" yes "$(grep -q 'rows/s' screen && echo yes)"
-sql 'create table paced (id int check (pg_sleep(0.05) is not null))'
-seq 11 60 >paced.csv
-on_terminal '' '' "'$kivosql' $postgres load paced.csv paced --batch 1 --no-header"
-check "share and time left on a terminal" yes "$(grep -qE ' [1-9][0-9] %  [0-9.]+ s left' screen && echo yes)"
 "$kivosql" $postgres query "$slow" >out 2>err
 check "nothing moves without a terminal" "" "$(said err)"
 { "$kivosql" $postgres query 'select x from generate_series(1, 999999) x' --format csv 2>err && echo finished >state; } |

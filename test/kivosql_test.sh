@@ -25,7 +25,7 @@ errors 1 'PSQLException: .*relation "нет"' $postgres --through jdbc query 'se
 unset LC_ALL
 errors 1 'division by zero' $postgres --through jdbc query 'select 1 / (x - 200) from generate_series(1, 300) x'
 errors 1 'division by zero' $postgres --through bridge query 'select 1 / (x - 600) from generate_series(1, 700) x'
-for server in "$postgres" "$postgres --through jdbc" "$h2"; do
+for server in "$postgres" "$postgres --through jdbc"; do
   errors 1 '^ {7}\^$' $server query 'select 1
  frm 2'
 done
@@ -48,8 +48,6 @@ errors 2 'must begin with jdbc:, as in jdbc:postgresql://' --url postgres://u@h/
 errors 2 '--host requires --type' --host h tables
 errors 2 'excludes --' --url jdbc:h2:mem:x --type h2 tables
 errors 2 'postgres not in .*postgresql' --type postgres tables
-errors 2 'through jdbc does not take --type h2' --type h2 --through jdbc tables
-errors 2 'mean the same, but their values differ' --through jdbc --type postgresql --instance d --database e tables
 errors 2 'null for CSV cannot' --format csv --null 'a,b' tables
 errors 2 'crlf needs --format csv' --crlf tables
 errors 2 'at least 16 MB' --heap-mb 15 tables
@@ -61,7 +59,7 @@ for mode in 640 604; do
 done
 errors 2 'pipe is not a file' --user u --password-file pipe tables
 errors 2 'not the name of a table' describe 't; drop table t'
-errors 2 'needs --url' --through bridge --type postgresql --host h tables
+errors 2 'needs --url' --through jdbc --type postgresql --host h tables
 errors 2 'through bridge only reads' --through bridge update 'delete from t'
 errors 2 'through jdbc only reads' --through jdbc run f
 errors 2 'excludes --keep-going' run f --single-transaction --keep-going

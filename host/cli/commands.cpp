@@ -205,13 +205,13 @@ ExitCode report(Context& context, const Failure& failure, const std::string& pla
   return failure.code;
 }
 
-void commit(WritingSession& session, const std::string& path) {
+void commit(WrapperSession& session, const std::string& path) {
   checkInterrupt();
   const auto refused = attempt([&session] { session.endTransaction(true); });
   if (refused) throw refused->at(path + ": at the commit: ");
 }
 
-std::string rollBack(WritingSession& session) {
+std::string rollBack(WrapperSession& session) {
   // The fate of a commit on a connection that broke is unknown.
   if (session.isBroken()) return "the connection broke";
   const auto failure = attempt([&session] { session.endTransaction(false); });
@@ -242,7 +242,7 @@ ExitCode runScript(Context& context) {
   const Dialect dialect = dialectOf(context.session.url());
   if (!context.options.singleTransaction) return runStatements(context, path, script, dialect);
   checkTransactions(script, dialect, path);
-  WritingSession& session = *context.session.writing();
+  WrapperSession& session = *context.session.writing();
   session.beginTransaction();
   ExitCode code = kDone;
   const auto failure = attempt([&] {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "cli/args.h"
-#include "session/session.h"
+#include "session/session_wrapper.h"
 
 namespace kivosql {
 
@@ -26,7 +26,7 @@ struct Command {
   const char* name;
   const char* about;
   Argument arguments[2];
-  bool writes;                ///< needs a WritingSession
+  bool writes;                ///< needs a WrapperSession
   ExitCode (*run)(Context&);  ///< with an open session; null for the one command that makes its own
 };
 
@@ -74,10 +74,10 @@ ExitCode report(Context& context, const Failure& failure, const std::string& pla
 void checkInterrupt();
 
 /// Commits the transaction of --single-transaction. @param path of the file that was run or loaded
-void commit(WritingSession& session, const std::string& path);
+void commit(WrapperSession& session, const std::string& path);
 
 /// Rolls it back. @return why some of it may be stored all the same; empty if none is.
-std::string rollBack(WritingSession& session);
+std::string rollBack(WrapperSession& session);
 
 /// A remark between rows for a person, else on standard error.
 void remark(Context& context, const std::string& text);

@@ -1,7 +1,5 @@
 #include <strings.h>
 
-#include <filesystem>
-
 #include "cli/commands.h"
 #include "sql/csv_reader.h"
 #include "terminal/interrupt.h"
@@ -65,7 +63,6 @@ class Records {
   }
 
   std::size_t line() const { return reader_.line(); }
-  unsigned long long bytes() const { return reader_.bytes(); }
 
  private:
   [[noreturn]] void fail(const std::string& fault) const { throw Failure(path_ + ": " + fault); }
@@ -75,7 +72,6 @@ class Records {
     const auto failure = attempt([&] { found = reader_.next(record); });
     checkStandardInput();
     if (failure) fail(failure->what());
-    if (!found && !reader_.error().empty()) fail(reader_.error());
     return found;
   }
 
@@ -100,8 +96,8 @@ struct Outcome {
 /// Loads one file into one table.
 class Loader {
  public:
-  Loader(Context& context, std::istream& input, unsigned long long size)
-      : context_(context), writing_(*context.session.writing()), records_(path_, input), progress_(size) {}
+  Loader(Context& context, std::istream& input)
+      : context_(context), writing_(*context.session.writing()), records_(path_, input) {}
 
   ExitCode run() {
     const auto failure = attempt([this] { load(); });
@@ -158,7 +154,7 @@ class Loader {
     outcome_.stored = outcome_.tried;
     rows_->clear();
     lines_.clear();
-    progress_.advance(outcome_.stored, records_.bytes());
+    progress_.advance(outcome_.stored);
   }
 
   /// Writes what is stored to disk, if the user may.
@@ -208,7 +204,7 @@ class Loader {
   }
 
   Context& context_;
-  WritingSession& writing_;
+  WrapperSession& writing_;
   const std::string& path_ = context_.options.arguments[0];
   const std::string& table_ = context_.options.arguments[1];
   const std::string null_ = context_.options.null.value_or("");
@@ -226,13 +222,9 @@ class Loader {
 }  // namespace
 
 ExitCode runLoad(Context& context) {
-  const std::string& path = context.options.arguments[0];
   checkTableName(context.options.arguments[1]);
-  std::error_code unknown;
-  const auto size = std::filesystem::file_size(path, unknown);
   std::ifstream file;
-  std::istream& input = openInput(path, file);
-  return Loader(context, input, unknown ? 0 : size).run();
+  return Loader(context, openInput(context.options.arguments[0], file)).run();
 }
 
 }  // namespace kivosql

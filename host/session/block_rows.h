@@ -21,7 +21,7 @@ class BlockRows {
     for (const int end = number + count; number < end; ++number) {
       Column column;
       if (!source.getColumnInfo(number, column.name, column.type)) return false;
-      columns_.push_back({fromJava(column.name), column.type, typeName(column.type)});
+      columns_.push_back({fromJava(column.name), column.type, typeName(source.env, column.type)});
     }
     return count >= 0;
   }

@@ -99,6 +99,30 @@ void JavaErrors::check(JNIEnv* env, bool worked, const std::string& text) const 
   if (!worked || pending) throw javaFailure(text, printed);
 }
 
+std::string takeText(JNIEnv* env, jobject string) {
+  if (env->ExceptionCheck() == JNI_TRUE || string == nullptr) return {};
+  std::string text;
+  auto* const characters = static_cast<jstring>(string);
+  if (const char* bytes = env->GetStringUTFChars(characters, nullptr)) {
+    text = fromJava(bytes);
+    env->ReleaseStringUTFChars(characters, bytes);
+  }
+  env->DeleteLocalRef(string);
+  return text;
+}
+
+std::string typeName(JNIEnv* env, int type) {
+  const jclass types = env->FindClass("java/sql/JDBCType");
+  const jmethodID valueOf =
+      types == nullptr ? nullptr : env->GetStaticMethodID(types, "valueOf", "(I)Ljava/sql/JDBCType;");
+  const jobject found = valueOf == nullptr ? nullptr : env->CallStaticObjectMethod(types, valueOf, type);
+  env->ExceptionClear();
+  const auto name = call<std::string>(env, found, "getName", "()Ljava/lang/String;");
+  env->DeleteLocalRef(found);
+  env->DeleteLocalRef(types);
+  return name.value_or(std::to_string(type));
+}
+
 bool cancelInJava(jobject object) {
   return whileAttached([object](JNIEnv* env) { return call<Nothing>(env, object, "cancel", "()V").has_value(); });
 }

@@ -41,6 +41,9 @@ class JavaErrors {
   int file_;
 };
 
+/// The text of a Java string, whose local reference it drops; empty for null and when memory runs out.
+std::string takeText(JNIEnv* env, jobject string);
+
 /// The result of a method without one.
 struct Nothing {};
 
@@ -62,6 +65,8 @@ std::optional<Result> call(JNIEnv* env, jobject object, const char* name, const 
     result = env->CallBooleanMethod(object, method, arguments...) == JNI_TRUE;
   } else if constexpr (std::is_same_v<Result, jint>) {
     result = env->CallIntMethod(object, method, arguments...);
+  } else if constexpr (std::is_same_v<Result, std::string>) {
+    result = takeText(env, env->CallObjectMethod(object, method, arguments...));
   } else if constexpr (std::is_same_v<Result, jobject>) {
     result = env->CallObjectMethod(object, method, arguments...);
   } else {
@@ -69,6 +74,9 @@ std::optional<Result> call(JNIEnv* env, jobject object, const char* name, const 
   }
   return env->ExceptionCheck() == JNI_TRUE ? std::nullopt : std::optional<Result>(result);
 }
+
+/// The name of a code of java.sql.Types; for an unknown one the code itself.
+std::string typeName(JNIEnv* env, int type);
 
 /// Calls cancel() of a Java object, from a thread that is not attached. @return whether that worked.
 bool cancelInJava(jobject object);

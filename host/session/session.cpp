@@ -12,17 +12,6 @@ bool isUtf8(std::string_view text) {
   return std::all_of(text.begin(), text.end(), isAscii) || kivo::utf8::toModified(text).replacements == 0;
 }
 
-void RowLoader::add(const Cell& value) {
-  text_ += value.text;
-  const auto end = static_cast<std::int32_t>(text_.size());
-  ends_.push_back(value.isNull ? ~end : end);
-}
-
-void RowLoader::clear() {
-  ends_.clear();
-  text_.clear();
-}
-
 void Session::open(const Target& target) {
   Target java = target;
   for (auto text : {&Target::url, &Target::type, &Target::host, &Target::port, &Target::instance, &Target::database,

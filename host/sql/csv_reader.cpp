@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "failure.h"
+
 namespace kivosql {
 
 namespace {
@@ -12,7 +14,6 @@ constexpr int kEnd = std::char_traits<char>::eof();
 
 int CsvReader::take() {
   const int byte = input_.sbumpc();
-  if (byte != kEnd) ++bytes_;
   if (byte == '\n') ++line_;
   return byte;
 }
@@ -34,13 +35,12 @@ std::string CsvReader::skipByteOrderMark() {
 }
 
 /// The opening quote has been read.
-bool CsvReader::takeQuoted(std::string& text) {
+void CsvReader::takeQuoted(std::string& text) {
   for (int byte = take(); byte != kEnd; byte = take()) {
-    if (byte == '"' && !takeIf('"')) return true;
+    if (byte == '"' && !takeIf('"')) return;
     text += static_cast<char>(byte);
   }
-  error_ = "a quote that begins in the record on line " + std::to_string(recordLine_) + " never ends";
-  return false;
+  throw Failure("a quote that begins in the record on line " + std::to_string(recordLine_) + " never ends");
 }
 
 void CsvReader::takePlain(std::string& text) {
@@ -51,20 +51,22 @@ void CsvReader::takePlain(std::string& text) {
 
 bool CsvReader::next(std::vector<CsvField>& record) {
   record.clear();
-  std::string start = bytes_ == 0 ? skipByteOrderMark() : "";
+  std::string start = recordLine_ == 0 ? skipByteOrderMark() : "";
   recordLine_ = line_;
-  if (!error_.empty() || (start.empty() && input_.sgetc() == kEnd)) return false;
+  if (start.empty() && input_.sgetc() == kEnd) return false;
   do {
     CsvField& field = record.emplace_back();
     field.text = std::exchange(start, {});
     field.quoted = field.text.empty() && takeIf('"');
-    if (field.quoted && !takeQuoted(field.text)) return false;
-    if (!field.quoted) takePlain(field.text);
+    if (field.quoted) {
+      takeQuoted(field.text);
+    } else {
+      takePlain(field.text);
+    }
   } while (takeIf(','));
   takeIf('\r');
   if (takeIf('\n') || input_.sgetc() == kEnd) return true;
-  error_ = "line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return";
-  return false;
+  throw Failure("line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return");
 }
 
 }  // namespace kivosql

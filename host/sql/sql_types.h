@@ -24,9 +24,6 @@ using Row = std::vector<Cell>;
 bool isNumeric(int type);
 bool isBoolean(int type);
 
-/// The type's name in java.sql.Types; for an unknown type its code.
-std::string typeName(int type);
-
 /// Whether JSON's grammar takes the text as a number.
 bool isJsonNumber(std::string_view text);
 

@@ -24,8 +24,6 @@ Row namesOf(const std::vector<Column>& columns) {
   return names;
 }
 
-std::string countOf(unsigned long long rows) { return '(' + counted(rows, "row") + ")\n"; }
-
 /// Its columns are as wide as the first rows need; a wider cell after those stands out.
 class TableWriter : public Writer {
  public:
@@ -53,7 +51,7 @@ class TableWriter : public Writer {
   void end(unsigned long long rows) override {
     if (!begun_) writeKept();
     writeRule("└", "┴", "┘");
-    out_.write(countOf(rows));
+    out_.write('(' + counted(rows, "row") + ")\n");
   }
 
  private:
@@ -87,34 +85,6 @@ class TableWriter : public Writer {
   std::vector<std::vector<std::string>> kept_;  ///< the heading, and the rows that widths_ are taken from
   std::vector<std::size_t> widths_;
   std::vector<bool> right_;
-};
-
-class VerticalWriter : public Writer {
- public:
-  using Writer::Writer;
-
-  void begin(const std::vector<Column>& columns) override {
-    for (const Column& column : columns) {
-      names_.push_back(visible(column.name));
-      width_ = std::max(width_, cellsOf(names_.back()));
-    }
-  }
-
-  void row(const Row& row) override {
-    out_.write("── " + grouped(++number_) + " ──\n");
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      const Cell& cell = row[column];
-      out_.write(names_[column]).fill(" ", width_ - cellsOf(names_[column]) + 2);
-      out_.write(cell.isNull ? style_.null : visible(cell.text)).write("\n");
-    }
-  }
-
-  void end(unsigned long long rows) override { out_.write(countOf(rows)); }
-
- private:
-  unsigned long long number_ = 0;
-  std::size_t width_ = 0;
-  std::vector<std::string> names_;
 };
 
 class CsvWriter : public Writer {
@@ -231,32 +201,6 @@ class JsonWriter : public JsonLinesWriter {
   const char* separator_ = "";
 };
 
-class MarkdownWriter : public Writer {
- public:
-  using Writer::Writer;
-
-  void begin(const std::vector<Column>& columns) override {
-    row(namesOf(columns));
-    out_.write("|").fill(" --- |", columns.size()).write("\n");
-  }
-
-  void row(const Row& row) override {
-    out_.write("|");
-    for (const Cell& cell : row) out_.write(" ").write(cell.isNull ? style_.null : escaped(cell.text)).write(" |");
-    out_.write("\n");
-  }
-
- private:
-  static std::string escaped(std::string_view text) {
-    std::string result;
-    for (char byte : text) {
-      if (byte == '|' || byte == '\\') result += '\\';
-      result += byte == '\n' ? "<br>" : byte == '<' ? "&lt;" : byte == '&' ? "&amp;" : std::string(1, byte);
-    }
-    return visible(result);
-  }
-};
-
 template <typename Made>
 std::unique_ptr<Writer> make(Output& out, const Style& style) {
   return std::make_unique<Made>(out, style);
@@ -300,14 +244,12 @@ bool Output::abandoned() const { return error_ == EPIPE; }
 
 std::string Output::reason() const { return std::strerror(error_); }
 
-const Format kFormats[6] = {
+const Format kFormats[4] = {
     {"table", "aligned, for a terminal", "∅", true, false, kNothingBetween, make<TableWriter>},
-    {"vertical", "a line for each value", "∅", true, false, kNothingBetween, make<VerticalWriter>},
     {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, true, kBlankLine, make<CsvWriter>},
     {"json", "an array of objects; for a script an array of such arrays", "", false, false, kOneArray,
      make<JsonWriter>},
     {"jsonl", "one object per line", "", false, false, kNothingBetween, make<JsonLinesWriter>},
-    {"markdown", "a table for a document", "∅", false, false, kBlankLine, make<MarkdownWriter>},
 };
 
 }  // namespace kivosql

@@ -87,6 +87,6 @@ struct Format {
   std::unique_ptr<Writer> (*make)(Output& out, const Style& style);
 };
 
-extern const Format kFormats[6];
+extern const Format kFormats[4];
 
 }  // namespace kivosql

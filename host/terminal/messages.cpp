@@ -40,9 +40,6 @@ bool isInWord(const std::string& text, std::size_t at) {
 constexpr auto kQuiet = std::chrono::seconds(1);
 constexpr auto kBeat = std::chrono::milliseconds(200);
 constexpr const char* kErase = "\r\x1B[K";
-/// A line that wraps could not be erased: what is too wide for the terminal is cut.
-constexpr const char* kNoWrap = "\x1B[?7l";
-constexpr const char* kWrap = "\x1B[?7h";
 
 }  // namespace
 
@@ -100,13 +97,8 @@ std::string seconds(double value) {
   return text;
 }
 
-Progress::Progress(unsigned long long total) : total_(total) {
+Progress::Progress() {
   if (errorsOnTerminal()) thread_ = std::thread([this] { run(); });
-}
-
-void Progress::advance(unsigned long long rows, unsigned long long done) {
-  rows_ = rows;
-  done_ = done;
 }
 
 void Progress::stop() {
@@ -119,7 +111,7 @@ void Progress::run() {
   const std::future<void> stopping = stopping_.get_future();
   if (stopping.wait_for(kQuiet) == std::future_status::ready) return;
   do {
-    draw(kErase + (kNoWrap + line()) + kWrap);
+    draw(kErase + line());
   } while (stopping.wait_for(kBeat) == std::future_status::timeout);
   draw(kErase);
 }
@@ -127,11 +119,8 @@ void Progress::run() {
 std::string Progress::line() const {
   const double elapsed = this->elapsed();
   const unsigned long long rows = rows_;
-  std::string text = counted(rows, "row") + "  " + grouped(static_cast<unsigned long long>(double(rows) / elapsed)) +
-                     " rows/s  " + seconds(elapsed);
-  const double share = total_ == 0 ? 0 : double(done_) / double(total_);
-  if (share <= 0) return text;
-  return text + "  " + std::to_string(int(share * 100)) + " %  " + seconds(elapsed / share - elapsed) + " left";
+  return counted(rows, "row") + "  " + grouped(static_cast<unsigned long long>(double(rows) / elapsed)) + " rows/s  " +
+         seconds(elapsed);
 }
 
 }  // namespace kivosql

@@ -37,16 +37,15 @@ std::string counted(unsigned long long number, const char* noun);
 std::string seconds(double value);
 
 /// A moving line on standard error, if that is a terminal, while something takes longer than a second: rows, rate and
-/// time; if the total is known, also the share done and the time left. The destructor removes it.
+/// time. The destructor removes it.
 class Progress {
  public:
-  /// @param total in the unit of advance()'s @p done; 0 when unknown
-  explicit Progress(unsigned long long total = 0);
+  Progress();
   ~Progress() { stop(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void advance(unsigned long long rows, unsigned long long done = 0);
+  void advance(unsigned long long rows) { rows_ = rows; }
 
   /// Removes the line for good.
   void stop();
@@ -58,10 +57,8 @@ class Progress {
   void run();
   std::string line() const;
 
-  const unsigned long long total_;
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<unsigned long long> rows_{0};
-  std::atomic<unsigned long long> done_{0};
   std::promise<void> stopping_;
   std::thread thread_;
 };
