@@ -12,7 +12,6 @@ namespace {
 
 constexpr JavaMethod kOpen{"open", "([Ljava/lang/String;)Lcom/ulvanejdbc/adbc/AdbcDatabase;"};
 constexpr JavaMethod kConnect{"connect", "()Lcom/ulvanejdbc/adbc/AdbcConnection;"};
-constexpr JavaMethod kClose{"close", "()Z"};
 
 constexpr const char* kUri = "uri";
 constexpr const char* kPassword = "password";
@@ -82,13 +81,6 @@ void Database::init() {
 LocalRef<jobject> Database::connect(JNIEnv* env) {
   if (!java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is not initialized");
   return java_.ask(env, kConnect);
-}
-
-void Database::close() {
-  if (!java_ || isForked()) return;
-  JNIEnv* env = environment();
-  const PendingAside aside(env);
-  java_.run(env, kClose);
 }
 
 }  // namespace kivo::adbc

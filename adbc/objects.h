@@ -25,8 +25,8 @@ class Database {
   /// @return a connection of the jar
   LocalRef<jobject> connect(JNIEnv* env);
 
-  /// Lets go of the drivers. Connections live on.
-  void close();
+  /// Connections live on.
+  void close() {}
 
  private:
   std::map<std::string, std::string> options_;

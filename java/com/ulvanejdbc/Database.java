@@ -6,6 +6,7 @@ import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
 import java.sql.Statement;
 import java.sql.Types;
+import java.util.Iterator;
 import java.util.function.Predicate;
 import java.util.stream.Stream;
 
@@ -19,7 +20,10 @@ public enum Database {
       .refusingNoInstance("for Oracle the instance name must not be empty")
       .listing("select table_name from user_tables")
       .hidingPrefixes("AQ$", "DEF$", "HELP", "LOGMNRC_", "LOGMNRP_", "LOGMNRT_", "LOGMNR_", "LOGSTDBY$", "MVIEW$",
-          "OL$", "REPCAT$", "SQLPLUS_")),
+          "OL$", "REPCAT$", "SQLPLUS_")
+      .types("b", "number(1)", "l", "number(19)", "L", "number(20)", "f", "binary_float", "g", "binary_double",
+          "u", "varchar2(4000)", "tt", "", "tsn", "timestamp(9)", "tzn", "timestamp(9) with time zone")
+      .temporaryTable(null)),
 
   /** The first driver for SQL Server. */
   MSSQL(new DatabaseRow("mssql", "jdbc:microsoft:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]"
@@ -37,12 +41,15 @@ public enum Database {
       .listing("select TableName  from DBC.TablesX where TableKind='T' and not CreatorName='DBC'")),
 
   DB2(new DatabaseRow("db2", "jdbc:db2://{host}[:{port}][/{database}]")
+      .types("u", "varchar(8000)", "tz", "timestamp(6)").temporaryTable(null)
       .hidingSchemas("SYSIBM", "SYSCAT", "SYSSTAT", "SYSTOOLS", "SYSIBMADM").qualifyingNames()),
 
   KDB(new DatabaseRow("kdb", "jdbc:q:{host}:{port}").keyed("kx")),
 
   POSTGRESQL(new DatabaseRow("postgresql", "jdbc:postgresql://{host}[:{port}]/{database}").classes("org.postgresql.")
       .insertingManyRows().readingParametersAsLiterals()
+      .types("u", "text", "z", "bytea", "d", "numeric(%s)", "L", "numeric(20)", "ts", "timestamp", "tz", "timestamptz",
+          "+", "%s[]")
       // A cancelled statement ends the rest of its batch, too.
       .statementsAtOnce(4096)
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
@@ -94,10 +101,15 @@ public enum Database {
   },
 
   SQLSERVER(new DatabaseRow("sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]")
-      .hidingSystemTablesOfSqlServer()),
+      .hidingSystemTablesOfSqlServer()
+      .types("b", "bit", "C", "tinyint", "u", "nvarchar(max)", "z", "varbinary(max)", "ts", "datetime2(6)",
+          "tz", "datetimeoffset(6)").temporaryTable(null)),
 
   H2(new DatabaseRow("h2", "jdbc:h2:tcp://{host}[:{port}]/{database}").orWithout("host", "jdbc:h2:{database}")
       .classes("org.h2.").readingTimesAsText().hidingSchemas("INFORMATION_SCHEMA")
+      .types("c", "tinyint", "u", "varchar", "z", "varbinary", "tt", "time(6)", "ttn", "time(9)", "tsn", "timestamp(9)",
+          "tzn", "timestamp(9) with time zone", "+", "%s array")
+      .temporaryTable("create local temporary table %s (%s)")
       .settingIfKnown("set lazy_query_execution true").writingWholeNumbersPlainly().makingLocalDates()
       // It goes on with a batch after a statement that was cancelled, and sends each by itself in any case.
       .statementsAtOnce(1)) {
@@ -119,10 +131,13 @@ public enum Database {
   /** It gathers all rows. A database in files keeps those beyond this number on disk, which is several times slower. */
   HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
       .orWithout("host", "jdbc:hsqldb:{database}").classes("org.hsqldb.").readingTimesAsText()
+      .types("c", "tinyint", "u", "varchar(16777216)", "z", "varbinary(16777216)", "tt", "time(6)", "ttn", "time(9)",
+          "tsn", "timestamp(9)", "tzn", "timestamp(9) with time zone", "+", "%s array")
+      .temporaryTable("create temporary table %s (%s) on commit preserve rows")
       .settingIfKnown("set session result memory rows 20000").writingWholeNumbersPlainly().endingCountsAtFailure()),
 
   MARIADB(new DatabaseRow("mariadb", "jdbc:mariadb://{host}[:{port}]/{database}").classes("org.mariadb.")
-      .readingTimesAsText().insertingManyRows()
+      .readingTimesAsText().insertingManyRows().types(DatabaseRow.MARIADB_TYPES)
       .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, MariaDbBinary::toText))
       .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()
       // It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself.
@@ -142,23 +157,42 @@ public enum Database {
   },
 
   /** It streams at this fetch size only. */
-  MYSQL(new DatabaseRow("mysql", null).readingTimesAsText().insertingManyRows()
+  MYSQL(new DatabaseRow("mysql", null).readingTimesAsText().insertingManyRows().types(DatabaseRow.MARIADB_TYPES)
       .hidingSchemas(DatabaseRow.MARIADB_SCHEMAS).setting("set time_zone = '+00:00'").warningOfKeptChanges()
       .fetching(Integer.MIN_VALUE, Integer.MIN_VALUE)),
 
   /** It cannot cancel a statement that runs, only a batch between two. */
   DERBY(new DatabaseRow("derby", "jdbc:derby://{host}[:{port}]/{database}").orWithout("host", "jdbc:derby:{database}")
       .classes("org.apache.derby.").readingTimesAsText().times(TemporalCell::ofCalendar).writingWholeNumbersPlainly()
+      .types("u", "varchar(32672)", "ts", "timestamp", "tz", "timestamp").temporaryTable(null)
       .statementsAtOnce(1)),
 
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
       .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()
+      .types("u", "text", "L", "numeric", "ts", "timestamp", "tz", "timestamp")
       // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
       .statementsAtOnce(1)) {
     /** Its driver takes a DATETIME for a date. */
     @Override
     int typeOf(ResultSetMetaData columns, int column) throws SQLException {
       return columns.getColumnTypeName(column).equals("DATETIME") ? Types.TIMESTAMP : super.typeOf(columns, column);
+    }
+
+    /** Its driver gives the database's result code alone. */
+    @Override
+    String stateOf(SQLException failure) {
+      switch (failure.getErrorCode() & 0xFF) {
+        case 1:
+          return "42000";
+        case 9:
+          return "57014";
+        case 14:
+          return "08001";
+        case 19:
+          return "23000";
+        default:
+          return failure.getSQLState();
+      }
     }
 
     /** It has no way to ask, but refuses a transaction within another. */
@@ -201,7 +235,26 @@ public enum Database {
 
   /** By the class of a driver's result. */
   static Database of(ResultSet rows) {
-    return BY_CLASS.get(rows.getClass());
+    return rows instanceof DescribedRows.Known ? ((DescribedRows.Known) rows).database() : BY_CLASS.get(rows.getClass());
+  }
+
+  /** The five letters of a failure's SQLState; null if neither the driver nor this table has them. */
+  public static String sqlState(SQLException failure) {
+    return BY_CLASS.get(failure.getClass()).stateOf(failure);
+  }
+
+  String stateOf(SQLException failure) {
+    return failure.getSQLState();
+  }
+
+  /** The type of a new table's column. @param formats of Arrow, in pre-order; takes what belongs to one column */
+  public String columnType(Iterator<String> formats) throws SQLException {
+    return row.types.next(formats);
+  }
+
+  /** The statement that makes a temporary table; null where there are none. */
+  public String temporaryTable(String name, String columns) {
+    return row.temporaryTable == null ? null : String.format(row.temporaryTable, name, columns);
   }
 
   /** @return the row by which a URL is built for this word, or null */

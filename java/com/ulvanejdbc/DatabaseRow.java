@@ -10,6 +10,10 @@ import java.util.Collections;
 final class DatabaseRow {
   static final String[] MARIADB_SCHEMAS = {"information_schema", "mysql", "performance_schema", "sys"};
 
+  static final String[] MARIADB_TYPES = {"c", "tinyint", "C", "tinyint unsigned", "S", "smallint unsigned", "I",
+      "int unsigned", "L", "bigint unsigned", "f", "float", "u", "longtext", "z", "longblob", "tt", "time(6)", "ts",
+      "datetime(6)", "tz", "timestamp(6) null"};
+
   /**
    * From 32 to 4096, PostgreSQL is within 5 % of the fastest when rows are read cell by cell. Rows of 64 kB still fit a
    * heap of 64 MB.
@@ -65,6 +69,12 @@ final class DatabaseRow {
   int rowsPerInsert = 1;
   int fetchSizeOfReads = FETCH_SIZE;
   int fetchSizeOfOthers = FETCH_SIZE;
+
+  /** For new tables. */
+  ColumnTypes types = new ColumnTypes();
+
+  /** How a temporary table is made, with its name and its columns as %s; null where there are none of this kind. */
+  String temporaryTable = "create temporary table %s (%s)";
 
   /** As many as PostgreSQL's driver sends without an answer. */
   int statementsAtOnce = 256;
@@ -203,6 +213,17 @@ final class DatabaseRow {
   DatabaseRow fetching(int ofReads, int ofOthers) {
     fetchSizeOfReads = ofReads;
     fetchSizeOfOthers = ofOthers;
+    return this;
+  }
+
+  /** Formats and column types, in turn, that differ from the standard's. See {@link ColumnTypes}. */
+  DatabaseRow types(String... differing) {
+    types = new ColumnTypes(differing);
+    return this;
+  }
+
+  DatabaseRow temporaryTable(String sql) {
+    temporaryTable = sql;
     return this;
   }
 

@@ -12,29 +12,56 @@ import java.util.Properties;
 import java.util.ServiceConfigurationError;
 import java.util.ServiceLoader;
 
-/** Finds a URL's driver on the class path and connects through it. */
-final class Drivers {
-  private Drivers() {}
+/** Finds a URL's driver and connects through it. */
+public final class Drivers {
+  private final ClassLoader loader;
+  private final String driverClass;
 
-  /** Connects. An empty user or password is not handed to the driver, so that the driver's own defaults hold. */
+  /**
+   * @param loader where drivers are looked for
+   * @param driverClass the driver's class; null to take whichever driver takes the URL
+   */
+  public Drivers(ClassLoader loader, String driverClass) {
+    this.loader = loader;
+    this.driverClass = driverClass;
+  }
+
+  /**
+   * Connects by a driver of the class path, looked up through this class's own loader: the context loader, where the
+   * driver manager looks, is null on a native thread that attached itself. An empty user or password is not handed to
+   * the driver, so that the driver's own defaults hold.
+   */
   static Connection connect(ConnectionUrl target, String user, String password) throws SQLException {
     Properties properties = new Properties();
     putUnlessEmpty(properties, "user", user);
     putUnlessEmpty(properties, "password", password);
+    return new Drivers(Drivers.class.getClassLoader(), null).connect(target.url, properties);
+  }
+
+  public Connection connect(String url, Properties properties) throws SQLException {
     List<SQLException> failures = new ArrayList<>();
-    for (Driver driver : all()) {
-      Connection connection = accepts(driver, target.url) ? connect(driver, target.url, properties, failures) : null;
+    for (Driver driver : driverClass == null ? all() : named()) {
+      Connection connection = accepts(driver, url) ? connect(driver, url, properties, failures) : null;
       if (connection != null) return connection;
     }
     if (!failures.isEmpty()) throw failures.get(0);
-    if (!target.url.startsWith("jdbc:")) {
+    if (!url.startsWith("jdbc:")) {
       throw new MisuseException("no driver found for this URL, which does not begin with jdbc:");
     }
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
-    String word = target.vendor.matches("[\\w-]+") ? "\"" + target.vendor + "\" " : "";
+    String vendor = ConnectionUrl.ready(url).vendor;
+    String word = vendor.matches("[\\w-]+") ? "\"" + vendor + "\" " : "";
     throw new MisuseException("no driver found for this " + word
         + "URL: the jar of a JDBC driver that takes it must be "
         + "on the class path");
+  }
+
+  private List<Driver> named() throws SQLException {
+    try {
+      return Collections.singletonList((Driver) loader.loadClass(driverClass).getDeclaredConstructor().newInstance());
+    } catch (ReflectiveOperationException | ClassCastException | LinkageError unusable) {
+      throw new MisuseException("the driver class " + driverClass + " cannot be used: " + unusable);
+    }
   }
 
   /** Where two drivers take a URL, the failure of one leaves it to the other. */
@@ -51,15 +78,10 @@ final class Drivers {
     if (!ConnectionUrl.isEmpty(value)) properties.setProperty(name, value);
   }
 
-  /**
-   * The drivers that the jars of the class path offer, then those registered in any other way.
-   *
-   * <p>They are looked up through this class's own loader: the context loader, where the driver manager looks, is null
-   * on a native thread that attached itself.
-   */
-  private static List<Driver> all() {
+  /** The drivers that the loader's jars offer, then those registered in any other way. */
+  private List<Driver> all() {
     List<Driver> drivers = new ArrayList<>();
-    Iterator<Driver> offered = ServiceLoader.load(Driver.class, Drivers.class.getClassLoader()).iterator();
+    Iterator<Driver> offered = ServiceLoader.load(Driver.class, loader).iterator();
     while (addNext(offered, drivers)) continue;
     for (Driver registered : Collections.list(DriverManager.getDrivers())) {
       // Tried twice, the same driver would count a wrong password twice.

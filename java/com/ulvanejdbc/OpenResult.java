@@ -37,7 +37,10 @@ public final class OpenResult {
   }
 
   public static OpenResult of(jdbcUtilities utilities) {
-    Session session = utilities.session();
+    return of(utilities.session());
+  }
+
+  public static OpenResult of(Session session) {
     Rows rows = session.rows();
     return new OpenResult(rows.source(), session, rows);
   }

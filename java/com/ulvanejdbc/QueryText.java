@@ -7,7 +7,7 @@ import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 
 /** A query's words outside quotes and comments, which show whether it only reads. */
-final class QueryText {
+public final class QueryText {
   private static final Collection<String> READS = Arrays.asList("select", "values", "table", "show");
 
   /** These may hold or run one of {@link #WRITES}. */
@@ -28,7 +28,7 @@ final class QueryText {
   }
 
   /** Whether the query reads and does nothing else, as far as its text shows: a function that it calls may do more. */
-  static boolean onlyReads(String sql) {
+  public static boolean onlyReads(String sql) {
     QueryText text = new QueryText(sql);
     String word = text.nextWord();
     if (!READS_OR_WRITES.contains(word)) return READS.contains(word);

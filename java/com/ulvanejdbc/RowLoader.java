@@ -3,12 +3,7 @@ package com.ulvanejdbc;
 import java.nio.ByteBuffer;
 import java.sql.Connection;
 import java.sql.PreparedStatement;
-import java.sql.ResultSet;
-import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
-import java.sql.Statement;
-import java.util.stream.Collectors;
-import java.util.stream.Stream;
 
 /**
  * Stores rows of text in a table, by prepared statements whose parameters have the columns' types. Native code finds
@@ -16,17 +11,11 @@ import java.util.stream.Stream;
  * #getErrorMessage} then says why.
  */
 public final class RowLoader {
-  /** PostgreSQL's protocol counts them in 16 bits, and its driver took them for signed. */
-  private static final int MAX_PARAMETERS = 32767;
-
   private static final int NONE = -1;
 
   private final Session session;
   private final String table;
-  private final String[] names;
-  private LoadedColumn[] columns;
-  private String insert;
-  private String row;
+  private RowInsert insert;
   private String error = "";
 
   /**
@@ -38,36 +27,11 @@ public final class RowLoader {
   RowLoader(Session session, String table, String[] names) throws SQLException {
     this.session = session;
     this.table = table;
-    this.names = names;
-    session.runAsOne(this::prepare);
+    session.runAsOne(connection -> insert = new RowInsert(session, table, names));
   }
 
   public String getErrorMessage() {
     return error;
-  }
-
-  private void prepare(Connection connection) throws SQLException {
-    String quote = connection.getMetaData().getIdentifierQuoteString().trim();
-    String list = Stream.of(names).map(name -> quoted(name, quote)).collect(Collectors.joining(", "));
-    columns = new LoadedColumn[names.length];
-    String[] places = new String[names.length];
-    // A driver need not know the parameters' types of a statement that has not run.
-    try (Statement statement = connection.createStatement();
-         ResultSet none = statement.executeQuery("select " + list + " from " + table + " where 1 = 0")) {
-      ResultSetMetaData described = none.getMetaData();
-      for (int column = 0; column < names.length; ++column) {
-        int type = described.getColumnType(column + 1);
-        String typeName = described.getColumnTypeName(column + 1);
-        columns[column] = new LoadedColumn(names[column], type, typeName, database());
-        places[column] = database().place(table, names[column], typeName);
-      }
-    }
-    insert = "insert into " + table + " (" + list + ") values ";
-    row = "(" + String.join(", ", places) + ")";
-  }
-
-  private static String quoted(String name, String quote) {
-    return quote + (quote.isEmpty() ? name : name.replace(quote, quote + quote)) + quote;
   }
 
   /**
@@ -79,28 +43,9 @@ public final class RowLoader {
    */
   public boolean store(ByteBuffer ends, ByteBuffer text) {
     return attempt(() -> {
-      LoadedRows rows = new LoadedRows(ends, text, columns);
-      session.runAsOne(connection -> store(connection, rows));
+      LoadedRows rows = new LoadedRows(ends, text, insert.columns());
+      session.runAsOne(connection -> insert.store(connection, rows));
     });
-  }
-
-  private void store(Connection connection, LoadedRows rows) throws SQLException {
-    database().prepareLoad(connection);
-    BoundBatch batch = new BoundBatch(session, rows);
-    int rowsEach = Math.max(1, Math.min(database().rowsPerInsert(), MAX_PARAMETERS / columns.length));
-    store(connection, batch, rows.count() / rowsEach, rowsEach);
-    store(connection, batch, 1, rows.count() % rowsEach);
-  }
-
-  private void store(Connection connection, BoundBatch batch, int statements, int rowsEach) throws SQLException {
-    if (rowsEach == 0 || statements == 0) return;
-    try (PreparedStatement statement = connection.prepareStatement(insert + rowPlaces(rowsEach))) {
-      batch.run(statement, statements, rowsEach);
-    }
-  }
-
-  private String rowPlaces(int rowsEach) {
-    return Stream.generate(() -> row).limit(rowsEach).collect(Collectors.joining(", "));
   }
 
   /**
@@ -113,7 +58,7 @@ public final class RowLoader {
     int[] found = {NONE};
     try {
       if (!session.undone()) return NONE;
-      LoadedRows rows = new LoadedRows(ends, text, columns);
+      LoadedRows rows = new LoadedRows(ends, text, insert.columns());
       session.runAsOne(connection -> {
         found[0] = firstFailing(connection, rows);
         throw new SQLException("only tried");
@@ -127,7 +72,7 @@ public final class RowLoader {
   private int firstFailing(Connection connection, LoadedRows rows) throws SQLException {
     int number = 0;
     database().prepareLoad(connection);
-    try (PreparedStatement statement = connection.prepareStatement(insert + row)) {
+    try (PreparedStatement statement = connection.prepareStatement(insert.oneRow())) {
       session.setRunning(statement);
       for (; number < rows.count(); ++number) {
         rows.bind(number, statement, 1);

@@ -31,9 +31,14 @@ public final class Session {
   /** Connects, unless a live connection is held. */
   void connect(ConnectionUrl target, String user, String password) throws SQLException {
     if (connection != null && !connection.isClosed()) return;
+    adopt(Drivers.connect(target, user, password), target.vendor);
+  }
+
+  /** Takes a new connection over. @param vendor the word of its URL after "jdbc:" */
+  public void adopt(Connection made, String vendor) throws SQLException {
     forget();
-    connection = Drivers.connect(target, user, password);
-    database = Database.of(target.vendor);
+    connection = made;
+    database = Database.of(vendor);
     transactions = new Transactions(connection, database);
     cancellation = new Cancellation(database);
     try {
@@ -228,7 +233,7 @@ public final class Session {
    * #beginTransaction} rolled back.
    */
   @SuppressWarnings("try") // the resources are there to be closed, from the last to the first
-  void close() throws SQLException {
+  public void close() throws SQLException {
     try (Connection last = connection; Ending third = transactions == null ? null : transactions::abandon;
          Statement second = statement; Ending first = this::endRows) {
       batch.take();

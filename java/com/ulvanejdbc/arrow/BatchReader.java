@@ -2,6 +2,7 @@ package com.ulvanejdbc.arrow;
 
 import com.ulvanejdbc.OpenResult;
 import com.ulvanejdbc.ResultColumn;
+import com.ulvanejdbc.Session;
 import com.ulvanejdbc.jdbcUtilities;
 import java.nio.charset.StandardCharsets;
 import java.sql.ResultSet;
@@ -75,7 +76,7 @@ public final class BatchReader extends Fallible {
   }
 
   /** Of a result that the reader closes at its end. @param options in the order of {@link Options} */
-  static BatchReader ofOwnResult(ResultSet rows, int[] options) {
+  public static BatchReader ofOwnResult(ResultSet rows, int[] options) {
     BatchReader reader = ofResult(rows, options);
     reader.owned = rows;
     return reader;
@@ -83,8 +84,13 @@ public final class BatchReader extends Fallible {
 
   /** @param options in the order of {@link Options} */
   public static BatchReader ofUtilities(jdbcUtilities utilities, int[] options) {
+    return ofSession(utilities.session(), options);
+  }
+
+  /** @param options in the order of {@link Options} */
+  public static BatchReader ofSession(Session session, int[] options) {
     BatchReader reader = new BatchReader(options);
-    reader.readOrFail(() -> reader.open(OpenResult.of(utilities)));
+    reader.readOrFail(() -> reader.open(OpenResult.of(session)));
     return reader;
   }
 
@@ -233,7 +239,7 @@ public final class BatchReader extends Fallible {
 
   /** Where the cell is that could not be read. */
   @Override
-  String place() {
+  protected String place() {
     if (current < 0 || current >= columns.length) return "";
     return "row " + (rowsBefore + rowCount + 1) + ", column \"" + sources[current].label + "\": ";
   }

@@ -5,6 +5,8 @@ import java.sql.SQLException;
 
 /** Why a call failed, for native code, to which nothing is thrown. */
 final class Failure {
+  final Throwable thrown;
+
   /** Whether the database failed, and not the caller or this VM. */
   final boolean isOfDatabase;
 
@@ -18,6 +20,7 @@ final class Failure {
 
   /** @param place where it happened, in front of the text; may be empty */
   Failure(Throwable thrown, String place) {
+    this.thrown = thrown;
     isOfDatabase = ErrorText.isOfDatabase(thrown) && !(thrown instanceof UnfitValueException);
     text = place + ErrorText.of(thrown);
     boolean isSql = thrown instanceof SQLException;

@@ -3,16 +3,16 @@ package com.ulvanejdbc.arrow;
 import java.sql.SQLException;
 
 /** What native code calls: nothing is thrown to it, and a failure is kept for it to read. */
-abstract class Fallible {
+public abstract class Fallible {
   private Failure failure;
 
   /** A part of a call that may fail in any way. */
-  interface Step {
+  protected interface Step {
     void run() throws SQLException;
   }
 
   /** @return whether the step worked; if not, {@link #failure} has the text */
-  final boolean attempt(Step step) {
+  protected final boolean attempt(Step step) {
     failure = null;
     try {
       step.run();
@@ -30,11 +30,16 @@ abstract class Fallible {
   }
 
   /** Where in the caller's rows it happened; stands before the text. */
-  abstract String place();
+  protected abstract String place();
 
   /** The text of the last failure, as people read it; null without one. */
   public final String failure() {
     return failure == null ? null : failure.text;
+  }
+
+  /** What was thrown; null without a failure. */
+  public final Throwable thrown() {
+    return failure == null ? null : failure.thrown;
   }
 
   /** The five letters of its SQLState; null when there are none. */

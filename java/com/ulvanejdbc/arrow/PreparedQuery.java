@@ -4,6 +4,7 @@ import com.ulvanejdbc.BoundBatch;
 import com.ulvanejdbc.Database;
 import com.ulvanejdbc.LoadedColumn;
 import com.ulvanejdbc.MisuseException;
+import com.ulvanejdbc.RowInsert;
 import com.ulvanejdbc.Session;
 import com.ulvanejdbc.jdbcUtilities;
 import java.nio.ByteBuffer;
@@ -28,13 +29,13 @@ import java.util.List;
  * <p>It works on the connection of a {@link jdbcUtilities}: in its transaction, if one is open, and its {@code cancel}
  * ends what runs here, too. Only {@link #cancel} may be called from another thread.
  */
-public final class PreparedQuery extends Fallible {
+public class PreparedQuery extends Fallible {
   /** Returned instead of a row count. */
   public static final long FAILED = -2;
 
   private static final int NUMBERS_PER_FIELD = 2;
 
-  private final jdbcUtilities utilities;
+  private final Session session;
   private String sql;
   private PreparedStatement statement;
   private boolean returnsKeys;
@@ -42,34 +43,55 @@ public final class PreparedQuery extends Fallible {
   private int maxRows;
   private BoundRows rows;
 
+  /** Where bound rows go instead of a statement's parameters; or null. */
+  private RowInsert insert;
+
   /** The statement still has the values of its last run, which are not to be taken for those that were refused. */
   private boolean refusedValues;
 
-  private PreparedQuery(jdbcUtilities utilities) {
-    this.utilities = utilities;
+  protected PreparedQuery(Session session) {
+    this.session = session;
   }
 
   public static PreparedQuery of(jdbcUtilities utilities) {
-    return new PreparedQuery(utilities);
+    return new PreparedQuery(utilities.session());
   }
 
   /** @param generatedKeys whether {@link #generatedKeys} is to have rows after an insert */
   public boolean prepare(String text, boolean generatedKeys) {
     return attempt(() -> {
-      closeStatement();
-      sql = text;
+      use(text);
       returnsKeys = generatedKeys;
       statement();
     });
   }
 
+  /** Takes another statement, which is prepared when it is first needed. */
+  protected final void use(String text) throws SQLException {
+    closeStatement();
+    sql = text;
+  }
+
+  /** Has the rows that are bound from now on inserted into a table. */
+  protected final void use(RowInsert target) throws SQLException {
+    closeStatement();
+    insert = target;
+  }
+
+  /** The statement's text; null without one. */
+  protected final String sql() {
+    return sql;
+  }
+
   /** Limits later runs: in time, and in the rows of a query. 0 is no limit. */
   public boolean limit(int seconds, int rowLimit) {
-    return attempt(() -> {
-      statement().setQueryTimeout(seconds);
-      timeoutSeconds = seconds;
-      maxRows = rowLimit;
-    });
+    return attempt(() -> setLimits(seconds, rowLimit));
+  }
+
+  protected final void setLimits(int seconds, int rowLimit) throws SQLException {
+    if (statement != null && seconds != timeoutSeconds) statement.setQueryTimeout(seconds);
+    timeoutSeconds = seconds;
+    maxRows = rowLimit;
   }
 
   /**
@@ -101,15 +123,22 @@ public final class PreparedQuery extends Fallible {
       rows = null;
       refusedValues = true;
       List<ParameterField> fields = fields(formats.isEmpty() ? new String[0] : formats.split("\n"), buffers, numbers);
-      int wanted = ParameterType.count(statement());
+      int wanted = insert == null ? ParameterType.count(statement()) : insert.columns().length;
       if (wanted >= 0 && wanted != fields.size()) {
         throw new MisuseException(fields.size() + " columns of values for " + wanted + " parameters");
       }
       ParameterColumn[] columns = new ParameterColumn[fields.size()];
-      for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index + 1);
+      for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index);
       rows = new BoundRows(columns, fields.isEmpty() ? 0 : fields.get(0).length());
       refusedValues = false;
     });
+  }
+
+  /** Lets go of the bound rows and of their memory. */
+  public boolean unbind() {
+    rows = null;
+    refusedValues = false;
+    return true;
   }
 
   private static List<ParameterField> fields(String[] formats, ByteBuffer[] buffers, long[] numbers) {
@@ -130,21 +159,30 @@ public final class PreparedQuery extends Fallible {
     return top;
   }
 
-  private ParameterColumn column(ParameterField field, int place) throws SQLException {
+  private ParameterColumn column(ParameterField field, int index) throws SQLException {
     Database database = session().database();
+    if (insert != null) return column(field, insert.columns()[index], insert.type(index), database);
+    int place = index + 1;
     ParameterMetaData described = statement().getParameterMetaData();
     int type = ParameterType.codeOf(described, place, field.format);
     String typeName = ParameterType.nameOf(described, place);
+    return column(field, new LoadedColumn("", type, typeName, database), type, database);
+  }
+
+  private static ParameterColumn column(ParameterField field, LoadedColumn texts, int type, Database database)
+      throws SQLException {
     boolean hasZone = type == Types.TIMESTAMP_WITH_TIMEZONE || database.readsParametersAsLiterals();
-    return new ParameterColumn(field, new LoadedColumn("", type, typeName, database), hasZone ? "+00:00" : "");
+    return new ParameterColumn(field, texts, hasZone ? "+00:00" : "");
   }
 
   /** Runs a query with one of the bound rows. Its rows are then the open result of the utilities. */
   public boolean query(int row) {
-    return attempt(() -> {
-      bindRow(row);
-      session().query(statement(), sql, maxRows);
-    });
+    return attempt(() -> runQuery(row));
+  }
+
+  protected final void runQuery(int row) throws SQLException {
+    bindRow(row);
+    session().query(statement(), sql, maxRows);
   }
 
   /**
@@ -154,11 +192,14 @@ public final class PreparedQuery extends Fallible {
    */
   public long update(int row) {
     long[] count = {FAILED};
-    attempt(() -> {
-      bindRow(row);
-      count[0] = runOrDiscard(() -> session().update(statement()));
-    });
+    attempt(() -> count[0] = runUpdate(row));
     return count[0];
+  }
+
+  protected final long runUpdate(int row) throws SQLException {
+    bindRow(row);
+    statement().setMaxRows(maxRows);
+    return runOrDiscard(() -> session().update(statement()));
   }
 
   /**
@@ -169,17 +210,26 @@ public final class PreparedQuery extends Fallible {
    */
   public long updateAll() {
     long[] count = {FAILED};
-    attempt(() -> {
-      if (rows == null) throw new MisuseException("no parameters are bound");
-      BoundBatch batch = new BoundBatch(session(), rows);
-      try {
-        count[0] = runOrDiscard(() -> runAll(batch));
-      } catch (SQLException refused) {
-        int failed = batch.failedRow(refused);
-        if (failed == BoundBatch.UNKNOWN || !rows.place().isEmpty()) throw refused;
-        throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
-      }
-    });
+    attempt(() -> count[0] = runUpdateAll());
+    return count[0];
+  }
+
+  protected final long runUpdateAll() throws SQLException {
+    if (rows == null) throw new MisuseException("no parameters are bound");
+    if (insert != null) return insertAll();
+    BoundBatch batch = new BoundBatch(session(), rows);
+    try {
+      return runOrDiscard(() -> runAll(batch));
+    } catch (SQLException refused) {
+      int failed = batch.failedRow(refused);
+      if (failed == BoundBatch.UNKNOWN || !rows.place().isEmpty()) throw refused;
+      throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
+    }
+  }
+
+  private long insertAll() throws SQLException {
+    long[] count = {BoundBatch.UNKNOWN};
+    session().runAsOne(connection -> count[0] = insert.store(connection, rows));
     return count[0];
   }
 
@@ -210,7 +260,7 @@ public final class PreparedQuery extends Fallible {
 
   /** The rows that the last {@link #update} has, or null. @param options in the order of {@link Options} */
   public BatchReader resultRows(int[] options) {
-    return reader(() -> statement().getResultSet(), options);
+    return reader(() -> resultSet(), options);
   }
 
   /** Goes to the next result of the last {@link #update}. @return as there; -1 also after the last result */
@@ -223,6 +273,15 @@ public final class PreparedQuery extends Fallible {
   /** The keys that the last insert made. @param options in the order of {@link Options} */
   public BatchReader generatedKeys(int[] options) {
     return reader(() -> statement().getGeneratedKeys(), options);
+  }
+
+  /** The rows of the last {@link #runUpdate}; or null. */
+  protected final ResultSet resultSet() throws SQLException {
+    return statement().getResultSet();
+  }
+
+  protected final PreparedStatement prepared() throws SQLException {
+    return statement();
   }
 
   private interface Rows {
@@ -264,8 +323,8 @@ public final class PreparedQuery extends Fallible {
     return attempt(this::closeStatement);
   }
 
-  private Session session() {
-    return utilities.session();
+  protected final Session session() {
+    return session;
   }
 
   /** Prepares again if a failed query has closed the statement. */
@@ -291,11 +350,12 @@ public final class PreparedQuery extends Fallible {
     rows = null;
     refusedValues = false;
     sql = null;
+    insert = null;
     if (last != null) session().close(last);
   }
 
   @Override
-  String place() {
+  protected String place() {
     return rows == null ? "" : rows.place();
   }
 }

@@ -13,16 +13,16 @@ import java.sql.SQLException;
  * what the database holds. Native code finds this class and its methods by name. Nothing is thrown to it: a method that
  * fails answers false or null, and {@link #failure} has the text. One thread uses it at a time.
  */
-public final class TypedConnection extends Fallible {
-  private final jdbcUtilities utilities;
+public class TypedConnection extends Fallible {
+  private final Session session;
   private boolean autoCommit = true;
 
-  private TypedConnection(jdbcUtilities utilities) {
-    this.utilities = utilities;
+  protected TypedConnection(Session session) {
+    this.session = session;
   }
 
   public static TypedConnection of(jdbcUtilities utilities) {
-    return new TypedConnection(utilities);
+    return new TypedConnection(utilities.session());
   }
 
   public boolean autoCommit() {
@@ -153,16 +153,16 @@ public final class TypedConnection extends Fallible {
     return reader[0];
   }
 
-  private Session session() {
-    return utilities.session();
+  protected final Session session() {
+    return session;
   }
 
-  private Connection connection() {
-    return session().connection();
+  protected final Connection connection() {
+    return session.connection();
   }
 
   @Override
-  String place() {
+  protected String place() {
     return "";
   }
 }

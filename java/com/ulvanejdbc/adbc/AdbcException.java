@@ -1,0 +1,15 @@
+package com.ulvanejdbc.adbc;
+
+import java.sql.SQLException;
+
+/** A failure of the driver's own, with ADBC's status. */
+final class AdbcException extends SQLException {
+  private static final long serialVersionUID = 1L;
+
+  final int status;
+
+  AdbcException(int status, String message) {
+    super(message);
+    this.status = status;
+  }
+}

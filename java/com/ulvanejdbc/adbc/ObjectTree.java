@@ -1,0 +1,243 @@
+package com.ulvanejdbc.adbc;
+
+import java.sql.Connection;
+import java.sql.DatabaseMetaData;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.TreeMap;
+import java.util.regex.Pattern;
+
+/**
+ * What a database holds, as ADBC's GetObjects nests it: catalogues, schemas, tables, their columns and constraints.
+ * Where a database has no catalogues or no schemas, one with the empty name takes their place.
+ */
+final class ObjectTree {
+  private static final int ALL = 0;
+  private static final int CATALOGS = 1;
+  private static final int SCHEMAS = 2;
+  private static final int TABLES = 3;
+
+  private final Connection connection;
+  private final DatabaseMetaData database;
+  private final int depth;
+  private final String[] types;
+
+  /** Patterns, null for all. */
+  private final String catalogPattern;
+  private final String schemaPattern;
+  private final String tablePattern;
+  private final String columnPattern;
+
+  private final TreeWriter tree = new TreeWriter();
+
+  /** Schemas by catalogue, tables by schema. */
+  private final Map<String, Map<String, List<Table>>> catalogs = new TreeMap<>();
+
+  private static final class Table {
+    private final String catalog;
+    private final String schema;
+    private final String name;
+    private final String type;
+
+    private Table(String catalog, String schema, String name, String type) {
+      this.catalog = catalog;
+      this.schema = schema;
+      this.name = name;
+      this.type = type;
+    }
+  }
+
+  /** Columns of a table, as they stand in the tree. */
+  private final Map<String, List<byte[]>> columns = new LinkedHashMap<>();
+
+  /** @param names patterns of the catalogue, the schema, the table and the column; null for all */
+  ObjectTree(Connection connection, int depth, String[] names, String[] types) throws SQLException {
+    if (depth < ALL || depth > TABLES)
+      throw new AdbcException(Status.INVALID_ARGUMENT, "no depth of a listing: " + depth);
+    this.connection = connection;
+    this.database = connection.getMetaData();
+    this.depth = depth;
+    this.types = types;
+    catalogPattern = names[0];
+    schemaPattern = names[1];
+    tablePattern = names[2];
+    columnPattern = names[3];
+  }
+
+  byte[] list() throws SQLException {
+    findCatalogs();
+    if (depth != CATALOGS) findSchemas();
+    if (depth == TABLES || depth == ALL) findTables();
+    tree.count(catalogs.size());
+    for (Map.Entry<String, Map<String, List<Table>>> catalog : catalogs.entrySet()) {
+      tree.text(catalog.getKey());
+      writeSchemas(catalog.getValue());
+    }
+    return tree.toBytes();
+  }
+
+  /** ADBC's patterns have no escape. */
+  private static boolean fits(String name, String pattern) {
+    if (pattern == null) return true;
+    StringBuilder regex = new StringBuilder();
+    for (char letter : pattern.toCharArray()) {
+      regex.append(letter == '%' ? ".*" : letter == '_' ? "." : Pattern.quote(String.valueOf(letter)));
+    }
+    return Pattern.compile(regex.toString(), Pattern.DOTALL).matcher(name).matches();
+  }
+
+  private static String orEmpty(String name) {
+    return name == null ? "" : name;
+  }
+
+  private void findCatalogs() throws SQLException {
+    try (ResultSet found = database.getCatalogs()) {
+      while (found.next()) addCatalog(found.getString("TABLE_CAT"));
+    }
+    if (catalogs.isEmpty()) addCatalog("");
+  }
+
+  private void addCatalog(String name) {
+    if (fits(orEmpty(name), catalogPattern)) catalogs.put(orEmpty(name), new TreeMap<>());
+  }
+
+  private void findSchemas() throws SQLException {
+    boolean any = false;
+    try (ResultSet found = database.getSchemas()) {
+      while (found.next()) {
+        any = true;
+        addSchema(found.getString("TABLE_CATALOG"), orEmpty(found.getString("TABLE_SCHEM")));
+      }
+    }
+    if (any) return;
+    for (String catalog : catalogs.keySet()) addSchema(catalog, "");
+  }
+
+  /** Many drivers list the schemas of the current catalogue alone, without its name. */
+  private void addSchema(String catalog, String schema) throws SQLException {
+    String owner = catalog != null ? catalog : orEmpty(connection.getCatalog());
+    Map<String, List<Table>> schemas = catalogs.get(catalogs.containsKey(owner) ? owner : "");
+    if (schemas != null && fits(schema, schemaPattern)) schemas.put(schema, new ArrayList<>());
+  }
+
+  private void findTables() throws SQLException {
+    try (ResultSet found = database.getTables(null, null, "%", types)) {
+      while (found.next()) {
+        String catalog = found.getString("TABLE_CAT");
+        String schema = found.getString("TABLE_SCHEM");
+        List<Table> tables = tablesOf(catalog, schema);
+        String name = found.getString("TABLE_NAME");
+        if (tables == null || name == null || !fits(name, tablePattern)) continue;
+        tables.add(new Table(catalog, schema, name, orEmpty(found.getString("TABLE_TYPE")).trim()));
+      }
+    }
+    if (depth == ALL) findColumns();
+  }
+
+  private List<Table> tablesOf(String catalog, String schema) {
+    Map<String, List<Table>> schemas = catalogs.get(orEmpty(catalog));
+    return schemas == null ? null : schemas.get(orEmpty(schema));
+  }
+
+  private static String key(String catalog, String schema, String table) {
+    return orEmpty(catalog) + '\0' + orEmpty(schema) + '\0' + table;
+  }
+
+  private void findColumns() throws SQLException {
+    try (ResultSet found = database.getColumns(null, null, "%", "%")) {
+      while (found.next()) {
+        String table = found.getString("TABLE_NAME");
+        if (tablesOf(found.getString("TABLE_CAT"), found.getString("TABLE_SCHEM")) == null) continue;
+        if (!fits(table, tablePattern) || !fits(found.getString("COLUMN_NAME"), columnPattern)) continue;
+        String key = key(found.getString("TABLE_CAT"), found.getString("TABLE_SCHEM"), table);
+        columns.computeIfAbsent(key, none -> new ArrayList<>()).add(column(found));
+      }
+    }
+  }
+
+  private static byte[] column(ResultSet found) throws SQLException {
+    TreeWriter column = new TreeWriter().struct();
+    column.text(found.getString("COLUMN_NAME"));
+    column.int32(number(found, "ORDINAL_POSITION"));
+    column.text(textOrNull(found, "REMARKS"));
+    column.int16(number(found, "DATA_TYPE"));
+    column.text(textOrNull(found, "TYPE_NAME"));
+    column.int32(number(found, "COLUMN_SIZE"));
+    column.int16(number(found, "DECIMAL_DIGITS"));
+    column.int16(number(found, "NUM_PREC_RADIX"));
+    column.int16(number(found, "NULLABLE"));
+    column.text(textOrNull(found, "COLUMN_DEF"));
+    column.int16(number(found, "DATA_TYPE"));
+    column.int16(number(found, "SQL_DATETIME_SUB"));
+    column.int32(number(found, "CHAR_OCTET_LENGTH"));
+    column.text(textOrNull(found, "IS_NULLABLE"));
+    column.text(textOrNull(found, "SCOPE_CATALOG"));
+    column.text(textOrNull(found, "SCOPE_SCHEMA"));
+    column.text(textOrNull(found, "SCOPE_TABLE"));
+    column.bool(truth(found, "IS_AUTOINCREMENT"));
+    column.bool(truth(found, "IS_GENERATEDCOLUMN"));
+    return column.toBytes();
+  }
+
+  /** Null where the driver has no such column, or something else in it. */
+  private static Integer number(ResultSet found, String name) {
+    try {
+      int value = found.getInt(name);
+      return found.wasNull() ? null : value;
+    } catch (SQLException | RuntimeException none) {
+      return null;
+    }
+  }
+
+  private static String textOrNull(ResultSet found, String name) {
+    try {
+      return found.getString(name);
+    } catch (SQLException | RuntimeException none) {
+      return null;
+    }
+  }
+
+  private static Boolean truth(ResultSet found, String name) {
+    String answer = textOrNull(found, name);
+    return "YES".equals(answer) ? Boolean.TRUE : "NO".equals(answer) ? Boolean.FALSE : null;
+  }
+
+  private void writeSchemas(Map<String, List<Table>> schemas) throws SQLException {
+    if (depth == CATALOGS) {
+      tree.nullList();
+      return;
+    }
+    tree.count(schemas.size());
+    for (Map.Entry<String, List<Table>> schema : schemas.entrySet()) {
+      tree.struct().text(schema.getKey());
+      if (depth == SCHEMAS) {
+        tree.nullList();
+        continue;
+      }
+      tree.count(schema.getValue().size());
+      for (Table table : schema.getValue()) writeTable(table);
+    }
+  }
+
+  private void writeTable(Table table) throws SQLException {
+    tree.struct().text(table.name).text(table.type);
+    if (depth == TABLES) {
+      tree.nullList().nullList();
+      return;
+    }
+    List<byte[]> ofTable = columns.getOrDefault(key(table.catalog, table.schema, table.name), new ArrayList<>());
+    tree.count(ofTable.size());
+    for (byte[] column : ofTable) tree.raw(column);
+    writeConstraints(table);
+  }
+
+  private void writeConstraints(Table table) throws SQLException {
+    List<Constraint> found = new Constraints(database, table.catalog, table.schema, table.name).find();
+    tree.count(found.size());
+    for (Constraint constraint : found) constraint.write(tree);
+  }
+}

@@ -1,0 +1,502 @@
+// The ADBC driver, loaded as a driver manager loads it, on an embedded database.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "adbc_client.h"
+
+namespace kivo::test {
+namespace {
+
+Options h2(const std::string& name) {
+  return {{"uri", "jdbc:h2:mem:" + name + ";DB_CLOSE_DELAY=-1"}, {"adbc.jdbc.driver_path", KIVO_H2}};
+}
+
+/// A database of its own for each test.
+class AdbcOnH2 : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(client.opened) << client.opened; }
+
+  void run(const char* sql) {
+    AdbcQuery query(client, sql);
+    const Outcome outcome = query.execute();
+    EXPECT_TRUE(outcome) << sql << ": " << outcome;
+  }
+
+  AdbcClient client{h2(testing::UnitTest::GetInstance()->current_test_info()->name())};
+};
+
+TEST(AdbcDriverInit, FillsInWhatTheVersionHas) {
+  AdbcDriver old{};
+  std::memset(&old, 0x55, sizeof old);
+  EXPECT_EQ(AdbcDriverInit(ADBC_VERSION_1_0_0, &old, nullptr), ADBC_STATUS_OK);
+  AdbcDriver untouched{};
+  std::memset(&untouched, 0x55, sizeof untouched);
+  EXPECT_NE(old.StatementSetSubstraitPlan, untouched.StatementSetSubstraitPlan);
+  EXPECT_EQ(old.ErrorGetDetailCount, untouched.ErrorGetDetailCount);
+
+  AdbcDriver all{};
+  EXPECT_EQ(AdbcDriverJdbcInit(ADBC_VERSION_1_1_0, &all, nullptr), ADBC_STATUS_OK);
+  const auto* const functions = reinterpret_cast<const void* const*>(&all.release);
+  const auto* const end = reinterpret_cast<const void* const*>(&all + 1);
+  for (const auto* function = functions; function < end; ++function) EXPECT_NE(*function, nullptr);
+  EXPECT_EQ(all.release(&all, nullptr), ADBC_STATUS_OK);
+  EXPECT_EQ(all.release, nullptr);
+
+  AdbcError error{};
+  EXPECT_EQ(AdbcDriverInit(1002000, &all, &error), ADBC_STATUS_NOT_IMPLEMENTED);
+  EXPECT_STREQ(error.message, "this driver has versions 1.0.0 and 1.1.0 of ADBC");
+  error.release(&error);
+  EXPECT_EQ(AdbcDriverInit(ADBC_VERSION_1_1_0, nullptr, nullptr), ADBC_STATUS_INVALID_ARGUMENT);
+}
+
+/// Calls functions on a handle that is not there, is not made, or was released.
+template <class Handle>
+void expectRefusals(Handle* none, Handle& empty, Handle& released) {
+  const AdbcDriver& driver = adbc();
+  for (auto [handle, status] :
+       {std::pair{none, ADBC_STATUS_INVALID_ARGUMENT}, std::pair{&empty, ADBC_STATUS_INVALID_STATE},
+        std::pair{&released, ADBC_STATUS_INVALID_STATE}}) {
+    std::vector<Outcome> outcomes;
+    std::size_t size = 0;
+    std::int64_t number = 0;
+    if constexpr (std::is_same_v<Handle, AdbcDatabase>) {
+      outcomes = {call(driver, driver.DatabaseInit, handle), call(driver, driver.DatabaseRelease, handle),
+                  call(driver, driver.DatabaseSetOption, handle, "uri", "x"),
+                  call(driver, driver.DatabaseGetOption, handle, "uri", nullptr, &size)};
+    } else if constexpr (std::is_same_v<Handle, AdbcConnection>) {
+      AdbcStatement statement{};
+      Held<ArrowArrayStream> rows;
+      outcomes = {call(driver, driver.ConnectionRelease, handle),
+                  call(driver, driver.ConnectionCommit, handle),
+                  call(driver, driver.ConnectionCancel, handle),
+                  call(driver, driver.ConnectionGetTableTypes, handle, &rows),
+                  call(driver, driver.ConnectionGetStatisticNames, handle, &rows),
+                  call(driver, driver.StatementNew, handle, &statement)};
+    } else {
+      Held<ArrowArrayStream> rows;
+      outcomes = {call(driver, driver.StatementRelease, handle), call(driver, driver.StatementCancel, handle),
+                  call(driver, driver.StatementSetSqlQuery, handle, "select 1"),
+                  call(driver, driver.StatementExecuteQuery, handle, &rows, &number),
+                  call(driver, driver.StatementBindStream, handle, &rows)};
+    }
+    for (const Outcome& outcome : outcomes) EXPECT_EQ(outcome.status, status) << outcome;
+  }
+}
+
+TEST_F(AdbcOnH2, RefusesWhatIsNotMadeOrWasReleased) {
+  AdbcDatabase database{};
+  AdbcConnection connection{};
+  AdbcStatement statement{};
+  EXPECT_TRUE(call(adbc(), adbc().DatabaseNew, &database));
+  EXPECT_EQ(call(adbc(), adbc().DatabaseNew, &database).status, ADBC_STATUS_INVALID_STATE);
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionNew, &connection));
+  EXPECT_EQ(call(adbc(), adbc().StatementNew, &connection, &statement).status, ADBC_STATUS_INVALID_STATE)
+      << "the connection is not initialized";
+  EXPECT_EQ(call(adbc(), adbc().ConnectionInit, &connection, &database).status, ADBC_STATUS_INVALID_STATE)
+      << "the database is not initialized";
+  EXPECT_EQ(call(adbc(), adbc().DatabaseInit, &database).status, ADBC_STATUS_INVALID_ARGUMENT) << "no uri";
+  EXPECT_TRUE(call(adbc(), adbc().StatementNew, &client.connection, &statement));
+  EXPECT_TRUE(call(adbc(), adbc().StatementRelease, &statement));
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionRelease, &connection));
+  EXPECT_TRUE(call(adbc(), adbc().DatabaseRelease, &database));
+
+  AdbcDatabase noDatabase{};
+  AdbcConnection noConnection{};
+  AdbcStatement noStatement{};
+  expectRefusals<AdbcDatabase>(nullptr, noDatabase, database);
+  expectRefusals<AdbcConnection>(nullptr, noConnection, connection);
+  expectRefusals<AdbcStatement>(nullptr, noStatement, statement);
+}
+
+TEST_F(AdbcOnH2, NamesOptionsThatItDoesNotKnow) {
+  AdbcDatabase database{};
+  EXPECT_TRUE(call(adbc(), adbc().DatabaseNew, &database));
+  AdbcQuery query(client);
+  const Outcome set[] = {call(adbc(), adbc().DatabaseSetOption, &database, "no.such", "x"), client.set("no.such", "x"),
+                         query.set("no.such", "x")};
+  for (const Outcome& outcome : set) {
+    EXPECT_EQ(outcome.status, ADBC_STATUS_NOT_IMPLEMENTED) << outcome;
+    EXPECT_NE(outcome.text.find("no.such"), std::string::npos) << outcome;
+  }
+  std::size_t size = 0;
+  const Outcome got[] = {
+      call(adbc(), adbc().DatabaseGetOption, &database, "no.such", nullptr, &size),
+      call(adbc(), adbc().ConnectionGetOption, &client.connection, "no.such", nullptr, &size),
+      call(adbc(), adbc().StatementGetOption, &query.statement, "no.such", nullptr, &size),
+  };
+  for (const Outcome& outcome : got) EXPECT_EQ(outcome.status, ADBC_STATUS_NOT_FOUND) << outcome;
+  EXPECT_EQ(client.set("adbc.connection.autocommit", "maybe").status, ADBC_STATUS_INVALID_ARGUMENT);
+  EXPECT_TRUE(call(adbc(), adbc().DatabaseRelease, &database));
+}
+
+TEST_F(AdbcOnH2, TakesAndGivesOptionsOfEachType) {
+  AdbcQuery query(client);
+  const char* const rows = "adbc.jdbc.batch_rows";
+  EXPECT_TRUE(call(adbc(), adbc().StatementSetOptionInt, &query.statement, rows, std::int64_t{7}));
+  char text[8] = "x";
+  std::size_t size = 1;
+  EXPECT_TRUE(call(adbc(), adbc().StatementGetOption, &query.statement, rows, text, &size));
+  EXPECT_EQ(size, 2U);
+  EXPECT_STREQ(text, "x") << "there was no room";
+  EXPECT_TRUE(call(adbc(), adbc().StatementGetOption, &query.statement, rows, text, &size));
+  EXPECT_STREQ(text, "7");
+  double number = 0;
+  EXPECT_TRUE(call(adbc(), adbc().StatementGetOptionDouble, &query.statement, rows, &number));
+  EXPECT_EQ(number, 7);
+  std::int64_t integer = 0;
+  EXPECT_EQ(
+      call(adbc(), adbc().ConnectionGetOptionInt, &client.connection, "adbc.connection.autocommit", &integer).status,
+      ADBC_STATUS_INVALID_ARGUMENT);
+  const std::uint8_t bytes[] = {'1', '2'};
+  EXPECT_TRUE(call(adbc(), adbc().StatementSetOptionBytes, &query.statement, rows, bytes, std::size_t{2}));
+  EXPECT_TRUE(call(adbc(), adbc().StatementGetOptionInt, &query.statement, rows, &integer));
+  EXPECT_EQ(integer, 12);
+}
+
+TEST_F(AdbcOnH2, ReadsTypedRowsInBatches) {
+  AdbcQuery query(client, "select x, cast(x as varchar) || '%' as t from system_range(1, 5)");
+  EXPECT_TRUE(query.set("adbc.jdbc.batch_rows", "2"));
+  Held<ArrowArrayStream> rows;
+  ASSERT_TRUE(query.execute(&rows));
+  EXPECT_EQ(query.changed, -1);
+  Held<ArrowArray> batch;
+  EXPECT_EQ(rows.get_next(&rows, &batch), 0);
+  EXPECT_EQ(batch.length, 2);
+  EXPECT_EQ(textOf(rows), "<3, 3%><4, 4%><5, 5%>");
+  Held<ArrowSchema> schema;
+  EXPECT_TRUE(call(adbc(), adbc().StatementExecuteSchema, &query.statement, &schema));
+  EXPECT_STREQ(schema.children[0]->format, "l");
+  EXPECT_EQ(rowsOf(client, "create table nothing (a int)"), "");
+}
+
+TEST_F(AdbcOnH2, GivesEachFailureItsStatus) {
+  run("create table taken (a int primary key)");
+  run("insert into taken values (1)");
+  const struct {
+    const char* sql;
+    AdbcStatusCode status;
+    const char* sqlState;
+  } rows[] = {
+      {"selec 1", ADBC_STATUS_INVALID_ARGUMENT, "42001"},
+      {"select * from missing", ADBC_STATUS_NOT_FOUND, "42S02"},
+      {"create table taken (a int)", ADBC_STATUS_ALREADY_EXISTS, "42S01"},
+      {"insert into taken values (1)", ADBC_STATUS_INTEGRITY, "23505"},
+      {"select cast('x' as int)", ADBC_STATUS_INVALID_DATA, "22018"},
+  };
+  for (const auto& [sql, status, sqlState] : rows) {
+    AdbcQuery query(client);
+    Held<ArrowArrayStream> stream;
+    Outcome outcome = call(adbc(), adbc().StatementSetSqlQuery, &query.statement, sql);
+    if (outcome) outcome = query.execute(&stream);
+    if (outcome && stream.release != nullptr) {
+      EXPECT_NE(textOf(stream).find("failed: "), std::string::npos) << sql;
+      const AdbcError* error = adbc().ErrorFromArrayStream(&stream, &outcome.status);
+      ASSERT_NE(error, nullptr) << sql;
+      outcome.sqlState.assign(error->sqlstate, sizeof error->sqlstate);
+    } else {
+      EXPECT_FALSE(outcome.details.empty()) << sql;
+    }
+    EXPECT_EQ(outcome.status, status) << sql << ": " << outcome;
+    EXPECT_EQ(outcome.sqlState, sqlState) << sql << ": " << outcome;
+  }
+  const AdbcClient wrong(Options{{"uri", "jdbc:no-such-database:x"}});
+  EXPECT_FALSE(wrong.opened);
+  const AdbcClient closed(Options{{"uri", "jdbc:h2:tcp://127.0.0.1:1/x"},
+                                  {"username", "nobody"},
+                                  {"password", "s3cret-word"},
+                                  {"adbc.jdbc.driver_path", KIVO_H2}});
+  EXPECT_EQ(closed.opened.status, ADBC_STATUS_IO) << closed.opened;
+  EXPECT_EQ(closed.opened.text.find("s3cret-word"), std::string::npos);
+}
+
+/// The rows of a query as a batch, to bind elsewhere.
+void readBatch(AdbcClient& client, const char* sql, Held<ArrowSchema>& schema, Held<ArrowArray>& batch) {
+  AdbcQuery query(client, sql);
+  Held<ArrowArrayStream> rows;
+  const Outcome outcome = query.execute(&rows);
+  ASSERT_TRUE(outcome) << outcome;
+  ASSERT_EQ(rows.get_schema(&rows, &schema), 0);
+  ASSERT_EQ(rows.get_next(&rows, &batch), 0);
+}
+
+TEST_F(AdbcOnH2, RunsAStatementForBoundRows) {
+  run("create table kept (a int primary key, b varchar(9))");
+  Held<ArrowSchema> schema;
+  Held<ArrowArray> batch;
+  readBatch(client, "select cast(x as int), 'n' || x from system_range(1, 3)", schema, batch);
+  AdbcQuery insert(client, "insert into kept values (?, ?)");
+  EXPECT_TRUE(insert.bind(schema, batch));
+  EXPECT_EQ(batch.release, nullptr) << "the statement owns the rows";
+  const Outcome inserted = insert.execute();
+  EXPECT_TRUE(inserted) << inserted;
+  EXPECT_EQ(insert.changed, 3);
+
+  Held<ArrowSchema> parameters;
+  AdbcQuery one(client, "select b from kept where a = ?");
+  EXPECT_TRUE(call(adbc(), adbc().StatementPrepare, &one.statement));
+  EXPECT_TRUE(call(adbc(), adbc().StatementGetParameterSchema, &one.statement, &parameters));
+  ASSERT_EQ(parameters.n_children, 1);
+  EXPECT_STREQ(parameters.children[0]->format, "i");
+  Held<ArrowSchema> rowSchema;
+  Held<ArrowArray> row;
+  readBatch(client, "select 2", rowSchema, row);
+  EXPECT_TRUE(one.bind(rowSchema, row));
+  Held<ArrowArrayStream> found;
+  EXPECT_TRUE(one.execute(&found));
+  EXPECT_EQ(textOf(found), "<n2>");
+
+  // The second row cannot be stored, so none is.
+  Held<ArrowSchema> again;
+  Held<ArrowArray> duplicates;
+  readBatch(client, "select cast(7 - x as int), 'again' from system_range(3, 5)", again, duplicates);
+  EXPECT_TRUE(insert.bind(again, duplicates));
+  EXPECT_EQ(insert.execute().status, ADBC_STATUS_INTEGRITY);
+  EXPECT_EQ(rowsOf(client, "select count(*) from kept"), "<3>");
+}
+
+TEST_F(AdbcOnH2, RefusesRowsThatCannotBeBound) {
+  AdbcQuery query(client, "select ?");
+  Held<ArrowSchema> schema;
+  Held<ArrowArray> batch;
+  readBatch(client, "select 1, 2", schema, batch);
+  EXPECT_TRUE(query.bind(schema, batch));
+  EXPECT_FALSE(query.execute()) << "two columns for one parameter";
+
+  Held<ArrowSchema> outer;
+  Held<ArrowArray> rows;
+  readBatch(client, "select 1", outer, rows);
+  Held<ArrowSchema> number;
+  moveTo(number, *outer.children[0]);
+  EXPECT_EQ(query.bind(number, rows).status, ADBC_STATUS_INVALID_ARGUMENT) << "no struct";
+  EXPECT_EQ(rows.release, nullptr);
+  EXPECT_EQ(call(adbc(), adbc().StatementBind, &query.statement, nullptr, nullptr).status,
+            ADBC_STATUS_INVALID_ARGUMENT);
+}
+
+/// Rows of numbers, a batch each, which fail after some.
+struct FailingRows {
+  explicit FailingRows(AdbcClient& client) : query(client, "select x as a from system_range(1, 3)") {
+    EXPECT_TRUE(query.set("adbc.jdbc.batch_rows", "1"));
+    EXPECT_TRUE(query.execute(&rows));
+    stream = rows;
+    stream.private_data = this;
+    stream.get_schema = [](ArrowArrayStream* self, ArrowSchema* out) {
+      return of(self).rows.get_schema(&of(self).rows, out);
+    };
+    stream.get_next = [](ArrowArrayStream* self, ArrowArray* out) {
+      return of(self).left-- == 0 ? EPROTO : of(self).rows.get_next(&of(self).rows, out);
+    };
+    stream.get_last_error = [](ArrowArrayStream* /*self*/) { return "lost the rest"; };
+    stream.release = [](ArrowArrayStream* self) { self->release = nullptr; };
+  }
+  static FailingRows& of(ArrowArrayStream* stream) { return *static_cast<FailingRows*>(stream->private_data); }
+
+  AdbcQuery query;
+  Held<ArrowArrayStream> rows;
+  ArrowArrayStream stream{};
+  int left = 2;
+};
+
+TEST_F(AdbcOnH2, IngestsRowsInFourModes) {
+  const AdbcStatusCode exists = ADBC_STATUS_ALREADY_EXISTS;
+  const struct {
+    const char* mode;
+    AdbcStatusCode status;
+    const char* rows;
+  } steps[] = {
+      {"append", ADBC_STATUS_NOT_FOUND, ""},
+      {"create", ADBC_STATUS_OK, "<2>"},
+      {"create", exists, "<2>"},
+      {"append", ADBC_STATUS_OK, "<4>"},
+      {"replace", ADBC_STATUS_OK, "<2>"},
+      {"create_append", ADBC_STATUS_OK, "<4>"},
+  };
+  for (const auto& [mode, status, rows] : steps) {
+    SCOPED_TRACE(mode);
+    Held<ArrowSchema> schema;
+    Held<ArrowArray> batch;
+    readBatch(client, "select x as \"a\", 'it''s ' || x as \"b c\" from system_range(1, 2)", schema, batch);
+    AdbcQuery ingest(client);
+    EXPECT_TRUE(ingest.set("adbc.ingest.target_table", "ta\"ken"));
+    EXPECT_TRUE(ingest.set("adbc.ingest.mode", (std::string("adbc.ingest.mode.") + mode).c_str()));
+    EXPECT_TRUE(ingest.bind(schema, batch));
+    const Outcome outcome = ingest.execute();
+    EXPECT_EQ(outcome.status, status) << outcome;
+    EXPECT_EQ(ingest.changed, status == ADBC_STATUS_OK ? 2 : -2);
+    const std::string found =
+        *rows == '\0' ? "" : rowsOf(client, "select count(*) from \"ta\"\"ken\" where \"b c\" like 'it''s _'");
+    EXPECT_EQ(found, rows);
+  }
+}
+
+TEST_F(AdbcOnH2, IngestsAllRowsOrNone) {
+  run("create table whole (\"A\" bigint)");
+  AdbcClient source(h2("source"));
+  FailingRows failing(source);
+  AdbcQuery ingest(client);
+  EXPECT_TRUE(ingest.set("adbc.ingest.target_table", "WHOLE"));
+  EXPECT_TRUE(ingest.set("adbc.ingest.mode", "adbc.ingest.mode.append"));
+  EXPECT_EQ(ingest.execute().status, ADBC_STATUS_INVALID_STATE) << "no rows are bound";
+  EXPECT_TRUE(ingest.bind(failing.stream));
+  const Outcome outcome = ingest.execute();
+  EXPECT_EQ(outcome.status, ADBC_STATUS_IO) << outcome;
+  EXPECT_NE(outcome.text.find("lost the rest"), std::string::npos) << outcome;
+  EXPECT_EQ(rowsOf(client, "select count(*) from whole"), "<0>");
+}
+
+TEST_F(AdbcOnH2, CommitsAndRollsBack) {
+  run("create table t (a int)");
+  AdbcClient other(client);
+  EXPECT_EQ(call(adbc(), adbc().ConnectionCommit, &client.connection).status, ADBC_STATUS_INVALID_STATE);
+  EXPECT_TRUE(client.set("adbc.connection.autocommit", "false"));
+  run("insert into t values (1)");
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionRollback, &client.connection));
+  run("insert into t values (2)");
+  EXPECT_EQ(rowsOf(other, "select a from t"), "");
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionCommit, &client.connection));
+  EXPECT_EQ(rowsOf(other, "select a from t"), "<2>");
+  run("insert into t values (3)");
+  EXPECT_TRUE(client.set("adbc.connection.autocommit", "true"));
+  EXPECT_EQ(rowsOf(other, "select a from t"), "<2><3>");
+}
+
+TEST_F(AdbcOnH2, DescribesTheDatabase) {
+  run("create table parent (id int primary key, name varchar(20) not null)");
+  run("create table child (id int references parent (id))");
+  Held<ArrowArrayStream> info;
+  const std::uint32_t codes[] = {0, 103, 999};
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionGetInfo, &client.connection, codes, std::size_t{3}, &info));
+  EXPECT_EQ(countRows(info), 2);
+  Held<ArrowArrayStream> types;
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionGetTableTypes, &client.connection, &types));
+  EXPECT_NE(textOf(types).find("<BASE TABLE>"), std::string::npos);
+  Held<ArrowArrayStream> objects;
+  const char* onlyTables[] = {"BASE TABLE", nullptr};
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionGetObjects, &client.connection, 0, nullptr, "PUBLIC", "CHI%", onlyTables,
+                   nullptr, &objects));
+  Held<ArrowSchema> schema;
+  Held<ArrowArray> catalogs;
+  ASSERT_EQ(objects.get_schema(&objects, &schema), 0);
+  ASSERT_EQ(objects.get_next(&objects, &catalogs), 0);
+  ASSERT_EQ(catalogs.length, 1);
+  const auto child = [](const ArrowArray& of, int index) -> const ArrowArray& { return *of.children[index]; };
+  const ArrowArray& tables = child(child(child(child(catalogs, 1), 0), 1), 0);
+  ASSERT_EQ(tables.length, 1);
+  EXPECT_EQ(child(child(child(tables, 2), 0), 0).length, 1) << "one column";
+  EXPECT_EQ(child(child(tables, 3), 0).length, 1) << "one foreign key";
+
+  Held<ArrowSchema> table;
+  EXPECT_TRUE(call(adbc(), adbc().ConnectionGetTableSchema, &client.connection, nullptr, nullptr, "PARENT", &table));
+  ASSERT_EQ(table.n_children, 2);
+  EXPECT_STREQ(table.children[1]->name, "NAME");
+  Held<ArrowSchema> none;
+  EXPECT_EQ(
+      call(adbc(), adbc().ConnectionGetTableSchema, &client.connection, nullptr, nullptr, "NO_SUCH", &none).status,
+      ADBC_STATUS_NOT_FOUND);
+}
+
+TEST_F(AdbcOnH2, EndsWhatRunsWhenCancelled) {
+  AdbcQuery query(client, "select x from system_range(1, 1000000000000)");
+  Held<ArrowArrayStream> rows;
+  ASSERT_TRUE(query.execute(&rows));
+  std::atomic<bool> done{false};
+  std::thread canceller([&] {
+    while (!done) {
+      EXPECT_TRUE(call(adbc(), adbc().StatementCancel, &query.statement));
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  });
+  int code = 0;
+  while (code == 0) {
+    Held<ArrowArray> batch;
+    code = rows.get_next(&rows, &batch);
+    ASSERT_TRUE(code != 0 || batch.release != nullptr);
+  }
+  done = true;
+  canceller.join();
+  AdbcStatusCode status = ADBC_STATUS_OK;
+  ASSERT_NE(adbc().ErrorFromArrayStream(&rows, &status), nullptr);
+  EXPECT_EQ(status, ADBC_STATUS_CANCELLED);
+  EXPECT_EQ(rowsOf(client, "select 1"), "<1>");
+}
+
+TEST_F(AdbcOnH2, StreamsOutliveTheirStatementAndConnection) {
+  Held<ArrowArrayStream> rows;
+  Held<ArrowArray> first;
+  {
+    AdbcClient gone(h2("gone"));
+    AdbcQuery query(gone, "select x from system_range(1, 100)");
+    EXPECT_TRUE(query.set("adbc.jdbc.batch_rows", "1"));
+    EXPECT_TRUE(query.execute(&rows));
+    EXPECT_EQ(rows.get_next(&rows, &first), 0);
+  }
+  Held<ArrowArray> next;
+  EXPECT_NE(rows.get_next(&rows, &next), 0);
+  EXPECT_NE(rows.get_last_error(&rows), nullptr);
+  std::thread([&] {
+    first.release(&first);
+    rows.release(&rows);
+  }).join();
+}
+
+TEST_F(AdbcOnH2, ServesEightThreadsWithAConnectionEach) {
+  constexpr int kThreads = 8;
+  std::vector<std::thread> threads;
+  std::atomic<int> right{0};
+  for (int own = 0; own < kThreads; ++own) {
+    threads.emplace_back([&, own] {
+      AdbcClient mine(h2("threads" + std::to_string(own)));
+      const std::string sum = "select sum(x) from system_range(1, " + std::to_string(1000 + own) + ")";
+      const int expected = (1000 + own) * (1001 + own) / 2;
+      for (int time = 0; time < 20; ++time) right += rowsOf(mine, sum.c_str()) == '<' + std::to_string(expected) + '>';
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(right, kThreads * 20);
+}
+
+TEST_F(AdbcOnH2, RefusesToWorkInAForkedProcess) {
+  AdbcQuery query(client, "select 1");
+  Held<ArrowArrayStream> rows;
+  ASSERT_TRUE(query.execute(&rows));
+  const pid_t child = fork();
+  if (child == 0) {
+    ArrowArray batch{};
+    const bool refused = query.execute().status == ADBC_STATUS_INVALID_STATE && rows.get_next(&rows, &batch) == EIO &&
+                         call(adbc(), adbc().ConnectionCancel, &client.connection).status == ADBC_STATUS_INVALID_STATE;
+    rows.release(&rows);
+    _exit(refused ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(textOf(rows), "<1>");
+}
+
+TEST(AdbcDatabase, SaysWhatItCannotFind) {
+  const AdbcClient noDriver(Options{{"uri", "jdbc:h2:mem:x"}});
+  EXPECT_NE(noDriver.opened.text.find("no driver found"), std::string::npos) << noDriver.opened;
+  const AdbcClient noPath(Options{{"uri", "h2:mem:x"}, {"adbc.jdbc.driver_path", "/no/such/driver.jar"}});
+  EXPECT_NE(noPath.opened.text.find("/no/such/driver.jar"), std::string::npos) << noPath.opened;
+  const AdbcClient noClass(
+      Options{{"uri", "h2:mem:x"}, {"adbc.jdbc.driver_path", KIVO_H2}, {"adbc.jdbc.driver_class", "no.such.Driver"}});
+  EXPECT_NE(noClass.opened.text.find("no.such.Driver"), std::string::npos) << noClass.opened;
+  const AdbcClient named(Options{{"uri", "h2:mem:x"},
+                                 {"adbc.jdbc.driver_path", KIVO_H2},
+                                 {"adbc.jdbc.driver_class", "org.h2.Driver"},
+                                 {"adbc.jdbc.property.DB_CLOSE_DELAY", "0"}});
+  EXPECT_TRUE(named.opened) << named.opened;
+}
+
+}  // namespace
+}  // namespace kivo::test

@@ -1,0 +1,158 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "adbc.h"
+#include "arrow_text.h"
+
+namespace kivo::test {
+
+/// How a call ended, and what its error said.
+struct Outcome {
+  AdbcStatusCode status = ADBC_STATUS_OK;
+  std::string text;
+  std::string sqlState;
+  std::vector<std::pair<std::string, std::string>> details;
+
+  explicit operator bool() const { return status == ADBC_STATUS_OK; }
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+  return out << "status " << int{outcome.status} << " [" << outcome.sqlState << "] " << outcome.text;
+}
+
+/// Calls one of the driver's functions with an error of version 1.1.0 as its last argument.
+template <class Function, class... Arguments>
+Outcome call(const AdbcDriver& driver, Function function, Arguments... arguments) {
+  AdbcError error{};
+  error.vendor_code = ADBC_ERROR_VENDOR_CODE_PRIVATE_DATA;
+  Outcome outcome;
+  outcome.status = function(arguments..., &error);
+  if (error.message != nullptr) outcome.text = error.message;
+  outcome.sqlState.assign(error.sqlstate, error.sqlstate[0] == '\0' ? 0 : sizeof error.sqlstate);
+  for (int index = 0; index < driver.ErrorGetDetailCount(&error); ++index) {
+    const AdbcErrorDetail detail = driver.ErrorGetDetail(&error, index);
+    outcome.details.emplace_back(detail.key,
+                                 std::string(reinterpret_cast<const char*>(detail.value), detail.value_length));
+  }
+  EXPECT_EQ(error.release != nullptr, outcome.status != ADBC_STATUS_OK);
+  if (error.release != nullptr) error.release(&error);
+  return outcome;
+}
+
+/// The functions of version 1.1.0.
+inline const AdbcDriver& adbc() {
+  static const AdbcDriver driver = [] {
+    AdbcDriver filled{};
+    EXPECT_EQ(AdbcDriverInit(ADBC_VERSION_1_1_0, &filled, nullptr), ADBC_STATUS_OK);
+    return filled;
+  }();
+  return driver;
+}
+
+using Options = std::vector<std::pair<std::string, std::string>>;
+
+/// A database object and a connection to it, or another connection to the same.
+class AdbcClient {
+ public:
+  explicit AdbcClient(const Options& options) : opened(open(options)) {}
+  explicit AdbcClient(AdbcClient& other) : opened(connect(other.database)) {}
+  ~AdbcClient() {
+    const bool hasConnection = connection.private_data != nullptr;
+    EXPECT_TRUE(!hasConnection || call(adbc(), adbc().ConnectionRelease, &connection));
+    const bool hasDatabase = database.private_data != nullptr;
+    EXPECT_TRUE(!hasDatabase || call(adbc(), adbc().DatabaseRelease, &database));
+  }
+  AdbcClient(const AdbcClient&) = delete;
+  AdbcClient& operator=(const AdbcClient&) = delete;
+
+  AdbcDatabase database{};
+  AdbcConnection connection{};
+
+  /// How the first call ended that failed, or the last one.
+  const Outcome opened;
+
+  Outcome set(const char* option, const char* value) {
+    return call(adbc(), adbc().ConnectionSetOption, &connection, option, value);
+  }
+
+ private:
+  Outcome open(const Options& options) {
+    Outcome outcome = call(adbc(), adbc().DatabaseNew, &database);
+    for (const auto& [name, value] : options) {
+      if (outcome) outcome = call(adbc(), adbc().DatabaseSetOption, &database, name.c_str(), value.c_str());
+    }
+    if (outcome) outcome = call(adbc(), adbc().DatabaseInit, &database);
+    return outcome ? connect(database) : outcome;
+  }
+
+  Outcome connect(AdbcDatabase& to) {
+    const Outcome outcome = call(adbc(), adbc().ConnectionNew, &connection);
+    return outcome ? call(adbc(), adbc().ConnectionInit, &connection, &to) : outcome;
+  }
+};
+
+/// A statement, which is released at the end.
+class AdbcQuery {
+ public:
+  explicit AdbcQuery(AdbcClient& client, const char* sql = nullptr) {
+    EXPECT_TRUE(call(adbc(), adbc().StatementNew, &client.connection, &statement));
+    EXPECT_TRUE(sql == nullptr || call(adbc(), adbc().StatementSetSqlQuery, &statement, sql));
+  }
+  ~AdbcQuery() { EXPECT_TRUE(call(adbc(), adbc().StatementRelease, &statement)); }
+  AdbcQuery(const AdbcQuery&) = delete;
+  AdbcQuery& operator=(const AdbcQuery&) = delete;
+
+  Outcome set(const char* option, const char* value) {
+    return call(adbc(), adbc().StatementSetOption, &statement, option, value);
+  }
+  Outcome execute(ArrowArrayStream* out = nullptr) {
+    return call(adbc(), adbc().StatementExecuteQuery, &statement, out, &changed);
+  }
+  Outcome bind(Held<ArrowSchema>& schema, Held<ArrowArray>& rows) {
+    return call(adbc(), adbc().StatementBind, &statement, &static_cast<ArrowArray&>(rows),
+                &static_cast<ArrowSchema&>(schema));
+  }
+  Outcome bind(ArrowArrayStream& rows) { return call(adbc(), adbc().StatementBindStream, &statement, &rows); }
+
+  AdbcStatement statement{};
+  std::int64_t changed = -2;
+};
+
+/// Reads a stream to its end: "<1, a><2, null>"; after a failure its text follows.
+inline std::string textOf(ArrowArrayStream& stream) {
+  Held<ArrowSchema> schema;
+  std::string text;
+  int code = stream.get_schema(&stream, &schema);
+  while (code == 0) {
+    Held<ArrowArray> batch;
+    code = stream.get_next(&stream, &batch);
+    if (code != 0 || batch.release == nullptr) break;
+    for (std::int64_t row = 0; row < batch.length; ++row) {
+      std::string cells;
+      for (std::int64_t column = 0; column < schema.n_children; ++column) {
+        cells += column == 0 ? "" : ", ";
+        cells += ArrowText(*schema.children[column], *batch.children[column]).at(row).value_or("null");
+      }
+      text += '<' + cells + '>';
+    }
+  }
+  if (code != 0) text += std::string("failed: ") + stream.get_last_error(&stream);
+  return text;
+}
+
+/// The rows of a query, or why there are none.
+inline std::string rowsOf(AdbcClient& client, const char* sql) {
+  AdbcQuery query(client, sql);
+  Held<ArrowArrayStream> rows;
+  const Outcome outcome = query.execute(&rows);
+  return outcome ? textOf(rows) : "failed: " + outcome.text;
+}
+
+}  // namespace kivo::test
