@@ -2,6 +2,7 @@ package com.ulvanejdbc.adbc;
 
 import com.ulvanejdbc.Database;
 import com.ulvanejdbc.MisuseException;
+import java.io.IOException;
 import java.sql.SQLException;
 import java.sql.SQLFeatureNotSupportedException;
 import java.sql.SQLTimeoutException;
@@ -72,6 +73,7 @@ final class Status {
     if (failure instanceof AdbcException) return ((AdbcException) failure).status;
     if (failure instanceof MisuseException) return INVALID_STATE;
     if (failure instanceof OutOfMemoryError) return INTERNAL;
+    if (failure instanceof IOException) return IO;
     if (failure instanceof SQLFeatureNotSupportedException) return NOT_IMPLEMENTED;
     int status = failure instanceof SQLException ? ofState(Database.sqlState((SQLException) failure)) : UNKNOWN;
     // Some drivers report what was cancelled as a timeout; the SQLState tells the two apart.
