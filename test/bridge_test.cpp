@@ -1,47 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
+#include "bridge_operations.h"
 #include "doubles.h"
 
+namespace kivo::test {
 namespace {
 
 using Names = std::vector<std::string>;
 
-/// What an operation is given to fill in, with a mark in each to see whether it was touched.
-struct Given {
-  Names first = {"before"};
-  Names second = {"before"};
-  char mark = 'm';
-  char* value = &mark;
-
-  ~Given() {
-    if (value != &mark) std::free(value);
-  }
-  bool listsUntouched() const { return first.size() + second.size() == 2; }
-};
-
-const struct {
-  std::string method;
-  std::function<bool(JavaConnectionUtils&, Given&)> run;
-} kOperations[] = {
-    {"setParams", [](auto& bridge, auto& given) { return bridge.setParams(given.first, given.second); }},
-    {"connect", [](auto& bridge, auto&) { return bridge.makeConnection(); }},
-    {"canDiscover", [](auto& bridge, auto&) { return bridge.canDiscover(); }},
-    {"discoverTables", [](auto& bridge, auto& given) { return bridge.discoverTables(given.first); }},
-    {"discoverTable",
-     [](auto& bridge, auto& given) { return bridge.discoverTable(given.first[0], given.first, given.second); }},
-    {"query", [](auto& bridge, auto&) { return bridge.query(); }},
-    {"next", [](auto& bridge, auto&) { return bridge.next(); }},
-    {"getColumn", [](auto& bridge, auto& given) { return bridge.getColumn(1, given.value); }},
-};
-
-class Bridge : public kivo::test::DoublesTest {
+class Bridge : public DoublesTest {
  protected:
   Bridge() {
     EXPECT_TRUE(bridge.javaInit());
@@ -64,9 +36,9 @@ TEST_F(Bridge, NothingWorksAndNothingIsTouchedBeforeAnInstanceExists) {
   std::string missing = "doubles/Missing";
   JavaConnectionUtils attached(missing);
   EXPECT_EQ(printed([&] { EXPECT_FALSE(attached.javaInit()); }), "java.lang.NoClassDefFoundError: doubles/Missing\n");
-  for (const auto& operation : kOperations) {
+  for (const auto& operation : kBridgeOperations) {
     for (JavaConnectionUtils* object : {&unborn, &attached}) {
-      Given given;
+      BridgeGiven given;
       EXPECT_FALSE(operation.run(*object, given)) << operation.method;
       EXPECT_TRUE(given.listsUntouched() && given.value == &given.mark) << operation.method;
     }
@@ -97,17 +69,17 @@ TEST_F(Bridge, AClassThatCannotBeCreatedIsDescribed) {
 }
 
 TEST_F(Bridge, AFailureIsPrintedOnceAndLeavesNothingPending) {
-  for (const auto& operation : kOperations) {
+  for (const auto& operation : kBridgeOperations) {
     for (const std::string kind : {"hide ", "throw Bridge."}) {
       const Trouble trouble(*this, kind + operation.method);
-      Given given;
+      BridgeGiven given;
       EXPECT_EQ(printed([&] { EXPECT_FALSE(operation.run(bridge, given)) << operation.method; }), trouble.complaint);
       EXPECT_FALSE(env->ExceptionCheck()) << trouble.complaint;
       EXPECT_TRUE(given.listsUntouched()) << trouble.complaint;
       EXPECT_EQ(given.value == nullptr, operation.method == "getColumn") << trouble.complaint;
     }
     leavePending();
-    Given given;
+    BridgeGiven given;
     EXPECT_EQ(printed([&] { EXPECT_TRUE(operation.run(bridge, given)) << operation.method; }), kLeftOver);
   }
 }
@@ -117,9 +89,9 @@ TEST_F(Bridge, DiscoveryThatCannotMakeOrReadItsListsFails) {
   answer("Bridge.discoverTable", "a,b;x");
   for (const char* text : {"hide java/util/Vector", "hide size", "hide get", "hide java/lang/String"}) {
     const Trouble trouble(*this, text);
-    for (const auto& operation : kOperations) {
+    for (const auto& operation : kBridgeOperations) {
       if (operation.method.rfind("discover", 0) != 0) continue;
-      Given given;
+      BridgeGiven given;
       EXPECT_EQ(printed([&] { EXPECT_FALSE(operation.run(bridge, given)) << operation.method; }), trouble.complaint);
       EXPECT_TRUE(given.listsUntouched()) << text;
     }
@@ -151,13 +123,13 @@ TEST_F(Bridge, AColumnIsABufferOfTheJavaText) {
   const std::pair<std::string, int> rows[] = {{"", 0}, {"plain", -1}, {"nul \xC0\x80 \xED\xA0\xBD\xED\xB8\x80", 7}};
   for (const auto& [text, index] : rows) {
     answer("Bridge.getColumn", text);
-    Given given;
+    BridgeGiven given;
     EXPECT_TRUE(bridge.getColumn(index, given.value)) << text;
     EXPECT_STREQ(given.value, text.c_str());
     EXPECT_EQ(calls(), "Bridge.getColumn(" + std::to_string(index) + ")\n");
   }
   answer("Bridge.getColumn", "null");
-  Given given;
+  BridgeGiven given;
   EXPECT_TRUE(bridge.getColumn(1, given.value));
   EXPECT_EQ(given.value, nullptr);
 }
@@ -175,7 +147,7 @@ TEST_F(Bridge, DiscoveryAppendsInOrderUpToTheFirstElementThatIsNoText) {
   };
   for (const auto& row : rows) {
     answer("Bridge.discoverTable", row.answer);
-    Given given;
+    BridgeGiven given;
     std::string table = "T\xC3\xA4\xF0\x9F\x98\x80";
     EXPECT_EQ(printed([&] { EXPECT_EQ(bridge.discoverTable(table, given.first, given.second), row.result); }), "");
     EXPECT_EQ(given.first, row.first) << row.answer;
@@ -185,3 +157,4 @@ TEST_F(Bridge, DiscoveryAppendsInOrderUpToTheFirstElementThatIsNoText) {
 }
 
 }  // namespace
+}  // namespace kivo::test

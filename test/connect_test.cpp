@@ -10,29 +10,29 @@ namespace {
 
 using Connect = kivo::test::JdbcDoublesTest;
 
+const std::string kServer = "DataSource.setServerName(h)\nDataSource.setPortNumber(1)\nDataSource.setDatabaseName(d)\n";
+const std::string kTeradata = "DataSource.setDSName(h)\nDataSource.setDBS_PORT(1)\nDataSource.setDATABASE(d)\n";
+const struct {
+  const char* vendor;
+  const char* url;
+  std::string dataSource;
+  std::string configuration;
+  std::string setUser = "setUser";
+  std::string setPassword = "setPassword";
+} kVendors[] = {
+    {"oracle", "any", "OracleDataSource", "DataSource.setURL(any)\n"},
+    {"microsoft", "//h:1;databaseName=d", "SQLServerDataSource", kServer},
+    {"velmar", "jdbc:velmar:Tds:h:1/d", "VelmDataSource",
+     "DataSource.setConnectionProperties({charset=utf8})\n" + kServer},
+    {"db2", "//h:1/d", "DB2SimpleDataSource", kServer + "DataSource.setDriverType(4)\n"},
+    {"netezza", "//h:1/d", "Jdbc3PoolingDataSource", kServer + "DataSource.setDriverType(4)\n"},
+    {"teradata", "//h/DBS_PORT=1,DATABASE=d", "TeraDataSource", kTeradata, "setuser", "setpassword"},
+    {"kx", "any", "kdbDataSource", "DataSource.setURL(any)\n"},
+    {"postgresql", "//h:1/d", "Jdbc3SimpleDataSource", kServer},
+};
+
 TEST_F(Connect, EachVendorsDataSourceIsConfiguredAndSwitchedToAutoCommit) {
-  const std::string server =
-      "DataSource.setServerName(h)\nDataSource.setPortNumber(1)\nDataSource.setDatabaseName(d)\n";
-  const std::string teradata = "DataSource.setDSName(h)\nDataSource.setDBS_PORT(1)\nDataSource.setDATABASE(d)\n";
-  const struct {
-    const char* vendor;
-    const char* url;
-    std::string dataSource;
-    std::string configuration;
-    std::string setUser = "setUser";
-    std::string setPassword = "setPassword";
-  } rows[] = {
-      {"oracle", "any", "OracleDataSource", "DataSource.setURL(any)\n"},
-      {"microsoft", "//h:1;databaseName=d", "SQLServerDataSource", server},
-      {"velmar", "jdbc:velmar:Tds:h:1/d", "VelmDataSource",
-       "DataSource.setConnectionProperties({charset=utf8})\n" + server},
-      {"db2", "//h:1/d", "DB2SimpleDataSource", server + "DataSource.setDriverType(4)\n"},
-      {"netezza", "//h:1/d", "Jdbc3PoolingDataSource", server + "DataSource.setDriverType(4)\n"},
-      {"teradata", "//h/DBS_PORT=1,DATABASE=d", "TeraDataSource", teradata, "setuser", "setpassword"},
-      {"kx", "any", "kdbDataSource", "DataSource.setURL(any)\n"},
-      {"postgresql", "//h:1/d", "Jdbc3SimpleDataSource", server},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kVendors) {
     JdbcUtils fresh;
     ASSERT_TRUE(fresh.javaInit());
     fresh.vendor = row.vendor;

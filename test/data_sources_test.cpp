@@ -70,59 +70,62 @@ class DataSources : public kivo::test::DoublesTest {
   jobject dataSource_;
 };
 
+std::string server(const std::string& host, const char* port, const char* database) {
+  return "setServerName(" + host + ") setPortNumber(" + port + ") setDatabaseName(" + database + ") ";
+}
+
+std::string teradata(const std::string& host, const char* port, const char* database) {
+  return "setDSName(" + host + ") setDBS_PORT(" + port + ") setDATABASE(" + database + ") ";
+}
+
+const std::string kVelmar = "setConnectionProperties({charset=utf8}) ";
+const std::string kDb2 = "setDriverType(4) ";
+const std::string kRefused;
+const struct {
+  Member member;
+  const char* url;
+  std::string expected;
+} kUrls[] = {
+    {&JdbcUtils::jdbcURL, "jdbc:oracle:thin:@h:1:S", "setURL(jdbc:oracle:thin:@h:1:S) "},
+    {&JdbcUtils::kdbURL, "jdbc:q:kx1:5001", "setURL(jdbc:q:kx1:5001) "},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DBS_PORT=1025,DATABASE=dw", teradata("td1", "1025", "dw")},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/dbs_port=1025", teradata("td1", "1025", "")},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/database=dw,dbs_port=1025", teradata("td1", "1025", "dw")},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DATABASE=dw,DBS_PORT=1025", teradata("td1", "1025", "")},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/dbs_port=1,DBS_PORT=2", teradata("td1", "2", "")},
+    {&JdbcUtils::TeradataURL, "//h/TMODE=ANSI,DBS_PORT= 1x,DATABASE=d,CHARSET=UTF8", teradata("h", " 1x", "d")},
+    {&JdbcUtils::TeradataURL, "database=a//h/DBS_PORT=", teradata("h", "", "a//h/DBS_PORT=")},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DATABASE=dw", kRefused},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://td1,DBS_PORT=1025", kRefused},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata:td1/DBS_PORT=1025", kRefused},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://dbs_port=1DBS_PORT=2/x", kRefused},
+    {&JdbcUtils::TeradataURL, "jdbc:teradata://", kRefused},
+    {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://db1\\X:1433;databaseName=sales;responseBuffering=adaptive",
+     server("db1\\X", "1433", "sales")},
+    {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://h:014x3;databasename=low", server("h", "14", "low")},
+    {&JdbcUtils::SqlServerURL, "//h:;databasename=b;databaseName=a", server("h", "0", "a")},
+    {&JdbcUtils::SqlServerURL, "//h:1433;responseBuffering=adaptive", server("h", "1433", "")},
+    {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://h;databaseName=sales", kRefused},
+    {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver:/h:1//x:2", kRefused},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1:5432", server("pg1", "5432", "")},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1:5432/db/extra", server("pg1", "5432", "db/extra")},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql://:", server("", "0", "")},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1/db", kRefused},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql:/x//pg1:1", kRefused},
+    {&JdbcUtils::PostgresURL, "jdbc:postgresql:/", kRefused},
+    {&JdbcUtils::DB2URL, "jdbc:db2://h:500", server("h", "500", "") + kDb2},
+    {&JdbcUtils::DB2URL, "jdbc:netezza://nz:5480/sys", server("nz", "5480", "sys") + kDb2},
+    {&JdbcUtils::DB2URL, "jdbc:db2:/x//h:4294967298/d", server("h", "2", "d") + kDb2},
+    {&JdbcUtils::DB2URL, "jdbc:db2:h:500", kRefused},
+    {&JdbcUtils::DB2URL, "jdbc:db2://h", kRefused},
+    {&JdbcUtils::VelmarURL, "jdbc:velmar:Tds:vh:5000/pubs", kVelmar + server("vh", "5000", "pubs")},
+    {&JdbcUtils::VelmarURL, "xjdbc:velmar:Tds:vh: +50/a/b", kVelmar + server("vh", "50", "a/b")},
+    {&JdbcUtils::VelmarURL, "jdbc:velmar:Tds:vh", kRefused},
+    {&JdbcUtils::VelmarURL, "jdbc:velmar:tds:vh:5000", kRefused},
+};
+
 TEST_F(DataSources, EachMemberCutsItsUrlAndCallsItsSettersInOrder) {
-  const auto server = [](const std::string& host, const char* port, const char* database) {
-    return "setServerName(" + host + ") setPortNumber(" + port + ") setDatabaseName(" + database + ") ";
-  };
-  const auto teradata = [](const std::string& host, const char* port, const char* database) {
-    return "setDSName(" + host + ") setDBS_PORT(" + port + ") setDATABASE(" + database + ") ";
-  };
-  const std::string velmar = "setConnectionProperties({charset=utf8}) ";
-  const std::string db2 = "setDriverType(4) ";
-  const std::string refused;
-  const struct {
-    Member member;
-    const char* url;
-    std::string expected;
-  } rows[] = {
-      {&JdbcUtils::jdbcURL, "jdbc:oracle:thin:@h:1:S", "setURL(jdbc:oracle:thin:@h:1:S) "},
-      {&JdbcUtils::kdbURL, "jdbc:q:kx1:5001", "setURL(jdbc:q:kx1:5001) "},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DBS_PORT=1025,DATABASE=dw", teradata("td1", "1025", "dw")},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/dbs_port=1025", teradata("td1", "1025", "")},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/database=dw,dbs_port=1025", teradata("td1", "1025", "dw")},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DATABASE=dw,DBS_PORT=1025", teradata("td1", "1025", "")},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/dbs_port=1,DBS_PORT=2", teradata("td1", "2", "")},
-      {&JdbcUtils::TeradataURL, "//h/TMODE=ANSI,DBS_PORT= 1x,DATABASE=d,CHARSET=UTF8", teradata("h", " 1x", "d")},
-      {&JdbcUtils::TeradataURL, "database=a//h/DBS_PORT=", teradata("h", "", "a//h/DBS_PORT=")},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1/DATABASE=dw", refused},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://td1,DBS_PORT=1025", refused},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata:td1/DBS_PORT=1025", refused},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://dbs_port=1DBS_PORT=2/x", refused},
-      {&JdbcUtils::TeradataURL, "jdbc:teradata://", refused},
-      {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://db1\\X:1433;databaseName=sales;responseBuffering=adaptive",
-       server("db1\\X", "1433", "sales")},
-      {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://h:014x3;databasename=low", server("h", "14", "low")},
-      {&JdbcUtils::SqlServerURL, "//h:;databasename=b;databaseName=a", server("h", "0", "a")},
-      {&JdbcUtils::SqlServerURL, "//h:1433;responseBuffering=adaptive", server("h", "1433", "")},
-      {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver://h;databaseName=sales", refused},
-      {&JdbcUtils::SqlServerURL, "jdbc:microsoft:sqlserver:/h:1//x:2", refused},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1:5432", server("pg1", "5432", "")},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1:5432/db/extra", server("pg1", "5432", "db/extra")},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql://:", server("", "0", "")},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql://pg1/db", refused},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql:/x//pg1:1", refused},
-      {&JdbcUtils::PostgresURL, "jdbc:postgresql:/", refused},
-      {&JdbcUtils::DB2URL, "jdbc:db2://h:500", server("h", "500", "") + db2},
-      {&JdbcUtils::DB2URL, "jdbc:netezza://nz:5480/sys", server("nz", "5480", "sys") + db2},
-      {&JdbcUtils::DB2URL, "jdbc:db2:/x//h:4294967298/d", server("h", "2", "d") + db2},
-      {&JdbcUtils::DB2URL, "jdbc:db2:h:500", refused},
-      {&JdbcUtils::DB2URL, "jdbc:db2://h", refused},
-      {&JdbcUtils::VelmarURL, "jdbc:velmar:Tds:vh:5000/pubs", velmar + server("vh", "5000", "pubs")},
-      {&JdbcUtils::VelmarURL, "xjdbc:velmar:Tds:vh: +50/a/b", velmar + server("vh", "50", "a/b")},
-      {&JdbcUtils::VelmarURL, "jdbc:velmar:Tds:vh", refused},
-      {&JdbcUtils::VelmarURL, "jdbc:velmar:tds:vh:5000", refused},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kUrls) {
     EXPECT_EQ(configure(row.member, row.url), (row.expected.empty() ? "false " : "true ") + row.expected) << row.url;
     EXPECT_EQ(pending, "") << row.url;
   }

@@ -3,20 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <optional>
-#include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
 #include "JavaVmHost.h"
-#include "KivoArrow.h"
-#include "KivoUtf8.h"
-#include "arrow_text.h"
 #include "jdbcWrapper.h"
 #include "wrapper_on_databases.h"
 
@@ -29,116 +21,6 @@ void closeConnection(const JavaConnectionUtils& bridge) {
   bridge.env->CallVoidMethod(bridge.connectionObject, bridge.env->GetMethodID(type, "close", "()V"));
   EXPECT_FALSE(bridge.env->ExceptionCheck());
   bridge.env->DeleteLocalRef(type);
-}
-
-/// The only cell of an Arrow stream, with its format; a failure is its text.
-struct TypedCell {
-  std::string format;
-  Text text;
-  std::string failure;
-};
-
-TypedCell typedCell(jdbcWrapper& wrapper, const std::string& sql, int maxRows) {
-  ArrowArrayStream stream{};
-  ArrowStreamOptions options;
-  options.maxRows = maxRows;
-  TypedCell cell;
-  if (!wrapper.executeQuery(sql, 0) || !makeArrowStream(wrapper, stream, cell.failure, options)) {
-    return {"", {}, cell.failure + wrapper.errorMessage};
-  }
-  ArrowSchema schema{};
-  ArrowArray batch{};
-  EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
-  cell.format = schema.children[0]->format;
-  if (stream.get_next(&stream, &batch) != 0) {
-    cell.failure = stream.get_last_error(&stream);
-  } else {
-    cell.text = ArrowText(*schema.children[0], *batch.children[0]).at(0);
-    batch.release(&batch);
-  }
-  schema.release(&schema);
-  stream.release(&stream);
-  return cell;
-}
-
-/// What Arrow's dates and times have no numbers for; the year 1500 has a leap day in the Julian calendar alone.
-bool hasNoNumber(const std::string& text) {
-  const std::set<std::string> texts = {"infinity",
-                                       "-infinity",
-                                       "24:00:00",
-                                       "838:59:59.999999",
-                                       "-838:59:59",
-                                       "-00:00:00.5",
-                                       "0000-00-00",
-                                       "2024-00-00",
-                                       "0000-00-00 00:00:00",
-                                       "-1000000000-01-01",
-                                       "+1000000000-12-31",
-                                       "2024-02-29 23:59:59.123456789",
-                                       "+294276-12-31 23:59:59.999999",
-                                       "1500-02-29",
-                                       "not a date",
-                                       "3000000000-01-01",
-                                       "00ff41",
-                                       "日本語日-月日-一二"};
-  return texts.count(text) != 0;
-}
-
-std::string digitsOf(const std::string& text) {
-  std::string digits;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(digits), [](char byte) { return std::isdigit(byte) != 0; });
-  return digits;
-}
-
-/// Whether a typed value is the one that the text shows, in the words of the database.
-bool isSame(const std::string& format, const Text& value, const std::string& expected) {
-  const std::string text = value.value_or("\\N");
-  if (!value) return text == expected;
-  if (format == "b") {
-    const std::set<std::string> truths = {"t", "true", "TRUE", "1"};
-    return (text == "true") == (truths.count(expected) != 0);
-  }
-  const bool isInexact = format == "f" || format == "g" || expected.find("e-") != std::string::npos;
-  if (isInexact) return std::stod(text) == std::stod(expected);
-  return format == "+l" ? digitsOf(text) == digitsOf(expected) : text == expected;
-}
-
-void expectSameValue(const TypedCell& cell, const std::string& expected) {
-  SCOPED_TRACE("as " + cell.format);
-  if (cell.format[0] == 't' && hasNoNumber(expected)) {
-    EXPECT_NE(cell.failure.find("row 1, column \""), std::string::npos) << cell.failure;
-  } else {
-    EXPECT_EQ(cell.failure, "");
-    EXPECT_TRUE(isSame(cell.format, cell.text, expected)) << cell.text.value_or("\\N");
-  }
-}
-
-TEST_P(Databases, ValuesComeAsTheGoldenTablesSay) {
-  int rows = 0;
-  for (const char* table : {"dates.tsv", "values.tsv"}) {
-    std::ifstream file(std::string(KIVO_GOLDEN) + "/" + table);
-    ASSERT_TRUE(file) << table;
-    for (std::string line; std::getline(file, line);) {
-      std::istringstream fields(line);
-      std::string word;
-      std::string type;
-      std::string literal;
-      std::string expected;
-      std::getline(fields, word, '\t');
-      std::getline(fields, type, '\t');
-      std::getline(fields, literal, '\t');
-      std::getline(fields, expected);
-      if (word != database.word) continue;
-      ++rows;
-      SCOPED_TRACE(line);
-      recreate("golden", "k int, v " + type);
-      update("insert into golden values (1, " + literal + ")");
-      const std::string sql = "select v from golden where k = 1";
-      EXPECT_EQ(only(sql).value_or("\\N"), utf8::toModified(expected).text);
-      for (int maxRows : {1, 1024}) expectSameValue(typedCell(wrapper, sql, maxRows), expected);
-    }
-  }
-  EXPECT_GT(rows, 10);
 }
 
 TEST_P(Databases, RowsAreCountedNamedAndLimited) {

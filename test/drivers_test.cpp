@@ -51,48 +51,49 @@ class Drivers : public kivo::test::DoublesTest {
   jdbcWrapper wrapper;
 };
 
+const struct {
+  const char* word;
+  const char* host;
+  const char* port;
+  const char* instance;
+  const char* database;
+  std::string url;
+  std::string vendor;
+  std::string complaint;
+} kUrls[] = {
+    {"oracle", "h", "1", "i", "", "jdbc:oracle:thin:@h:1:i", "oracle", ""},
+    {"oracle", "h", "1", "", "d", "", "", "for Oracle the instance name must not be empty"},
+    {"oracle", "h", "1", "i", "d", "", "", "for oracle there is no place for the database"},
+    {"oracle", "h", "", "i", "", "", "", "for oracle the port must not be empty"},
+    {"mssql", "h", "", "i", "", "jdbc:microsoft:sqlserver://h\\i;responseBuffering=adaptive", "microsoft", ""},
+    {"velmar", "h", "1", "", "d", "jdbc:velmar:Tds:h:1/d", "velmar", ""},
+    {"netezza", "h", "", "i", "", "jdbc:netezza://h/i", "netezza", ""},
+    {"teradata", "h", "1", "", "d", "jdbc:teradata://h/DBS_PORT=1,DATABASE=d", "teradata", ""},
+    {"teradata", "h", "", "", "d", "jdbc:teradata://h/DATABASE=d", "teradata", ""},
+    {"teradata", "h", "1", "i", "", "jdbc:teradata://h/DBS_PORT=1", "teradata",
+     "teradata jdbc does not support a specified instance."},
+    {"db2", "h", "0", "i", "", "jdbc:db2://h/i", "db2", ""},
+    {"kdb", "h", "1", "", "", "jdbc:q:h:1", "kx", ""},
+    {"kdb", "h", "1", "i", "", "", "", "for kdb there is no place for the instance"},
+    {"postgresql", "h", "1", "i", "", "jdbc:postgresql://h:1/i", "postgresql", ""},
+    {"postgresql", "h", "", "", "d", "jdbc:postgresql://h/d", "postgresql", ""},
+    {"postgresql", "h", "1", "d", "d", "jdbc:postgresql://h:1/d", "postgresql", ""},
+    {"postgresql", "h", "1", "i", "d", "", "",
+     "for postgresql instance and database mean the same, but their values differ"},
+    {"sqlserver", "h", "", "i", "d", "jdbc:sqlserver://h\\i;databaseName=d", "sqlserver", ""},
+    {"mariadb", "h", "0", "", "{host}[x]", "jdbc:mariadb://h/{host}[x]", "mariadb", ""},
+    {"h2", "h", "1", "", "d", "jdbc:h2:tcp://h:1/d", "h2", ""},
+    {"h2", "", "", "", "mem:d", "jdbc:h2:mem:d", "h2", ""},
+    {"h2", "", "1", "", "mem:d", "", "", "for h2 without a host there is no place for the port"},
+    {"derby", "", "", "", "memory:d;create=true", "jdbc:derby:memory:d;create=true", "derby", ""},
+    {"hsqldb", "h", "", "", "d", "jdbc:hsqldb:hsql://h/d", "hsqldb", ""},
+    {"sqlite", "", "", "s.db", "", "jdbc:sqlite:s.db", "sqlite", ""},
+    {"sqlite", "h", "", "", ":memory:", "", "", "for sqlite there is no place for the host"},
+    {"Oracle", "h", "1", "i", "d", "", "", "unsupported database type"},
+};
+
 TEST_F(Drivers, AUrlIsBuiltByTheWordOfItsDatabaseOrRefused) {
-  const struct {
-    const char* word;
-    const char* host;
-    const char* port;
-    const char* instance;
-    const char* database;
-    std::string url;
-    std::string vendor;
-    std::string complaint;
-  } rows[] = {
-      {"oracle", "h", "1", "i", "", "jdbc:oracle:thin:@h:1:i", "oracle", ""},
-      {"oracle", "h", "1", "", "d", "", "", "for Oracle the instance name must not be empty"},
-      {"oracle", "h", "1", "i", "d", "", "", "for oracle there is no place for the database"},
-      {"oracle", "h", "", "i", "", "", "", "for oracle the port must not be empty"},
-      {"mssql", "h", "", "i", "", "jdbc:microsoft:sqlserver://h\\i;responseBuffering=adaptive", "microsoft", ""},
-      {"velmar", "h", "1", "", "d", "jdbc:velmar:Tds:h:1/d", "velmar", ""},
-      {"netezza", "h", "", "i", "", "jdbc:netezza://h/i", "netezza", ""},
-      {"teradata", "h", "1", "", "d", "jdbc:teradata://h/DBS_PORT=1,DATABASE=d", "teradata", ""},
-      {"teradata", "h", "", "", "d", "jdbc:teradata://h/DATABASE=d", "teradata", ""},
-      {"teradata", "h", "1", "i", "", "jdbc:teradata://h/DBS_PORT=1", "teradata",
-       "teradata jdbc does not support a specified instance."},
-      {"db2", "h", "0", "i", "", "jdbc:db2://h/i", "db2", ""},
-      {"kdb", "h", "1", "", "", "jdbc:q:h:1", "kx", ""},
-      {"kdb", "h", "1", "i", "", "", "", "for kdb there is no place for the instance"},
-      {"postgresql", "h", "1", "i", "", "jdbc:postgresql://h:1/i", "postgresql", ""},
-      {"postgresql", "h", "", "", "d", "jdbc:postgresql://h/d", "postgresql", ""},
-      {"postgresql", "h", "1", "d", "d", "jdbc:postgresql://h:1/d", "postgresql", ""},
-      {"postgresql", "h", "1", "i", "d", "", "",
-       "for postgresql instance and database mean the same, but their values differ"},
-      {"sqlserver", "h", "", "i", "d", "jdbc:sqlserver://h\\i;databaseName=d", "sqlserver", ""},
-      {"mariadb", "h", "0", "", "{host}[x]", "jdbc:mariadb://h/{host}[x]", "mariadb", ""},
-      {"h2", "h", "1", "", "d", "jdbc:h2:tcp://h:1/d", "h2", ""},
-      {"h2", "", "", "", "mem:d", "jdbc:h2:mem:d", "h2", ""},
-      {"h2", "", "1", "", "mem:d", "", "", "for h2 without a host there is no place for the port"},
-      {"derby", "", "", "", "memory:d;create=true", "jdbc:derby:memory:d;create=true", "derby", ""},
-      {"hsqldb", "h", "", "", "d", "jdbc:hsqldb:hsql://h/d", "hsqldb", ""},
-      {"sqlite", "", "", "s.db", "", "jdbc:sqlite:s.db", "sqlite", ""},
-      {"sqlite", "h", "", "", ":memory:", "", "", "for sqlite there is no place for the host"},
-      {"Oracle", "h", "1", "i", "d", "", "", "unsupported database type"},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kUrls) {
     SCOPED_TRACE(std::string(row.word) + ' ' + row.url);
     jdbcWrapper fresh;
     std::string url;

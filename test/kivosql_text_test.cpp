@@ -243,45 +243,46 @@ const std::vector<Row> kRows = {
     {{"", true}, {"a\rb", false}, {"maybe", false}},
 };
 
+const struct {
+  const char* format;
+  const char* null;
+  const char* expected;
+  const char* ofNothing;
+  bool crlf = false;
+} kWritten[] = {
+    {"table", "∅",
+     "┌─────────────────────────┬────────────┬───────┐\n"
+     "│                       n │ t|x        │ n     │\n"
+     "├─────────────────────────┼────────────┼───────┤\n"
+     "│ 12345678901234567890.10 │ a,\"b\"|<c>\\ │ t     │\n"
+     "│                     NaN │            │ ∅     │\n"
+     "│                      -1 │ é␍␊␉日本🎉 │ 0     │\n"
+     "│                       ∅ │ a␍b        │ maybe │\n"
+     "└─────────────────────────┴────────────┴───────┘\n"
+     "(4 rows)\n",
+     "┌───┬─────┬───┐\n│ n │ t|x │ n │\n├───┼─────┼───┤\n└───┴─────┴───┘\n(0 rows)\n"},
+    {"csv", "",
+     "n,t|x,n\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\nNaN,\"\",\n-1,\"é\r\n\t日本🎉\",0\n"
+     ",\"a\rb\",maybe\n",
+     "n,t|x,n\n"},
+    {"csv", "NaN",
+     "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\n\"NaN\",\"\",NaN\r\n-1,\"é\r\n\t日本🎉\",0\r\n"
+     "NaN,\"a\rb\",maybe\r\n",
+     "n,t|x,n\r\n", true},
+    {"json", "",
+     "[\n{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true},\n"
+     "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null},\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false},\n"
+     "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n]\n",
+     "[\n\n]\n"},
+    {"jsonl", "",
+     "{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true}\n"
+     "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null}\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false}\n"
+     "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n",
+     ""},
+};
+
 TEST(Kivosql, WritesEachFormat) {
-  const struct {
-    const char* format;
-    const char* null;
-    const char* expected;
-    const char* ofNothing;
-    bool crlf = false;
-  } rows[] = {
-      {"table", "∅",
-       "┌─────────────────────────┬────────────┬───────┐\n"
-       "│                       n │ t|x        │ n     │\n"
-       "├─────────────────────────┼────────────┼───────┤\n"
-       "│ 12345678901234567890.10 │ a,\"b\"|<c>\\ │ t     │\n"
-       "│                     NaN │            │ ∅     │\n"
-       "│                      -1 │ é␍␊␉日本🎉 │ 0     │\n"
-       "│                       ∅ │ a␍b        │ maybe │\n"
-       "└─────────────────────────┴────────────┴───────┘\n"
-       "(4 rows)\n",
-       "┌───┬─────┬───┐\n│ n │ t|x │ n │\n├───┼─────┼───┤\n└───┴─────┴───┘\n(0 rows)\n"},
-      {"csv", "",
-       "n,t|x,n\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\nNaN,\"\",\n-1,\"é\r\n\t日本🎉\",0\n"
-       ",\"a\rb\",maybe\n",
-       "n,t|x,n\n"},
-      {"csv", "NaN",
-       "n,t|x,n\r\n12345678901234567890.10,\"a,\"\"b\"\"|<c>\\\",t\r\n\"NaN\",\"\",NaN\r\n-1,\"é\r\n\t日本🎉\",0\r\n"
-       "NaN,\"a\rb\",maybe\r\n",
-       "n,t|x,n\r\n", true},
-      {"json", "",
-       "[\n{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true},\n"
-       "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null},\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false},\n"
-       "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n]\n",
-       "[\n\n]\n"},
-      {"jsonl", "",
-       "{\"n\":12345678901234567890.10,\"t|x\":\"a,\\\"b\\\"|<c>\\\\\",\"n_2\":true}\n"
-       "{\"n\":\"NaN\",\"t|x\":\"\",\"n_2\":null}\n{\"n\":-1,\"t|x\":\"é\\r\\n\\t日本🎉\",\"n_2\":false}\n"
-       "{\"n\":null,\"t|x\":\"a\\rb\",\"n_2\":\"maybe\"}\n",
-       ""},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kWritten) {
     EXPECT_EQ(written(row.format, {row.null, 60, row.crlf}, kColumns, kRows), row.expected) << row.format;
     EXPECT_EQ(written(row.format, {row.null, 60, row.crlf}, kColumns, {}), row.ofNothing) << row.format;
   }

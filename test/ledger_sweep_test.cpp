@@ -1,8 +1,9 @@
+#include "ledger_sweep.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <iterator>
@@ -18,24 +19,12 @@
 #include "RowBlocks.h"
 #include "arrow/parameters.h"
 #include "arrow_text.h"
-#include "doubles.h"
-#include "jdbcWrapper.h"
+#include "bridge_operations.h"
 #include "jni/local_ref.h"
 #include "jni/pending.h"
-#include "jni_ledger.h"
-#include "wrapper_operations.h"
 
 namespace kivo::test {
 namespace {
-
-constexpr Fault kFaults[] = {Fault::kOutOfMemory, Fault::kNull,   Fault::kThrowBefore,
-                             Fault::kThrowAfter,  Fault::kAttach, Fault::kAllocation};
-
-/// One member on an object in the state that it is called in.
-struct Member {
-  const char* name;
-  std::function<void(JniLedger&, const Armed&)> run;
-};
 
 enum class State { fresh, configured, connected, statement, result, row };
 
@@ -69,48 +58,28 @@ std::function<bool(Object&)> readColumn(Column column) {
 
 std::string text = "text";
 std::string wide = "w\xC3\xA9ite \xF0\x9F\x8C\x8D";
-std::vector<std::string> texts = {"one", "two"};
 
-struct BridgeRow {
-  const char* name;
-  bool ready;
-  std::function<bool(JavaConnectionUtils&)> call;
-};
+/// A member fails when any of its calls does, and works the next time. @param ready whether it needs an instance
+Member bridged(const std::string& name, bool ready, const std::function<bool(JavaConnectionUtils&)>& call) {
+  return {name, [=](JniLedger& ledger, const Armed& armed) {
+            std::string className = "doubles/Bridge";
+            JavaConnectionUtils bridge(className);
+            EXPECT_TRUE(!ready || bridge.javaInit());
+            bool done = false;
+            armed([&] { done = call(bridge); });
+            EXPECT_NE(done, JniLedger::faultFired());
+            EXPECT_FALSE(ledger.exceptionPending());
+            EXPECT_TRUE(bridge.javaInit() && bridge.makeConnection());
+          }};
+}
 
-const BridgeRow kBridgeRows[] = {
-    {"javaInit", false, [](auto& b) { return b.javaInit(); }},
-    {"setParams", true, [](auto& b) { return b.setParams(texts, texts); }},
-    {"makeConnection", true, [](auto& b) { return b.makeConnection(); }},
-    {"canDiscover", true, [](auto& b) { return b.canDiscover(); }},
-    {"query", true, [](auto& b) { return b.query(); }},
-    {"next", true, [](auto& b) { return b.next(); }},
-    {"getColumn", true, readColumn<JavaConnectionUtils>(1)},
-    {"discoverTables", true,
-     [](auto& b) {
-       std::vector<std::string> tables;
-       return b.discoverTables(tables);
-     }},
-    {"discoverTable", true,
-     [](auto& b) {
-       std::vector<std::string> lists[2];
-       return b.discoverTable(wide, lists[0], lists[1]);
-     }},
-};
-
-/// A member says so when any of its calls failed, and works the next time.
 std::vector<Member> bridgeMembers() {
-  std::vector<Member> members;
-  for (const BridgeRow& row : kBridgeRows) {
-    members.push_back({row.name, [row](JniLedger& ledger, const Armed& armed) {
-                         std::string className = "doubles/Bridge";
-                         JavaConnectionUtils connection(className);
-                         EXPECT_TRUE(!row.ready || connection.javaInit());
-                         bool done = false;
-                         armed([&] { done = row.call(connection); });
-                         EXPECT_NE(done, JniLedger::faultFired());
-                         EXPECT_FALSE(ledger.exceptionPending());
-                         EXPECT_TRUE(connection.javaInit() && connection.makeConnection());
-                       }});
+  std::vector<Member> members = {bridged("javaInit", false, [](auto& bridge) { return bridge.javaInit(); })};
+  for (const BridgeOperation& operation : kBridgeOperations) {
+    members.push_back(bridged(operation.method, true, [&operation](auto& bridge) {
+      BridgeGiven given;
+      return operation.run(bridge, given) && given.value != nullptr;
+    }));
   }
   return members;
 }
@@ -296,75 +265,6 @@ std::vector<Member> jdbcMembers() {
   return members;
 }
 
-bool run(const Operation& operation, jdbcWrapper& wrapper) {
-  Given given;
-  return operation.run(wrapper, given);
-}
-
-/// A row for an operation of the wrapper; one that fails once must end the next time as it did before.
-Member wrapped(const Operation& operation) {
-  return {operation.name.c_str(), [&operation](JniLedger& ledger, const Armed& armed) {
-            jdbcWrapper wrapper;
-            const bool usual = run(operation, wrapper);
-            if (armed([&] { run(operation, wrapper); })) {
-              EXPECT_EQ(wrapper.errorState == 0, wrapper.errorMessage.empty());
-            }
-            EXPECT_FALSE(ledger.exceptionPending());
-            EXPECT_EQ(run(operation, wrapper), usual);
-          }};
-}
-
-/// A row for a construction while the class lacks a method, if named. An object that reports nothing must do
-/// everything, and one that does must not crash.
-Member constructed(JNIEnv* env, const char* without) {
-  return {"jdbcWrapper", [=](JniLedger& ledger, const Armed& armed) {
-            const Hidden hidden(env, without);
-            std::optional<jdbcWrapper> wrapper;
-            if (!armed([&] { wrapper.emplace(); })) return;
-            EXPECT_FALSE(ledger.exceptionPending());
-            const bool whole = wrapper->errorState == 0;
-            for (const Operation& operation : kOperations) EXPECT_TRUE(run(operation, *wrapper) || !whole);
-          }};
-}
-
-std::vector<Member> wrapperMembers() {
-  std::vector<Member> members;
-  for (const Operation& operation : kOperations) members.push_back(wrapped(operation));
-  return members;
-}
-
-class LedgerSweep : public DoublesTest {
- protected:
-  /// Fails every call of every member in every way, once and from then on.
-  void sweep(const std::vector<Member>& members, const char* title) {
-    answer("DatabaseMetaData.getTables", "A:12,B:12,C:12,D:12\nc,s,ORDERS,TABLE\nc,null,ITEMS,TABLE");
-    answer("failing rows", "ID:4\n1\nthrow");
-    answer("typed rows", "ID:4,NAME:12\n1,one\n2,two\n3,three");
-    JniLedger ledger;
-    int points = 0;
-    for (const Member& member : members) points += sweep(ledger, member);
-    EXPECT_GT(points, 10 * static_cast<int>(members.size()));
-    std::printf("%s: %zu members, %d failing points, maximum local references at a time: %d\n", title, members.size(),
-                points, ledger.maxLocals());
-  }
-
- private:
-  static int sweep(JniLedger& ledger, const Member& member) {
-    int points = 0;
-    for (const Fault fault : kFaults) {
-      for (const bool lasting : {false, true}) {
-        SCOPED_TRACE(member.name);
-        const StderrCapture quiet;
-        const int globals = ledger.liveGlobals();
-        const auto operation = [&](const Armed& armed) { member.run(ledger, armed); };
-        points += sweepFaults(ledger, fault, operation, lasting);
-        EXPECT_EQ(ledger.liveGlobals(), globals);
-      }
-    }
-    return points;
-  }
-};
-
 TEST_F(LedgerSweep, BridgeReleasesEverythingWhicheverCallFails) { sweep(bridgeMembers(), "JavaConnectionUtils"); }
 
 TEST_F(LedgerSweep, JdbcReleasesEverythingWhicheverCallFails) { sweep(jdbcMembers(), "JdbcUtils"); }
@@ -413,17 +313,6 @@ TEST_F(LedgerSweep, AValueThatMemoryRanOutForIsNoSqlNull) {
   utils.closeConnection();
   utils.destroy();
   EXPECT_EQ(ledger.violations(), std::vector<std::string>());
-}
-
-TEST_F(LedgerSweep, WrapperReleasesEverythingWhicheverCallFails) {
-  std::vector<Member> members = wrapperMembers();
-  for (const char* without : {"", "getTables"}) members.push_back(constructed(env, without));
-  sweep(members, "jdbcWrapper");
-  for (const char* refused : {"next", "getStatement"}) answer(refused, "false");
-  for (const char* nothing : {"getColumn", "getVendor", "getTables"}) answer(nothing, "null");
-  for (const char* throwing : {"setUrl", "executeUpdate", "getColumnName"}) answer(throwing, "throw");
-  answer("getErrorCode", "1");
-  sweep(wrapperMembers(), "jdbcWrapper, refused");
 }
 
 }  // namespace

@@ -9,9 +9,8 @@
 #include <vector>
 
 #include "JavaVmHost.h"
-#include "doubles.h"
 #include "jdbcWrapper.h"
-#include "jni_ledger.h"
+#include "ledger_sweep.h"
 #include "wrapper_operations.h"
 
 namespace kivo::test {
@@ -107,56 +106,57 @@ TEST_F(Wrapper, AnExceptionThatEscapesIsTheErrorAndTheNextCallWorks) {
   }
 }
 
+const struct {
+  std::string operation, answers, expected;
+  Fault fault = Fault::kNull;
+  int nth = 0;
+} kOutcomes[] = {
+    {"setUrl", "getUrl=null getErrorCode=1", "true 1 message; text="},
+    {"setUrl", "setUrl=false getErrorCode=7", "false 2 message; "},
+    {"setUrl", "setUrl=false", "false 1 earlier; "},
+    {"getUrl", "getUrl=null", "false 0 ; text="},
+    {"getVendor", "getVendor=null getErrorCode=-1", "false 2 message; text="},
+    {"getConnection", "getConnection=false getErrorCode=1", "false 1 message; "},
+    {"closeConnection", "closeConnection=false", "false 0 ; "},
+    {"next", "next=false", "false 0 ; "},
+    {"next", "next=false getErrorCode=1 getErrorMessage=f\xC3\xBC", "false 1 f\xC3\xBC; "},
+    {"next", "next=false getErrorCode=1 getErrorMessage=", "false 1 ; "},
+    {"next", "next=false getErrorCode=-1 getErrorMessage=null", "false 2 error code -1 without a message; "},
+    {"next", "next=false getErrorCode=throw", "false 2 java.sql.SQLException: getErrorCode refused; "},
+    {"next", "next=false getErrorCode=1 getErrorMessage=throw",
+     "false 2 java.sql.SQLException: getErrorMessage refused; "},
+    {"getColumn", "getColumn=null", "true 0 ; value=null"},
+    {"getColumn", "getColumn=null getErrorCode=1", "false 1 message; value=null"},
+    {"getColumn", "getColumn= getErrorCode=1", "true 0 ; value="},
+    {"getColumn", "getColumn=\xC0\x80\xED\xA0\xBD\xED\xB8\x80", "true 0 ; value=\xC0\x80\xED\xA0\xBD\xED\xB8\x80"},
+    {"getNumColumns", "getNumColumns=0 getErrorCode=1", "true 0 ; number=0"},
+    {"getNumColumns", "getNumColumns=-3 getErrorCode=1", "false 1 message; number=-3"},
+    {"executeUpdate", "executeUpdate=0 getErrorCode=1", "true 0 ; number=0"},
+    {"executeUpdate", "executeUpdate=-5 getErrorCode=7", "false 2 message; number=-5"},
+    {"executeUpdate", "executeUpdate=-5", "false 0 ; number=-5"},
+    {"getColumnName", "getColumnName=null getErrorCode=2", "false 2 message; text="},
+    {"getColumnType", "getErrorCode=1", "false 1 message; "},
+    {"getColumnType", "getColumnType=-5", "true 0 ; number=-5"},
+    {"getColumnInfo", "getColumnName=null getErrorCode=1", "false 1 message; text="},
+    {"getColumnInfo", "getErrorCode=1", "false 1 message; text=name"},
+    {"executeBatch", "getErrorCode=-1", "false 2 message; number=2"},
+    {"executeBatch", "executeBatch=-3", "true 0 ; number=-3"},
+    {"getTables", "getTables=b,,a\xC3\xA4,b,,,,, getErrorCode=1", "true 0 ; tables=b,,a\xC3\xA4,b,,,,,,"},
+    {"getTables", "getTables=", "true 0 ; tables="},
+    {"getTables", "getTables=null", "false 0 ; "},
+    {"getTables", "getTables=null getErrorCode=1", "false 1 message; "},
+    {"getTables", "getTables=a,null,b", "false 2 the table name at index 1 is null; tables="},
+    {"setUrl", "", "false 2 out of memory; ", Fault::kNull, 5},
+    {"executeUpdate", "", "false 2 out of memory; number=-1", Fault::kOutOfMemory, 1},
+    {"getUrl", "", "false 2 out of memory; text=", Fault::kOutOfMemory, 2},
+    {"getColumn", "", "false 2 out of memory; value=null", Fault::kNull, 2},
+    {"getColumn", "", "false 2 out of memory; value=null", Fault::kAllocation, 1},
+    {"getTables", "", "false 2 out of memory; tables=", Fault::kNull, 5},
+    {"next", "next=false getErrorCode=1", "false 2 out of memory; ", Fault::kNull, 2},
+};
+
 TEST_F(Wrapper, ResultsAndErrorsAreTakenOverFromJava) {
-  const struct {
-    std::string operation, answers, expected;
-    Fault fault = Fault::kNull;
-    int nth = 0;
-  } rows[] = {
-      {"setUrl", "getUrl=null getErrorCode=1", "true 1 message; text="},
-      {"setUrl", "setUrl=false getErrorCode=7", "false 2 message; "},
-      {"setUrl", "setUrl=false", "false 1 earlier; "},
-      {"getUrl", "getUrl=null", "false 0 ; text="},
-      {"getVendor", "getVendor=null getErrorCode=-1", "false 2 message; text="},
-      {"getConnection", "getConnection=false getErrorCode=1", "false 1 message; "},
-      {"closeConnection", "closeConnection=false", "false 0 ; "},
-      {"next", "next=false", "false 0 ; "},
-      {"next", "next=false getErrorCode=1 getErrorMessage=f\xC3\xBC", "false 1 f\xC3\xBC; "},
-      {"next", "next=false getErrorCode=1 getErrorMessage=", "false 1 ; "},
-      {"next", "next=false getErrorCode=-1 getErrorMessage=null", "false 2 error code -1 without a message; "},
-      {"next", "next=false getErrorCode=throw", "false 2 java.sql.SQLException: getErrorCode refused; "},
-      {"next", "next=false getErrorCode=1 getErrorMessage=throw",
-       "false 2 java.sql.SQLException: getErrorMessage refused; "},
-      {"getColumn", "getColumn=null", "true 0 ; value=null"},
-      {"getColumn", "getColumn=null getErrorCode=1", "false 1 message; value=null"},
-      {"getColumn", "getColumn= getErrorCode=1", "true 0 ; value="},
-      {"getColumn", "getColumn=\xC0\x80\xED\xA0\xBD\xED\xB8\x80", "true 0 ; value=\xC0\x80\xED\xA0\xBD\xED\xB8\x80"},
-      {"getNumColumns", "getNumColumns=0 getErrorCode=1", "true 0 ; number=0"},
-      {"getNumColumns", "getNumColumns=-3 getErrorCode=1", "false 1 message; number=-3"},
-      {"executeUpdate", "executeUpdate=0 getErrorCode=1", "true 0 ; number=0"},
-      {"executeUpdate", "executeUpdate=-5 getErrorCode=7", "false 2 message; number=-5"},
-      {"executeUpdate", "executeUpdate=-5", "false 0 ; number=-5"},
-      {"getColumnName", "getColumnName=null getErrorCode=2", "false 2 message; text="},
-      {"getColumnType", "getErrorCode=1", "false 1 message; "},
-      {"getColumnType", "getColumnType=-5", "true 0 ; number=-5"},
-      {"getColumnInfo", "getColumnName=null getErrorCode=1", "false 1 message; text="},
-      {"getColumnInfo", "getErrorCode=1", "false 1 message; text=name"},
-      {"executeBatch", "getErrorCode=-1", "false 2 message; number=2"},
-      {"executeBatch", "executeBatch=-3", "true 0 ; number=-3"},
-      {"getTables", "getTables=b,,a\xC3\xA4,b,,,,, getErrorCode=1", "true 0 ; tables=b,,a\xC3\xA4,b,,,,,,"},
-      {"getTables", "getTables=", "true 0 ; tables="},
-      {"getTables", "getTables=null", "false 0 ; "},
-      {"getTables", "getTables=null getErrorCode=1", "false 1 message; "},
-      {"getTables", "getTables=a,null,b", "false 2 the table name at index 1 is null; tables="},
-      {"setUrl", "", "false 2 out of memory; ", Fault::kNull, 5},
-      {"executeUpdate", "", "false 2 out of memory; number=-1", Fault::kOutOfMemory, 1},
-      {"getUrl", "", "false 2 out of memory; text=", Fault::kOutOfMemory, 2},
-      {"getColumn", "", "false 2 out of memory; value=null", Fault::kNull, 2},
-      {"getColumn", "", "false 2 out of memory; value=null", Fault::kAllocation, 1},
-      {"getTables", "", "false 2 out of memory; tables=", Fault::kNull, 5},
-      {"next", "next=false getErrorCode=1", "false 2 out of memory; ", Fault::kNull, 2},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kOutcomes) {
     JniLedger::plan(row.fault, row.nth);
     scripted(row.answers, [&] {
       wrapper->errorState = 1;
@@ -253,6 +253,54 @@ TEST_F(Wrapper, AMissingMethodIsReportedByTheFirstInOrderAndByTheOperationsThatN
     scripted("next=false getErrorCode=1", [&] { EXPECT_FALSE(wrapper->next()); });
     EXPECT_EQ(wrapper->errorMessage, complaint(ofErrors));
   }
+}
+
+bool run(const Operation& operation, jdbcWrapper& wrapper) {
+  Given given;
+  return operation.run(wrapper, given);
+}
+
+/// A row for an operation of the wrapper; one that fails once must end the next time as it did before.
+Member wrapped(const Operation& operation) {
+  return {operation.name, [&operation](JniLedger& ledger, const Armed& armed) {
+            jdbcWrapper wrapper;
+            const bool usual = run(operation, wrapper);
+            if (armed([&] { run(operation, wrapper); })) {
+              EXPECT_EQ(wrapper.errorState == 0, wrapper.errorMessage.empty());
+            }
+            EXPECT_FALSE(ledger.exceptionPending());
+            EXPECT_EQ(run(operation, wrapper), usual);
+          }};
+}
+
+/// A row for a construction while the class lacks a method, if named. An object that reports nothing must do
+/// everything, and one that does must not crash.
+Member constructed(JNIEnv* env, const char* without) {
+  return {"jdbcWrapper", [=](JniLedger& ledger, const Armed& armed) {
+            const Hidden hidden(env, without);
+            std::optional<jdbcWrapper> wrapper;
+            if (!armed([&] { wrapper.emplace(); })) return;
+            EXPECT_FALSE(ledger.exceptionPending());
+            const bool whole = wrapper->errorState == 0;
+            for (const Operation& operation : kOperations) EXPECT_TRUE(run(operation, *wrapper) || !whole);
+          }};
+}
+
+std::vector<Member> wrapperMembers() {
+  std::vector<Member> members;
+  for (const Operation& operation : kOperations) members.push_back(wrapped(operation));
+  return members;
+}
+
+TEST_F(LedgerSweep, WrapperReleasesEverythingWhicheverCallFails) {
+  std::vector<Member> members = wrapperMembers();
+  for (const char* without : {"", "getTables"}) members.push_back(constructed(env, without));
+  sweep(members, "jdbcWrapper");
+  for (const char* refused : {"next", "getStatement"}) answer(refused, "false");
+  for (const char* nothing : {"getColumn", "getVendor", "getTables"}) answer(nothing, "null");
+  for (const char* throwing : {"setUrl", "executeUpdate", "getColumnName"}) answer(throwing, "throw");
+  answer("getErrorCode", "1");
+  sweep(wrapperMembers(), "jdbcWrapper, refused");
 }
 
 }  // namespace
