@@ -52,15 +52,8 @@ std::vector<Way> nativeWays();
 std::vector<Way> javaPeers();
 std::vector<Way> libraryWays();
 
-/// The second and the third value of a written row, the same as in Java.
-std::string note(long row);
-std::string half(long row);
-
-/// Starts the Java VM, unless it runs already. @return the seconds that the start took.
-double startVm(const Target& target);
-
-/// To be called before a thread ends that has used Java.
-void detachThread();
+/// Starts the Java VM, unless it runs already.
+void startVm(const Target& target);
 
 /// Runs a statement over a JDBC connection of its own.
 void execute(const Target& target, const std::string& sql);

@@ -4,8 +4,8 @@
 
   worker=            kivo_bench, the program whose ways are measured
   jvm= classpath= host= port= database= user=   how to reach the database; PGPASSWORD is the password
-  kivosql=           the command-line program, to measure it as well
-  parts=             any of: sizes dates wide large threads write load start memory; default: all
+  kivosql=           the command-line program, to measure its loading as well
+  parts=             any of: sizes dates write load memory; default: all
   readers= tables=   the names to measure; default: all
   rounds=            default: 5
   json= svg=         files for the results and for a picture of the 500 thousand rows
@@ -14,16 +14,16 @@
 import hashlib
 import json
 import os
+import platform
 import sys
 import tempfile
 from time import perf_counter
 
 import report
-from clients import Worker, loaders, process_readers
-from workloads import Work, fill, workloads
+from clients import Worker, loaders
+from workloads import WORKLOADS, Work, fill
 
 WARM_UPS = 3  # unmeasured rounds: a Java VM compiles what has run often
-STARTS = 9
 HEAP_MB = 3072  # H2 keeps its tables in the heap
 MEMORY_HEAP_MB = 64
 WRITTEN, LOADED = 100000, 500000
@@ -39,23 +39,20 @@ class Bench:
         password = os.environ["KIVO_PASSWORD"] = os.environ.get("PGPASSWORD", "")
         self.target = {**given, "url": url, "heap": HEAP_MB, "password": password}
         self.worker = Worker(self.target)
-        self.report = {"database": database, "machine": report.machine(), "comparisons": [], "figures": []}
+        machine = f"{os.cpu_count()} processors, {platform.platform()}, load {os.getloadavg()[0]:.2f} at the start"
+        self.report = {"database": database, "machine": machine, "comparisons": [], "figures": []}
 
     def run(self):
         print(self.report["machine"])
-        for part in "sizes dates wide large threads write load start memory".split():
+        measures = {"write": self.measure_writing, "load": self.measure_loading, "memory": self.measure_memory}
+        for part in ("sizes", "dates", *measures):
             if self.wants("parts", part):
-                self.measure(part)
+                measures.get(part, self.measure_reading)(part)
                 self.save()  # at once, since a later part may fail after half an hour
         report.print_aims(self.report)
         for comparison in self.report["comparisons"]:
             if comparison["title"] == "500 thousand rows" and "svg" in self.given:
                 report.plot(self.report, comparison, self.given["svg"])
-
-    def measure(self, part):
-        special = {"threads": self.measure_threads, "write": self.measure_writing, "load": self.measure_loading,
-                   "start": self.measure_start, "memory": self.measure_memory}
-        special.get(part, lambda: self.measure_reading(part))()
 
     def save(self):
         if "json" in self.given:
@@ -67,18 +64,17 @@ class Bench:
 
     def filled(self, work):
         for sql in fill(self.database, work):
-            self.worker.ask("execute", sql=sql)
+            self.worker.ask("execute", sql)
         return work
 
     def works(self, part):
-        return [self.filled(work) for work in workloads(part, self.database) if self.wants("tables", work.table)]
+        return [self.filled(work) for work in WORKLOADS[part] if self.wants("tables", work.table)]
 
     def ways(self, kind):
         return [way for way in self.worker.ways[kind] if way.on_h2 or self.database != "h2"]
 
     def readers(self):
-        ways = self.ways("reader") + ([] if self.database == "h2" else process_readers(self.target))
-        return [way for way in ways if self.wants("readers", way.name)]
+        return [way for way in self.ways("reader") if self.wants("readers", way.name)]
 
     def compare(self, contestants):
         """Runs (way, work) pairs in turn, so that other load on the machine affects each of them."""
@@ -102,30 +98,14 @@ class Bench:
 
     def measure_reading(self, part):
         for work in self.works(part):
-            contestants = [(way, work) for way in self.readers()
-                           if not (way.name == "odbc-rowset" and work.long_values)]
-            if contestants:
-                require_same_work(self.compare(contestants))
-
-    def measure_threads(self):
-        """The same query on one thread, then on two at once, each with a connection of its own."""
-        work = self.filled(workloads("sizes", self.database)[1])
-        print()
-        for way in self.readers():
-            if way.worker_number is None:
-                continue
-            way.connect()
-            one, two = ([self.worker.ask("threads", way=way.worker_number, table=work.table, rows=0, threads=threads)
-                         for _ in range(self.rounds + 1)][1:] for threads in (1, 2))
-            ratio = report.median(one, "wall") / report.median(two, "wall")
-            self.add_figure("two threads, work per time", way.name, 2 * ratio, "times that of one")
+            require_same_work(self.compare([(way, work) for way in self.readers()]))
 
     def compare_writers(self, title, ways, rows):
         contestants = []
         for way in ways:
             table = "written_by_" + way.name.replace("-", "_")
-            self.worker.ask("execute", sql="drop table if exists " + table)
-            self.worker.ask("execute", sql=f"create table {table} (id int, note varchar(40), half double precision)")
+            self.worker.ask("execute", "drop table if exists " + table)
+            self.worker.ask("execute", f"create table {table} (id int, note varchar(40), half double precision)")
             contestants.append((way, Work(title, table, rows)))
         self.compare(contestants)
         for _, work in contestants:
@@ -137,10 +117,10 @@ class Bench:
         if wrapper.connect()(Work("", counted, 0))["cells"] != 1:
             sys.exit(f"bench: {table} does not hold {rows} rows")
 
-    def measure_writing(self):
+    def measure_writing(self, _):
         self.compare_writers("a batch of inserts", self.ways("writer"), WRITTEN)
 
-    def measure_loading(self):
+    def measure_loading(self, _):
         # kivosql is another process, which cannot reach the H2 database of the worker.
         if self.database == "h2" or "kivosql" not in self.target:
             return
@@ -150,30 +130,20 @@ class Bench:
             file.flush()
             self.compare_writers("loading a CSV file", loaders(self.target, file.name), LOADED)
 
-    def add_figure(self, title, name, value, unit):
-        self.report["figures"].append({"title": title, "name": name, "value": value, "unit": unit})
-        print(f"  {title:34} {name:18} {value:10.4g} {unit}", flush=True)
-
-    def measure_start(self):
-        starts = []
-        for _ in range(STARTS):
-            with Worker(self.target) as worker:
-                starts.append(worker.ask("start"))
-        print()
-        self.add_figure("start of the Java VM", "javaInit", report.median(starts, "seconds") * 1000, "ms")
-
-    def measure_memory(self):
+    def measure_memory(self, _):
         if self.database == "h2":  # its tables are in the heap that would be measured
             return
         print()
         works = self.works("sizes")
         for way in self.readers():
-            if way.worker_number is None or way.name.endswith("-auto"):
+            if way.name.endswith("-auto"):
                 continue
             for work in works:
                 with Worker(self.target, heap=MEMORY_HEAP_MB) as worker:
                     worker.connect(way.worker_number)(work)
-                    self.add_figure("peak memory, " + work.title, way.name, worker.peak_megabytes(), "MB")
+                    title, value = "peak memory, " + work.title, worker.peak_megabytes()
+                    self.report["figures"].append({"title": title, "name": way.name, "value": value})
+                    print(f"  {title:34} {way.name:18} {value:10.4g} MB", flush=True)
 
 
 def fixed_work():

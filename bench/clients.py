@@ -1,6 +1,5 @@
-"""Who reads and writes: the worker with its many ways, JPype, kivosql, and a Java program."""
+"""Who reads and writes: the worker with its many ways, kivosql, and a Java program."""
 
-import json
 import os
 import subprocess
 import sys
@@ -26,21 +25,24 @@ class Worker:
         self.process = subprocess.Popen([target["worker"], *words], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         text=True)
         self.ways = {"reader": [], "writer": []}
-        for number, one in enumerate(self.ask("ways")["ways"]):
-            self.ways[one["kind"]].append(
-                Way(one["name"], one["about"], lambda number=number: self.connect(number), number, one["java"]))
+        fields = self.ask("ways").split("\t")
+        for number, (kind, name, about, java) in enumerate(zip(*(fields[at::4] for at in range(4)))):
+            self.ways[kind].append(Way(name, about, lambda number=number: self.connect(number), number, java == "1"))
 
-    def ask(self, what, **members):
-        self.process.stdin.write(json.dumps({"do": what, **members}) + "\n")
-        self.process.stdin.flush()
-        answer = json.loads(self.process.stdout.readline() or '{"error": "the worker ended"}')
-        if "error" in answer:
-            sys.exit(f"bench: {what}: {answer['error']}")
-        return answer
+    def ask(self, *words):
+        print(*words, file=self.process.stdin, flush=True)
+        answer = self.process.stdout.readline() or "error: the worker ended"
+        if answer.startswith("error"):
+            sys.exit(f"bench: {words}: {answer}")
+        return answer.rstrip("\n")
 
     def connect(self, number):
-        self.ask("connect", way=number)
-        return lambda work: self.ask("run", way=number, table=work.table, rows=work.rows)
+        self.ask("connect", number)
+        return lambda work: self.run(number, work)
+
+    def run(self, number, work):
+        figures = map(float, self.ask("run", number, work.rows, work.table).split())
+        return dict(zip(("wall", "processor", "first_row", "cells", "bytes"), figures))
 
     def peak_megabytes(self):
         with open(f"/proc/{self.process.pid}/status", encoding="utf-8") as status:
@@ -54,26 +56,6 @@ class Worker:
         self.process.wait()
 
 
-def kivosql(target, *words):
-    return [target["kivosql"], "--jvm", target["jvm"], "--class-path", target["classpath"], "--url", target["url"],
-            "--user", target["user"], *words]
-
-
-def read_kivosql(target, work):
-    """The whole program, from its start to its end. No cell of the data here needs quotes."""
-    start = perf_counter()
-    command = kivosql(target, "--format", "csv", "query", "select * from " + work.table)
-    with subprocess.Popen(command, stdout=subprocess.PIPE) as process:
-        process.stdout.readline()
-        first = perf_counter() - start
-        cells = size = 0
-        while part := process.stdout.read(1 << 16):
-            separators = part.count(b",") + part.count(b"\n")
-            cells += separators
-            size += len(part) - separators - part.count(b"\r")
-    return {"wall": perf_counter() - start, "first_row": first, "cells": cells, "bytes": size}
-
-
 def load(command, work):
     """A program that loads a CSV file, from its start to its end. The last word of its command is the table."""
     start = perf_counter()
@@ -81,16 +63,12 @@ def load(command, work):
     return {"wall": perf_counter() - start}
 
 
-def process_readers(target):
-    if "kivosql" not in target:
-        return []
-    return [Way("kivosql", "kivosql to CSV, the whole program", lambda: lambda work: read_kivosql(target, work))]
-
-
 def loaders(target, csv):
     java = os.path.join(os.path.dirname(target["jvm"]), "..", "..", "bin", "java")
     program = [java, "-cp", target["classpath"], "bench.PureJava", target["url"] + "?reWriteBatchedInserts=true",
                target["user"], csv]
+    kivosql = [target["kivosql"], "--jvm", target["jvm"], "--class-path", target["classpath"], "--url", target["url"],
+               "--user", target["user"], "load", csv]
     return [Way("java-load", "a Java program, prepared, the driver's best setting",
                 lambda: lambda work: load(program, work)),
-            Way("kivosql-load", "kivosql load", lambda: lambda work: load(kivosql(target, "load", csv), work))]
+            Way("kivosql-load", "kivosql load", lambda: lambda work: load(kivosql, work))]

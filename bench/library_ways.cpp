@@ -6,82 +6,73 @@
 namespace kivo::bench {
 namespace {
 
-/// Cell by cell. @param arguments for the constructor of OpenUtils or OpenWrapper, after the target.
-template <class Open, class... Arguments>
-auto cells(Arguments... arguments) {
+/// Reads the open result of an OpenUtils or an OpenWrapper. @param arguments for its constructor, after the target
+template <class Open, class Read, class... Arguments>
+auto reader(Read read, Arguments... arguments) {
   return [=](const Target& target) -> Client {
-    return [open = std::make_shared<Open>(target, arguments...)](const Work& work) {
+    return [read, open = std::make_shared<Open>(target, arguments...)](const Work& work) {
       const double start = now();
       open->query(work.query());
-      const auto get = [&](int column) {
-        char* value = nullptr;
-        if (!open->get(column, value)) require(false, "getColumn");
-        return value;
-      };
-      return readCells(
-          open->source.getNumColumns(), start, [&] { return open->source.next(); }, get);
+      return read(*open, start);
     };
   };
 }
 
-Reading readBlocks(RowBlocks& blocks, double start) {
-  Reading reading;
-  while (blocks.next()) {
-    if (reading.firstRow == 0) reading.firstRow = now() - start;
-    for (int row = 0; row < blocks.rows(); ++row) {
-      for (int column = 1; column <= blocks.columns(); ++column) {
-        if (blocks.isNull(row, column)) {
-          reading.takeNull();
-        } else {
-          reading.take(blocks.text(row, column));
+const auto kCells = [](auto& open, double start) {
+  const auto get = [&](int column) {
+    char* value = nullptr;
+    if (!open.get(column, value)) require(false, "getColumn");
+    return value;
+  };
+  return readCells(
+      open.source.getNumColumns(), start, [&] { return open.source.next(); }, get);
+};
+
+auto blocksOf(int maxRows) {
+  return [=](auto& open, double start) {
+    RowBlocksOptions options;
+    options.maxRows = maxRows;
+    RowBlocks blocks(open.source, options);
+    Reading reading;
+    while (blocks.next()) {
+      if (reading.firstRow == 0) reading.firstRow = now() - start;
+      for (int row = 0; row < blocks.rows(); ++row) {
+        for (int column = 1; column <= blocks.columns(); ++column) {
+          if (blocks.isNull(row, column)) {
+            reading.takeNull();
+          } else {
+            reading.take(blocks.text(row, column));
+          }
         }
       }
     }
-  }
-  require(blocks.errorState == 0, blocks.errorMessage);
-  return reading;
-}
-
-template <class Open, class... Arguments>
-auto blocks(RowBlocksOptions options, Arguments... arguments) {
-  return [=](const Target& target) -> Client {
-    return [options, open = std::make_shared<Open>(target, arguments...)](const Work& work) {
-      const double start = now();
-      open->query(work.query());
-      RowBlocks rows(open->source, options);
-      return readBlocks(rows, start);
-    };
+    require(blocks.errorState == 0, blocks.errorMessage);
+    return reading;
   };
 }
 
-Reading readArrow(ArrowArrayStream& stream, double start) {
-  Reading reading;
+const auto kBlocks = blocksOf(RowBlocksOptions().maxRows);
+
+/// Typed columns. Their consumer would take the memory over as it is.
+const auto kArrow = [](auto& open, double start) {
+  ArrowArrayStream stream{};
   ArrowArray batch{};
+  Reading reading;
+  std::string error;
+  require(makeArrowStream(open.source, stream, error), error);
   while (stream.get_next(&stream, &batch) == 0 && batch.release != nullptr) {
     if (reading.firstRow == 0) reading.firstRow = now() - start;
     reading.cells += batch.length * batch.n_children;
     batch.release(&batch);
   }
-  const char* error = stream.get_last_error(&stream);
-  require(error == nullptr, error == nullptr ? "" : error);
+  const char* failure = stream.get_last_error(&stream);
+  require(failure == nullptr, failure == nullptr ? "" : failure);
   stream.release(&stream);
   return reading;
-}
+};
 
-/// Typed columns. Their consumer would take the memory over as it is.
-template <class Open, class... Arguments>
-auto arrow(Arguments... arguments) {
-  return [=](const Target& target) -> Client {
-    return [open = std::make_shared<Open>(target, arguments...)](const Work& work) {
-      const double start = now();
-      open->query(work.query());
-      ArrowArrayStream stream{};
-      std::string error;
-      require(makeArrowStream(open->source, stream, error), error);
-      return readArrow(stream, start);
-    };
-  };
-}
+/// The second value of a written row, as in Java.
+std::string note(long row) { return "note number " + std::to_string(row); }
 
 /// A batch of statements.
 template <class Open, class... Arguments>
@@ -90,7 +81,7 @@ auto batch(Arguments... arguments) {
     return [open = std::make_shared<Open>(target, arguments...)](const Work& work) {
       for (long row = 0; row < work.rows; ++row) {
         open->add("insert into " + work.table + " values (" + std::to_string(row) + ", '" + note(row) + "', " +
-                  half(row) + ")");
+                  std::to_string(row / 2) + (row % 2 == 0 ? ".0)" : ".5)"));
       }
       open->store(work.rows);
       return Reading{};
@@ -169,18 +160,12 @@ auto bound(const char* settings) {
 
 }  // namespace
 
-void detachThread() { _globaljvm->DetachCurrentThread(); }
-
-double startVm(const Target& target) {
-  static const double seconds = [&target] {
-    const double start = now();
-    std::string library = target.at("jvm");
-    std::string classPath = target.at("classpath");
-    std::string error;
-    require(javaInit(library, classPath, std::stoi(target.at("heap")), error), error);
-    return now() - start;
-  }();
-  return seconds;
+void startVm(const Target& target) {
+  if (_globaljvm != nullptr) return;
+  std::string library = target.at("jvm");
+  std::string classPath = target.at("classpath");
+  std::string error;
+  require(javaInit(library, classPath, std::stoi(target.at("heap")), error), error);
 }
 
 void execute(const Target& target, const std::string& sql) {
@@ -193,14 +178,14 @@ void execute(const Target& target, const std::string& sql) {
 
 std::vector<Way> libraryWays() {
   return {
-      {"reader", "utils", "JdbcUtils", cells<OpenUtils>(false)},
-      {"reader", "utils-auto", "JdbcUtils, auto-commit", cells<OpenUtils>(true)},
-      {"reader", "wrapper", "jdbcWrapper", cells<OpenWrapper>()},
-      {"reader", "blocks-128", "RowBlocks of 128, JdbcUtils", blocks<OpenUtils>(RowBlocksOptions{128}, false)},
-      {"reader", "blocks", "RowBlocks, JdbcUtils", blocks<OpenUtils>(RowBlocksOptions{}, false)},
-      {"reader", "blocks-wrapper", "RowBlocks, jdbcWrapper", blocks<OpenWrapper>(RowBlocksOptions{})},
-      {"reader", "arrow", "Arrow stream, JdbcUtils", arrow<OpenUtils>(false)},
-      {"reader", "arrow-wrapper", "Arrow stream, jdbcWrapper", arrow<OpenWrapper>()},
+      {"reader", "utils", "JdbcUtils", reader<OpenUtils>(kCells, false)},
+      {"reader", "utils-auto", "JdbcUtils, auto-commit", reader<OpenUtils>(kCells, true)},
+      {"reader", "wrapper", "jdbcWrapper", reader<OpenWrapper>(kCells)},
+      {"reader", "blocks-128", "RowBlocks of 128, JdbcUtils", reader<OpenUtils>(blocksOf(128), false)},
+      {"reader", "blocks", "RowBlocks, JdbcUtils", reader<OpenUtils>(kBlocks, false)},
+      {"reader", "blocks-wrapper", "RowBlocks, jdbcWrapper", reader<OpenWrapper>(kBlocks)},
+      {"reader", "arrow", "Arrow stream, JdbcUtils", reader<OpenUtils>(kArrow, false)},
+      {"reader", "arrow-wrapper", "Arrow stream, jdbcWrapper", reader<OpenWrapper>(kArrow)},
       {"writer", "utils", "JdbcUtils", batch<OpenUtils>(true)},
       {"writer", "wrapper", "jdbcWrapper", batch<OpenWrapper>()},
       {"writer", "arrow", "parameters in Arrow's layout", bound("?reWriteBatchedInserts=true")},

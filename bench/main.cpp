@@ -3,18 +3,20 @@
 //   kivo_bench KEY=VALUE...    jvm= classpath= heap= url= user=, for PostgreSQL also host= port= database=;
 //                              PGPASSWORD is the password
 //
-// Each line of standard input is a request, a JSON object whose member "do" names it; a line of JSON answers it.
-#include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
-#include <cstdio>
+// Each line of standard input is a request, which a line answers:
+//
+//   ways                   kind, name, text and whether it needs Java, of each way, separated by tabs
+//   execute SQL
+//   connect WAY            the way by its number
+//   run WAY ROWS TABLE     seconds of the clock and of the processor, seconds until the first row, cells, bytes
+//
+// The answer to a failure begins with "error".
 #include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include "bench.h"
 
@@ -27,23 +29,6 @@ double secondsOf(clockid_t clock) {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-}  // namespace
-
-double now() { return secondsOf(CLOCK_MONOTONIC); }
-
-void require(bool done, const std::string& what) {
-  if (!done) throw std::runtime_error(what);
-}
-
-std::string note(long row) { return "note number " + std::to_string(row); }
-
-std::string half(long row) { return std::to_string(row / 2) + (row % 2 == 0 ? ".0" : ".5"); }
-
-namespace {
-
-using rapidjson::Document;
-using rapidjson::Value;
-
 /// Does what requests say.
 class Worker {
  public:
@@ -52,91 +37,60 @@ class Worker {
   }
 
   std::string answer(const std::string& line) {
-    Document answer(rapidjson::kObjectType);
+    std::istringstream request(line);
+    std::ostringstream answer;
     try {
-      Document request;
-      require(!request.Parse(line).HasParseError(), "not JSON: " + line);
       handle(request, answer);
+      return answer.str();
     } catch (const std::exception& failure) {
-      answer.AddMember("error", Value(failure.what(), answer.GetAllocator()), answer.GetAllocator());
+      std::string text = failure.what();
+      for (char& byte : text) byte = byte == '\n' ? ' ' : byte;
+      return "error " + text;
     }
-    rapidjson::StringBuffer text;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-    answer.Accept(writer);
-    return text.GetString();
   }
 
  private:
-  void handle(const Document& request, Document& answer) {
-    auto& memory = answer.GetAllocator();
-    const std::string what = request["do"].GetString();
+  void handle(std::istream& request, std::ostream& answer) {
+    std::string what;
+    std::size_t number = 0;
+    Work work;
+    request >> what;
     if (what == "ways") {
-      answer.AddMember("ways", listWays(memory), memory);
-    } else if (what == "start") {
-      answer.AddMember("seconds", startVm(target_), memory);
+      for (const Way& way : ways_) {
+        answer << way.kind << '\t' << way.name << '\t' << way.about << '\t' << (&way >= &ways_[firstJava_]) << '\t';
+      }
     } else if (what == "execute") {
-      execute(target_, request["sql"].GetString());
-    } else if (what == "connect") {
-      connect(request["way"].GetUint());
-    } else if (what == "run") {
-      measure(answer, [&] { return clients_.at(request["way"].GetUint())(work(request)); });
-    } else if (what == "threads") {
-      measure(answer,
-              [&] { return runThreads(request["way"].GetUint(), request["threads"].GetUint(), work(request)); });
+      execute(target_, rest(request));
+    } else if (request >> number; what == "connect") {
+      // The native ways do without a Java VM, and so does the process in which their memory is measured.
+      if (number >= firstJava_) startVm(target_);
+      clients_[number] = ways_.at(number).connect(target_);
+    } else {
+      request >> work.rows;
+      work.table = rest(request);
+      measure(clients_.at(number), work, answer);
     }
   }
 
-  Value listWays(Document::AllocatorType& memory) const {
-    Value list(rapidjson::kArrayType);
-    for (const Way& way : ways_) {
-      Value members(rapidjson::kObjectType);
-      members.AddMember("kind", Value(way.kind, memory), memory);
-      members.AddMember("name", Value(way.name, memory), memory);
-      members.AddMember("about", Value(way.about, memory), memory);
-      members.AddMember("java", list.Size() >= firstJava_, memory);
-      list.PushBack(members, memory);
-    }
-    return list;
+  static std::string rest(std::istream& request) {
+    std::string text;
+    std::getline(request >> std::ws, text);
+    return text;
   }
 
-  void connect(unsigned number) {
-    // The native ways do without a Java VM, and so does the process in which their memory is measured.
-    if (number >= firstJava_) startVm(target_);
-    clients_[number] = ways_.at(number).connect(target_);
-  }
-
-  static Work work(const Document& request) { return {request["table"].GetString(), request["rows"].GetInt64()}; }
-
-  template <class Run>
-  static void measure(Document& answer, Run run) {
-    auto& memory = answer.GetAllocator();
+  static void measure(const Client& client, const Work& work, std::ostream& answer) {
     const double processorBefore = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
     const double start = now();
-    const Reading reading = run();
-    answer.AddMember("wall", now() - start, memory);
-    answer.AddMember("processor", secondsOf(CLOCK_PROCESS_CPUTIME_ID) - processorBefore, memory);
-    answer.AddMember("first_row", reading.firstRow, memory);
-    answer.AddMember("cells", reading.cells, memory);
-    answer.AddMember("bytes", reading.bytes, memory);
-  }
-
-  /// Does the same work on several threads at once, each with a connection of its own.
-  Reading runThreads(unsigned number, unsigned count, const Work& work) {
-    std::vector<std::thread> threads;
-    for (unsigned started = 0; started < count; ++started) {
-      threads.emplace_back([&] {
-        ways_.at(number).connect(target_)(work);
-        detachThread();
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
-    return {};
+    const Reading reading = client(work);
+    const double wall = now() - start;
+    answer << wall << ' ' << secondsOf(CLOCK_PROCESS_CPUTIME_ID) - processorBefore << ' ' << reading.firstRow << ' '
+           << reading.cells << ' ' << reading.bytes;
   }
 
   Target target_;
   std::vector<Way> ways_;
   std::size_t firstJava_;
-  std::map<unsigned, Client> clients_;
+  std::map<std::size_t, Client> clients_;
 };
 
 Target parse(int count, char** arguments) {
@@ -153,6 +107,13 @@ Target parse(int count, char** arguments) {
 }
 
 }  // namespace
+
+double now() { return secondsOf(CLOCK_MONOTONIC); }
+
+void require(bool done, const std::string& what) {
+  if (!done) throw std::runtime_error(what);
+}
+
 }  // namespace kivo::bench
 
 int main(int count, char** arguments) {

@@ -11,7 +11,6 @@ namespace kivo::bench {
 namespace {
 
 constexpr int kRowset = 128;
-constexpr long kRowsPerStatement = 1000;
 constexpr const char* kOdbcDriver = "/usr/lib/x86_64-linux-gnu/odbc/psqlodbcw.so";
 
 std::string libpqTarget(const Target& target) {
@@ -60,22 +59,9 @@ Client libpqReader(const Target& target) {
   };
 }
 
-/// "insert into T values (...), (...)": many rows per statement of text.
-Client libpqWriter(const Target& target) {
-  return [libpq = std::make_shared<Libpq>(target)](const Work& work) {
-    libpq->execute("begin", PGRES_COMMAND_OK);
-    for (long row = 0; row < work.rows;) {
-      std::string sql = "insert into " + work.table + " values ";
-      for (const long end = row + kRowsPerStatement; row < end && row < work.rows; ++row) {
-        sql += (row % kRowsPerStatement == 0 ? "(" : ", (") + std::to_string(row) + ", '" + note(row) + "', " +
-               half(row) + ")";
-      }
-      libpq->execute(sql, PGRES_COMMAND_OK);
-    }
-    libpq->execute("commit", PGRES_COMMAND_OK);
-    return Reading{};
-  };
-}
+void check(SQLRETURN result) { require(SQL_SUCCEEDED(result), "ODBC failed"); }
+
+SQLCHAR* bytes(std::string& text) { return reinterpret_cast<SQLCHAR*>(text.data()); }
 
 /// Binds arrays that the driver fills with 128 rows at a time.
 class OdbcRowset {
@@ -121,7 +107,7 @@ class OdbcRowset {
   struct Column {
     std::size_t width;
     std::vector<char> texts;
-    std::vector<SQLLEN> lengths;
+    std::array<SQLLEN, kRowset> lengths;
 
     void take(SQLULEN row, Reading& reading) const {
       const SQLLEN length = lengths[row];
@@ -130,17 +116,6 @@ class OdbcRowset {
       reading.take({&texts[row * width], static_cast<std::size_t>(length)});
     }
   };
-
-  static SQLCHAR* bytes(std::string& text) { return reinterpret_cast<SQLCHAR*>(text.data()); }
-
-  void check(SQLRETURN result) const {
-    if (SQL_SUCCEEDED(result)) return;
-    std::array<SQLCHAR, 512> text{};
-    const bool hasStatement = statement_ != SQL_NULL_HSTMT;
-    SQLGetDiagRec(hasStatement ? SQL_HANDLE_STMT : SQL_HANDLE_DBC, hasStatement ? statement_ : connection_, 1, nullptr,
-                  nullptr, text.data(), static_cast<SQLSMALLINT>(text.size()), nullptr);
-    require(false, reinterpret_cast<const char*>(text.data()));
-  }
 
   void bindColumns() {
     SQLSMALLINT count = 0;
@@ -152,7 +127,6 @@ class OdbcRowset {
       SQLDescribeCol(statement_, ++number, nullptr, 0, nullptr, nullptr, &size, nullptr, nullptr);
       column.width = size + 32;  // room for a sign, a decimal point and the NUL
       column.texts.resize(column.width * kRowset);
-      column.lengths.resize(kRowset);
       check(SQLBindCol(statement_, number, SQL_C_CHAR, column.texts.data(), static_cast<SQLLEN>(column.width),
                        column.lengths.data()));
     }
@@ -175,7 +149,6 @@ std::vector<Way> nativeWays() {
   return {
       {"reader", "libpq", "libpq, the whole result", libpqReader},
       {"reader", "odbc-rowset", "psqlODBC, bound rowset of 128", odbcReader},
-      {"writer", "libpq", "libpq, 1000 rows per statement", libpqWriter},
   };
 }
 

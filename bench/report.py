@@ -2,12 +2,11 @@
 
 import json
 import os
-import platform
 import subprocess
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
 REFERENCES = ("libpq", "java", "jni", "odbc-rowset", "java-prepared", "java-load")
-OURS = ("utils", "wrapper", "blocks", "arrow", "kivosql")
+OURS = ("utils", "wrapper", "blocks", "arrow")
 STEADY = 0.05  # above this spread of the fixed arithmetic, the machine was too busy to show small differences
 
 
@@ -109,13 +108,3 @@ def plot(report, comparison, file):
     script = "".join(f"{name} = {json.dumps(text)}\n" for name, text in names.items())
     script += f"$ways << EOD\n{''.join(lines)}EOD\nload {json.dumps(os.path.join(FOLDER, 'plot.gp'))}\n"
     subprocess.run(["gnuplot"], input=script, text=True, check=True)
-
-
-def machine():
-    """Processors, memory, kernel and load."""
-    def field(file, name):
-        with open(file, encoding="utf-8") as lines:
-            return next((line.split(":", 1)[1].strip() for line in lines if line.startswith(name)), "unknown")
-
-    return (f"{os.cpu_count()} x {field('/proc/cpuinfo', 'model name')}, memory {field('/proc/meminfo', 'MemTotal')}, "
-            f"Linux {platform.release()}, load {os.getloadavg()[0]:.2f} at the start")

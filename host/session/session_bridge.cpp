@@ -87,7 +87,8 @@ class BridgeSession : public Session {
   bool read(std::size_t column, Value& value) {
     char* text = nullptr;
     const bool worked = java_->getColumn(static_cast<int>(column), text);
-    value = text == nullptr ? Value() : fromJava(text);
+    value.reset();
+    if (text != nullptr) value = fromJava(text);
     std::free(text);
     return worked;
   }

@@ -24,9 +24,6 @@ public final class PureJava {
   private final Statement statement;
   private ResultSet rows;
 
-  /** Of all values, so that none is read in vain. */
-  private long sum;
-
   public PureJava(String url, String user, String password, int fetchSize, boolean autoCommit) throws SQLException {
     connection = DriverManager.getConnection(url, user, password);
     connection.setAutoCommit(autoCommit);
@@ -58,23 +55,24 @@ public final class PureJava {
    * @return cells, bytes of their text, nanoseconds until the first row
    */
   public long[] read(String table, int count) throws SQLException {
-    long start = System.nanoTime();
-    query("select * from " + table);
-    int columns = rows.getMetaData().getColumnCount();
-    long[] seen = new long[3];
-    while (rows.next()) {
-      if (seen[0] == 0) seen[2] = System.nanoTime() - start;
-      for (int column = 1; column <= columns; ++column) {
-        String text = rows.getString(column);
-        if (text != null) seen[1] += text.length();
-        ++seen[0];
-      }
-    }
-    return seen;
+    return read(table, (type, column) -> {
+      String text = rows.getString(column);
+      return text == null ? 0 : text.length();
+    });
   }
 
   /** The same loop with the getters of the columns' types, as a program reads that computes with the values. */
   public long[] readTyped(String table, int count) throws SQLException {
+    long[] seen = read(table, this::value);
+    seen[1] = 0;
+    return seen;
+  }
+
+  private interface Cell {
+    long read(int type, int column) throws SQLException;
+  }
+
+  private long[] read(String table, Cell cell) throws SQLException {
     long start = System.nanoTime();
     query("select * from " + table);
     int[] types = types();
@@ -82,7 +80,7 @@ public final class PureJava {
     while (rows.next()) {
       if (seen[0] == 0) seen[2] = System.nanoTime() - start;
       for (int column = 1; column <= types.length; ++column) {
-        sum += value(types[column - 1], column);
+        seen[1] += cell.read(types[column - 1], column);
         ++seen[0];
       }
     }
