@@ -12,13 +12,6 @@ namespace {
 
 [[maybe_unused]] const auto* const kVm = testing::AddGlobalTestEnvironment(new VmEnvironment);
 
-const Database& database(const std::string& word) {
-  for (const Database& one : databases()) {
-    if (one.word == word) return one;
-  }
-  throw std::invalid_argument(word);
-}
-
 /// How many cells of a result came by the block, and how the reading ended.
 struct Outcome {
   std::size_t cells;

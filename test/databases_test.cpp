@@ -230,46 +230,25 @@ TEST(Streaming, ResultsLargerThanTheHeapAreReadRowByRow) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.word);
-    const auto& all = databases();
-    Database database = *std::find_if(all.begin(), all.end(), [&row](const auto& one) { return one.word == row.word; });
-    jdbcWrapper wrapper;
-    ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
-                wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
-                wrapper.executeQuery(row.sql, 0))
-        << wrapper.errorMessage;
-    long sum = 0;
-    while (wrapper.next()) {
-      char* value = nullptr;
-      if (!wrapper.getColumn(1, value) || value == nullptr) break;
-      sum += std::strtol(value, nullptr, 10);
-      std::free(value);
-    }
+    ConnectedWrapper wrapper(database(row.word));
+    ASSERT_TRUE(wrapper.query(row.sql)) << wrapper.errorMessage;
+    EXPECT_EQ(sum(wrapper), 2000000L * 2000001 / 2);
     EXPECT_EQ(wrapper.errorState, 0) << wrapper.errorMessage;
-    EXPECT_EQ(sum, 2000000L * 2000001 / 2);
-    EXPECT_TRUE(wrapper.closeConnection());
   }
 }
 
 TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
-  Database database = databases()[3];
-  jdbcWrapper wrapper;
-  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
-              wrapper.getStatement());
-  const auto cellsBehindFirst = [&wrapper](const std::string& sql) {
-    EXPECT_TRUE(wrapper.executeQuery(sql, 0)) << wrapper.errorMessage;
+  ConnectedWrapper wrapper(database("sqlite"));
+  const auto cellsAfterFirst = [&wrapper](const std::string& sql) {
+    EXPECT_TRUE(wrapper.query(sql)) << wrapper.errorMessage;
     std::string cells;
-    for (wrapper.next(); wrapper.next();) {
-      char* value = nullptr;
-      wrapper.getColumn(1, value);
-      cells += std::string(value) + ' ';
-      std::free(value);
-    }
+    for (wrapper.next(); wrapper.next();) cells += cell(wrapper, 1).value_or("null") + ' ';
     return cells;
   };
   for (const char* first : {"'text'", "7", "1.5", "null", "x'0a'"}) {
     SCOPED_TRACE(first);
-    EXPECT_EQ(cellsBehindFirst(std::string("select ") + first +
-                               " union all select x'00ff41' union all select 'n' union all select 1e-9"),
+    EXPECT_EQ(cellsAfterFirst(std::string("select ") + first +
+                              " union all select x'00ff41' union all select 'n' union all select 1e-9"),
               "00ff41 n 1.0e-09 ");
   }
   for (const char* type : {"date", "timestamp"}) {
@@ -277,10 +256,9 @@ TEST(Sqlite, ACellIsReadByItsOwnTypeWhateverTheFirstRowHolds) {
     wrapper.executeUpdate("drop table dated");
     ASSERT_EQ(wrapper.executeUpdate(std::string("create table dated (d ") + type + ")"), 0);
     ASSERT_EQ(wrapper.executeUpdate("insert into dated values ('2024-02-29'), (x'00ff41'), ('n'), (1709164800000)"), 4);
-    EXPECT_EQ(cellsBehindFirst("select d from dated"),
+    EXPECT_EQ(cellsAfterFirst("select d from dated"),
               std::string("00ff41 n 2024-02-29") + (type[0] == 'd' ? " " : " 00:00:00 "));
   }
-  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Drivers, AMissingOneIsNamedWithItsCure) {

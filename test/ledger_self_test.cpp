@@ -151,45 +151,6 @@ TEST(JniLedgerTest, FailsEveryCallThatKnowsTheFaultOnce) {
   }
 }
 
-std::string textOf(JNIEnv* env, jobject object) {
-  const LocalRef<jclass> objectClass(env, env->GetObjectClass(object));
-  const jmethodID toString = env->GetMethodID(objectClass.get(), "toString", "()Ljava/lang/String;");
-  const LocalRef<jstring> text(env, env->CallObjectMethod(object, toString));
-  env->ExceptionCheck();
-  const char* characters = env->GetStringUTFChars(text.get(), nullptr);
-  std::string copy = characters;
-  env->ReleaseStringUTFChars(text.get(), characters);
-  return copy;
-}
-
-/// Appends 1, 2 and 3 to a StringBuilder, the 2 under a fault. @return what it holds then, and every exception.
-std::string appendUnder(Fault fault, bool lasting) {
-  JniLedger ledger;
-  JNIEnv* env = ledger.env();
-  const LocalRef<jclass> builderClass(env, env->FindClass("java/lang/StringBuilder"));
-  const jmethodID constructor = env->GetMethodID(builderClass.get(), "<init>", "()V");
-  const LocalRef<jobject> builder(env, env->NewObject(builderClass.get(), constructor));
-  const jmethodID append = env->GetMethodID(builderClass.get(), "append", "(I)Ljava/lang/StringBuilder;");
-  std::string exceptions;
-  JniLedger::plan(fault, 2, lasting);
-  for (const jint digit : {1, 2, 3}) {
-    Armed{fault}([&] { env->DeleteLocalRef(env->CallObjectMethod(builder.get(), append, digit)); });
-    const LocalRef<jthrowable> exception(env, env->ExceptionOccurred());
-    env->ExceptionClear();
-    if (exception) exceptions += ' ' + textOf(env, exception.get());
-  }
-  return textOf(env, builder.get()) + exceptions;
-}
-
-TEST(JniLedgerTest, EachFaultActsAsDescribed) {
-  const std::string outOfMemory = " java.lang.OutOfMemoryError: injected by the JNI ledger";
-  const std::string thrown = " java.lang.IllegalStateException: injected by the JNI ledger";
-  EXPECT_EQ(appendUnder(Fault::kOutOfMemory, false), "13" + outOfMemory);
-  EXPECT_EQ(appendUnder(Fault::kNull, false), "13");
-  EXPECT_EQ(appendUnder(Fault::kThrowBefore, true), "1" + thrown + thrown);
-  EXPECT_EQ(appendUnder(Fault::kThrowAfter, false), "123" + thrown);
-}
-
 TEST(JniLedgerTest, ASweepReportsWhatOneFailingCallLeavesBehind) {
   JniLedger ledger;
   const auto leaky = [env = ledger.env()] {

@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "JdbcUtils.h"
@@ -59,27 +56,6 @@ TEST(Postgres, ABatchIsAllOrNothing) {
   EXPECT_EQ(utils.executeUpdate(sql), 1);
   EXPECT_EQ(server.sql("select count(*) from b"), "2");
   utils.closeConnection();
-}
-
-TEST(Postgres, EightThreadsReadSideBySide) {
-  const TestServer server("postgres");
-  std::atomic<int> right{0};
-  std::vector<std::thread> threads;
-  for (int number = 1; number <= 8; ++number) {
-    threads.emplace_back([number, &right, &server] {
-      JdbcUtils own;
-      std::string sql = "select g * " + std::to_string(number) + " from generate_series(1, 5000) g";
-      EXPECT_TRUE(connect(own, server) && own.executeQuery(sql, 0));
-      long sum = 0;
-      for (char* value = nullptr; own.next() && own.getColumn(1, value); std::free(value)) {
-        sum += std::strtol(value, nullptr, 10);
-      }
-      own.closeConnection();
-      if (sum == number * 5000L * 5001 / 2) ++right;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(right, 8);
 }
 
 }  // namespace

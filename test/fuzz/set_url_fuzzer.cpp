@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <cctype>
 #include <string>
 
 #include "JdbcUtils.h"
@@ -21,33 +19,6 @@ struct Inputs {
 
 const std::string kBefore = "before";
 
-/// Text that no URL form gives a meaning to.
-bool isPlain(const std::string& text) {
-  return std::all_of(text.begin(), text.end(), [](unsigned char byte) { return std::isalnum(byte) != 0; });
-}
-
-/// What was put into a URL is what a DataSource is given.
-void checkCutting(const Inputs& given, const JdbcUtils& utils) {
-  const struct {
-    const char* word;
-    std::optional<kivo::jdbc::UrlParts> (*cut)(const std::string&);
-    std::string Inputs::*database;
-  } rows[] = {
-      {"postgresql", kivo::jdbc::cutPostgresUrl, &Inputs::instance},
-      {"db2", kivo::jdbc::cutDb2Url, &Inputs::instance},
-      {"netezza", kivo::jdbc::cutDb2Url, &Inputs::instance},
-      {"velmar", kivo::jdbc::cutVelmarUrl, &Inputs::instance},
-      {"teradata", kivo::jdbc::cutTeradataUrl, &Inputs::database},
-  };
-  for (const auto& row : rows) {
-    if (given.dbType != row.word) continue;
-    const auto parts = row.cut(utils.url);
-    require(parts.has_value(), "a built URL can be cut");
-    require(parts->host == given.host && parts->port == given.port, "host and port come back");
-    require(parts->database == given.*row.database, "the database comes back");
-  }
-}
-
 /// Any text may come to a DataSource: what is cut out of it stands in it.
 void checkCutters(const std::string& url) {
   for (const auto cut : {kivo::jdbc::cutPostgresUrl, kivo::jdbc::cutDb2Url, kivo::jdbc::cutVelmarUrl,
@@ -68,9 +39,6 @@ void checkSuccess(const Inputs& given, const Inputs& after, JdbcUtils& utils) {
   }
   require(kivo::fuzz::contains(after.url, given.host) && kivo::fuzz::contains(after.url, given.port),
           "a built URL names its server");
-  const bool plain = isPlain(given.host) && isPlain(given.port) && isPlain(given.instance) && isPlain(given.database);
-  if (plain) checkCutting(given, utils);
-
   std::string vendor = utils.vendor;
   std::string none;
   std::string again = after.url;

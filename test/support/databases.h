@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +37,22 @@ inline const std::vector<Database>& databases() {
       {"postgresql", served("postgresql", postgres), postgres.user, postgres.password},
   };
   return all;
+}
+
+/// The text of a column of the current row; nothing for SQL NULL.
+inline std::optional<std::string> cell(jdbcWrapper& wrapper, int column) {
+  char* value = nullptr;
+  EXPECT_TRUE(wrapper.getColumn(column, value)) << wrapper.errorMessage;
+  std::optional<std::string> text;
+  if (value != nullptr) text = value;
+  std::free(value);
+  return text;
+}
+
+/// The database of that word.
+inline const Database& database(const std::string& word) {
+  const auto& all = databases();
+  return *std::find_if(all.begin(), all.end(), [&word](const Database& one) { return one.word == word; });
 }
 
 /// A wrapper that is connected while it lives.

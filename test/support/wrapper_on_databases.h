@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,16 +48,7 @@ class Databases : public testing::TestWithParam<int> {
     ASSERT_TRUE(wrapper.executeQuery(sql, 0)) << sql << ": " << wrapper.errorMessage;
   }
 
-  Text column(int number) { return column(number, wrapper); }
-
-  static Text column(int number, jdbcWrapper& object) {
-    char* value = nullptr;
-    EXPECT_TRUE(object.getColumn(number, value)) << object.errorMessage;
-    Text text;
-    if (value != nullptr) text = value;
-    std::free(value);
-    return text;
-  }
+  Text column(int number) { return cell(wrapper, number); }
 
   /// The first column of a query's only row.
   Text only(const std::string& sql) {
@@ -72,7 +62,7 @@ class Databases : public testing::TestWithParam<int> {
   /// What another connection reads there.
   Text othersOnly(const std::string& sql) {
     ConnectedWrapper other(database);
-    return other.query(sql) && other.next() ? column(1, other) : "failed: " + other.errorMessage;
+    return other.query(sql) && other.next() ? cell(other, 1) : "failed: " + other.errorMessage;
   }
 
   /// @return how many statements ran, a negative number when the batch failed.
