@@ -26,7 +26,7 @@ struct Command {
   const char* name;
   const char* about;
   Argument arguments[2];
-  bool writes;                ///< needs a WrapperSession
+  bool writes;                ///< needs a session that writes
   ExitCode (*run)(Context&);  ///< with an open session; null for the one command that makes its own
 };
 

@@ -23,8 +23,9 @@ bool isJsonNumber(std::string_view text) {
   // Other JSON begins otherwise, and blanks may stand at either end of it.
   if (text.empty() || !isDigit(text.back()) || !(isDigit(text[0]) || text[0] == '-')) return false;
   rapidjson::MemoryStream stream(text.data(), text.size());
+  static rapidjson::Reader reader;  // keeps its memory
   rapidjson::BaseReaderHandler<> ignore;
-  return !rapidjson::Reader().Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, ignore).IsError();
+  return !reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, ignore).IsError();
 }
 
 std::optional<bool> booleanOf(std::string_view text) {

@@ -123,10 +123,11 @@ class CsvWriter : public Writer {
   }
 };
 
-/// One object per line.
-class JsonLinesWriter : public Writer {
+/// An array of objects, or one object per line.
+template <bool isArray>
+class JsonWriter : public Writer {
  public:
-  JsonLinesWriter(Output& out, const Style& style) : Writer(out, style), json_(out) {}
+  JsonWriter(Output& out, const Style& style) : Writer(out, style), json_(out) {}
 
   /// Members of an object need names of their own.
   void begin(const std::vector<Column>& columns) override {
@@ -136,15 +137,11 @@ class JsonLinesWriter : public Writer {
       for (int copy = 2; !taken.insert(name).second; ++copy) name = column.name + '_' + std::to_string(copy);
       members_.push_back({name, isNumeric(column.type), isBoolean(column.type)});
     }
+    if (isArray) out_.write("[\n");
   }
 
   void row(const Row& row) override {
-    writeObject(row);
-    out_.Put('\n');
-  }
-
- protected:
-  void writeObject(const Row& row) {
+    if (isArray) out_.write(std::exchange(separator_, ",\n"));
     json_.Reset(out_);
     json_.StartObject();
     for (std::size_t column = 0; column < row.size(); ++column) {
@@ -152,6 +149,11 @@ class JsonLinesWriter : public Writer {
       writeValue(row[column], members_[column]);
     }
     json_.EndObject();
+    if (!isArray) out_.Put('\n');
+  }
+
+  void end(unsigned long long /*rows*/) override {
+    if (isArray) out_.write("\n]\n");
   }
 
  private:
@@ -178,26 +180,6 @@ class JsonLinesWriter : public Writer {
 
   rapidjson::Writer<Output> json_;
   std::vector<Member> members_;
-};
-
-/// An array of objects.
-class JsonWriter : public JsonLinesWriter {
- public:
-  using JsonLinesWriter::JsonLinesWriter;
-
-  void begin(const std::vector<Column>& columns) override {
-    JsonLinesWriter::begin(columns);
-    out_.write("[\n");
-  }
-
-  void row(const Row& row) override {
-    out_.write(std::exchange(separator_, ",\n"));
-    writeObject(row);
-  }
-
-  void end(unsigned long long /*rows*/) override { out_.write("\n]\n"); }
-
- private:
   const char* separator_ = "";
 };
 
@@ -248,8 +230,8 @@ const Format kFormats[4] = {
     {"table", "aligned, for a terminal", "∅", true, false, kNothingBetween, make<TableWriter>},
     {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, true, kBlankLine, make<CsvWriter>},
     {"json", "an array of objects; for a script an array of such arrays", "", false, false, kOneArray,
-     make<JsonWriter>},
-    {"jsonl", "one object per line", "", false, false, kNothingBetween, make<JsonLinesWriter>},
+     make<JsonWriter<true>>},
+    {"jsonl", "one object per line", "", false, false, kNothingBetween, make<JsonWriter<false>>},
 };
 
 }  // namespace kivosql

@@ -19,7 +19,7 @@ constexpr std::size_t kMaxCells = 500;
 /// A shorter secret is masked only where it stands alone: in a word it is there by chance, and the gap would reveal it.
 constexpr std::size_t kLeastInWords = 4;
 
-/// Standard error as it was at the start: a session may send descriptor 2 elsewhere (java_errors.h).
+/// Standard error as it was at the start: a session may send descriptor 2 elsewhere (JavaErrors).
 const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
 
 std::string& secret() {
