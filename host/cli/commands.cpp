@@ -8,7 +8,6 @@
 #include <iterator>
 
 #include "sql/statement_splitter.h"
-#include "terminal/display.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
 

@@ -3,9 +3,6 @@
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <regex>
-
-#include "terminal/messages.h"
 
 namespace kivosql {
 
@@ -24,26 +21,8 @@ Character characterAt(std::string_view text, std::size_t at) {
           static_cast<std::size_t>(std::max(0, utf8proc_charwidth(code)))};
 }
 
-/// Where a character begins, at @p at or after it.
-std::size_t characterFrom(std::string_view text, std::size_t at) {
-  while (at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) ++at;
-  return at;
-}
-
-/// Shown on either side of the place.
-constexpr std::size_t kMaxShown = 60;
-
-/// Only what stands near the place, since a line may be as long as a file.
-std::string pointedAt(const std::string& line, std::size_t place) {
-  std::string before = masked(line.substr(0, place));
-  std::string after = masked(line.substr(place));
-  // A secret that the place divides would show in two parts.
-  if (before + after != masked(line)) return {};
-  before = visible(before);
-  if (before.size() > kMaxShown) before = "…" + before.substr(characterFrom(before, before.size() - kMaxShown));
-  after = shortened(visible(after), kMaxShown);
-  return "  " + before + after + "\n  " + std::string(cellsOf(before), ' ') + '^';
-}
+/// Whether the byte is inside a character.
+bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 }  // namespace
 
@@ -89,23 +68,20 @@ std::string shortened(const std::string& text, std::size_t cells) {
   return text;
 }
 
-std::string abridged(const std::string& text, std::size_t cells) {
-  if (cellsOf(text) <= cells) return text;
-  return shortened(text, cells / 2) + text.substr(characterFrom(text, text.size() - cells / 2));
+std::size_t endOfCharacter(std::string_view text, std::size_t at) {
+  do ++at;
+  while (at < text.size() && continues(text[at]));
+  return at;
 }
 
-std::string faultLine(const std::string& sql, const std::string& errorText) {
-  static const std::regex position("\n  Position: ([0-9]{1,9})");
-  std::smatch found;
-  if (!std::regex_search(errorText, found, position)) return {};
-  std::size_t place = 0;
-  std::size_t left = std::stoul(found[1]);
-  for (; left > 1 && place < sql.size(); --left) place = characterFrom(sql, place + 1);
-  if (left != 1) return {};
-  const std::size_t begin = place == 0 ? 0 : sql.rfind('\n', place - 1) + 1;
-  std::string line = sql.substr(begin, sql.find('\n', place) - begin);
-  if (!line.empty() && line.back() == '\r' && place - begin < line.size()) line.pop_back();
-  return pointedAt(line, place - begin);
+std::string tail(const std::string& text, std::size_t bytes) {
+  std::size_t at = text.size() - std::min(bytes, text.size());
+  while (at < text.size() && continues(text[at])) ++at;
+  return text.substr(at);
+}
+
+std::string abridged(const std::string& text, std::size_t cells) {
+  return cellsOf(text) <= cells ? text : shortened(text, cells / 2) + tail(text, cells / 2);
 }
 
 }  // namespace kivosql

@@ -19,8 +19,10 @@ std::string shortened(const std::string& text, std::size_t cells);
 /// The same with the ellipsis in the middle. The end has as many bytes as the beginning has cells.
 std::string abridged(const std::string& text, std::size_t cells);
 
-/// The line of the statement where PostgreSQL's driver places the fault, with a caret below it; empty without a place.
-/// The texts of other drivers show the place themselves. @param errorText as the driver wrote it, with its line ends
-std::string faultLine(const std::string& sql, const std::string& errorText);
+/// The end of the text, of at most @p bytes and whole characters.
+std::string tail(const std::string& text, std::size_t bytes);
+
+/// Where the character that begins at @p at ends.
+std::size_t endOfCharacter(std::string_view text, std::size_t at);
 
 }  // namespace kivosql

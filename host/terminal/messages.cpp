@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <regex>
 
 #include "terminal/display.h"
 
@@ -35,6 +36,20 @@ bool isPartOfWord(char byte) {
 /// Whether a word runs across @p at.
 bool isInWord(const std::string& text, std::size_t at) {
   return at > 0 && at < text.size() && isPartOfWord(text[at - 1]) && isPartOfWord(text[at]);
+}
+
+/// Of a statement, on either side of a fault.
+constexpr std::size_t kMaxShown = 60;
+
+/// Only what stands near the place, since a line may be as long as a file.
+std::string pointedAt(const std::string& line, std::size_t place) {
+  std::string before = masked(line.substr(0, place));
+  const std::string after = masked(line.substr(place));
+  // A secret that the place divides would show in two parts.
+  if (before + after != masked(line)) return {};
+  before = visible(before);
+  if (before.size() > kMaxShown) before = "…" + tail(before, kMaxShown);
+  return "  " + before + shortened(visible(after), kMaxShown) + "\n  " + std::string(cellsOf(before), ' ') + '^';
 }
 
 constexpr auto kQuiet = std::chrono::seconds(1);
@@ -68,6 +83,20 @@ void draw(const std::string& text) {
 void say(const std::string& text) { draw(visible(masked(text), "\n\t") + '\n'); }
 
 void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMaxCells)); }
+
+std::string faultLine(const std::string& sql, const std::string& errorText) {
+  static const std::regex position("\n  Position: ([0-9]{1,9})");
+  std::smatch found;
+  if (!std::regex_search(errorText, found, position)) return {};
+  std::size_t place = 0;
+  std::size_t left = std::stoul(found[1]);
+  for (; left > 1 && place < sql.size(); --left) place = endOfCharacter(sql, place);
+  if (left != 1) return {};
+  const std::size_t begin = place == 0 ? 0 : sql.rfind('\n', place - 1) + 1;
+  std::string line = sql.substr(begin, sql.find('\n', place) - begin);
+  if (!line.empty() && line.back() == '\r' && place - begin < line.size()) line.pop_back();
+  return pointedAt(line, place - begin);
+}
 
 void keepSecret(const std::string& text) { secret() = text; }
 

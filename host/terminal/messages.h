@@ -14,6 +14,10 @@ void say(const std::string& text);
 /// The same for an error of this program: one line of limited length.
 void complain(const std::string& text);
 
+/// The line of the statement where PostgreSQL's driver places the fault, with a caret below it; empty without a place.
+/// The texts of other drivers show the place themselves. @param errorText as the driver wrote it, with its line ends
+std::string faultLine(const std::string& sql, const std::string& errorText);
+
 /// Writes to standard error unchanged: for what moves on a terminal.
 void draw(const std::string& text);
 
