@@ -235,7 +235,8 @@ public enum Database {
 
   /** By the class of a driver's result. */
   static Database of(ResultSet rows) {
-    return rows instanceof DescribedRows.Known ? ((DescribedRows.Known) rows).database() : BY_CLASS.get(rows.getClass());
+    return rows instanceof DescribedRows.Known ? ((DescribedRows.Known) rows).database()
+                                               : BY_CLASS.get(rows.getClass());
   }
 
   /** The five letters of a failure's SQLState; null if neither the driver nor this table has them. */

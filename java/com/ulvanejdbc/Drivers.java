@@ -17,6 +17,9 @@ public final class Drivers {
   private final ClassLoader loader;
   private final String driverClass;
 
+  /** Why a driver could not be loaded; null if all could. */
+  private Throwable unusable;
+
   /**
    * @param loader where drivers are looked for
    * @param driverClass the driver's class; null to take whichever driver takes the URL
@@ -51,16 +54,20 @@ public final class Drivers {
     // Between the colons of a malformed URL anything may stand, a password too: only a word is quoted.
     String vendor = ConnectionUrl.ready(url).vendor;
     String word = vendor.matches("[\\w-]+") ? "\"" + vendor + "\" " : "";
-    throw new MisuseException("no driver found for this " + word
-        + "URL: the jar of a JDBC driver that takes it must be "
-        + "on the class path");
+    MisuseException none =
+        new MisuseException("no driver found for this " + word + "URL: the jar of a JDBC driver that takes it must be "
+            + "on the class path");
+    none.initCause(unusable);
+    throw none;
   }
 
   private List<Driver> named() throws SQLException {
     try {
       return Collections.singletonList((Driver) loader.loadClass(driverClass).getDeclaredConstructor().newInstance());
-    } catch (ReflectiveOperationException | ClassCastException | LinkageError unusable) {
-      throw new MisuseException("the driver class " + driverClass + " cannot be used: " + unusable);
+    } catch (ReflectiveOperationException | ClassCastException | LinkageError broken) {
+      MisuseException cannot = new MisuseException("the driver class " + driverClass + " cannot be used");
+      cannot.initCause(broken);
+      throw cannot;
     }
   }
 
@@ -91,12 +98,12 @@ public final class Drivers {
   }
 
   /** A driver that cannot be loaded, by either call, must not keep the other databases out of reach. */
-  private static boolean addNext(Iterator<Driver> offered, List<Driver> drivers) {
+  private boolean addNext(Iterator<Driver> offered, List<Driver> drivers) {
     try {
       if (!offered.hasNext()) return false;
       drivers.add(offered.next());
-    } catch (ServiceConfigurationError | LinkageError unusable) {
-      return true;
+    } catch (ServiceConfigurationError | LinkageError broken) {
+      unusable = broken;
     }
     return true;
   }

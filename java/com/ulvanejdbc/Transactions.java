@@ -3,6 +3,7 @@ package com.ulvanejdbc;
 import com.ulvanejdbc.Session.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
+import java.sql.SQLFeatureNotSupportedException;
 import java.sql.Savepoint;
 import java.sql.Statement;
 
@@ -31,7 +32,10 @@ final class Transactions {
 
   private boolean undone;
 
-  /** Where the caller's transaction began here; null when none did. Whatever ends the transaction takes it along. */
+  /** The caller's transaction was begun here. */
+  private boolean begun;
+
+  /** Where it began; null if the driver has no savepoints. Whatever ends the transaction takes it along. */
   private Savepoint beginning;
 
   /** The caller's transaction has lasted from its beginning to the attempt to commit it. */
@@ -57,18 +61,28 @@ final class Transactions {
     }
     connection.setAutoCommit(false);
     try {
-      beginning = connection.setSavepoint();
+      beginning = savepoint();
     } catch (Throwable failure) {
       undo(failure, () -> connection.setAutoCommit(true));
       throw failure;
     }
+    begun = true;
     lasted = false;
+  }
+
+  /** Null if the driver has none: then nobody can see whether the transaction lasts, and no part is undone alone. */
+  private Savepoint savepoint() throws SQLException {
+    try {
+      return connection.setSavepoint();
+    } catch (SQLFeatureNotSupportedException none) {
+      return null;
+    }
   }
 
   /** Ends the caller's transaction; one that the database refuses to commit waits to be rolled back. */
   void commitCallers() throws SQLException {
     requireBeginning();
-    lasted = succeeds(() -> connection.releaseSavepoint(beginning));
+    lasted = beginning == null || succeeds(() -> connection.releaseSavepoint(beginning));
     connection.commit();
     endCallers();
   }
@@ -78,7 +92,7 @@ final class Transactions {
   void rollBackCallers() throws SQLException {
     requireBeginning();
     try (Ending ending = this::endCallers) {
-      lasted = lasted || succeeds(() -> connection.rollback(beginning));
+      lasted = lasted || beginning == null || succeeds(() -> connection.rollback(beginning));
       if (!lasted && database.undoesWhatItEnds()) return;
       connection.rollback();
       if (!lasted) throw new SQLException(ENDED_EARLY);
@@ -88,17 +102,17 @@ final class Transactions {
 
   /** Rolls back what the caller has not ended. Closing the connection would commit it in some drivers. */
   void abandon() throws SQLException {
-    if (beginning == null) return;
-    beginning = null;
+    if (!begun) return;
+    begun = false;
     connection.rollback();
   }
 
   private void requireBeginning() {
-    if (beginning == null) throw new MisuseException("no transaction: beginTransaction must be called first");
+    if (!begun) throw new MisuseException("no transaction: beginTransaction must be called first");
   }
 
   private void endCallers() throws SQLException {
-    beginning = null;
+    begun = false;
     connection.setAutoCommit(true);
   }
 
@@ -143,8 +157,8 @@ final class Transactions {
 
   private void beginBatch() throws SQLException {
     nested = !connection.getAutoCommit() || database.hasOpenTransaction(connection);
-    if (beginning != null) {
-      batchBeginning = connection.setSavepoint();
+    if (begun) {
+      batchBeginning = savepoint();
     } else if (nested) {
       run("savepoint " + SAVEPOINT);
     } else {
@@ -155,7 +169,8 @@ final class Transactions {
 
   /** A statement that committed by itself, such as MariaDB's "create table", took the savepoint along. */
   private void endBatch(boolean keep) throws SQLException {
-    if (beginning != null) {
+    if (begun) {
+      if (!keep && batchBeginning == null) throw new SQLException("the batch cannot be undone alone");
       if (!keep) connection.rollback(batchBeginning);
       succeeds(() -> connection.releaseSavepoint(batchBeginning));
     } else if (nested) {

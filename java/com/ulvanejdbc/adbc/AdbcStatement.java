@@ -204,7 +204,8 @@ public final class AdbcStatement extends PreparedQuery {
   }
 
   private void beginTransaction() throws SQLException {
-    if (ownsTransaction || !connection.autoCommit()) return;
+    boolean hasNone = !session().connection().getMetaData().supportsTransactions();
+    if (ownsTransaction || hasNone || !connection.autoCommit()) return;
     session().beginTransaction();
     ownsTransaction = true;
   }
