@@ -30,6 +30,7 @@ void requireRows(const ArrowSchema& schema) {
 Bound::Bound(ArrowArray& batch, ArrowSchema& schema) : schema_(schema) {
   BoundBatch first(batch);
   requireRows(*schema_);
+  plain_ = PlainSchema(*schema_);
   if ((*first).length > 0) ahead_.push_back(std::move(first));
 }
 
@@ -37,6 +38,7 @@ Bound::Bound(ArrowArrayStream& stream) : stream_(stream) {
   const int code = (*stream_).get_schema(stream_.get(), schema_.get());
   if (code != 0) throwStreamFault(*stream_, code);
   requireRows(*schema_);
+  plain_ = PlainSchema(*schema_);
 }
 
 bool Bound::next(BoundBatch& batch) {
@@ -62,17 +64,17 @@ bool Bound::readStream(BoundBatch& batch) {
   return static_cast<bool>(batch);
 }
 
-std::string Bound::formats() {
+std::string Bound::formats() const {
   std::string formats;
-  for (std::int64_t column = 0; column < schema().n_children; ++column)
-    appendFormats(*schema().children[column], formats);
+  for (std::int64_t column = 0; column < plainSchema().n_children; ++column)
+    appendFormats(*plainSchema().children[column], formats);
   return formats;
 }
 
-std::vector<const char*> Bound::names() {
+std::vector<const char*> Bound::names() const {
   std::vector<const char*> names;
-  for (std::int64_t column = 0; column < schema().n_children; ++column) {
-    const char* name = schema().children[column]->name;
+  for (std::int64_t column = 0; column < plainSchema().n_children; ++column) {
+    const char* name = plainSchema().children[column]->name;
     names.push_back(name == nullptr ? "" : name);
   }
   return names;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "KivoArrow.h"
+#include "plain.h"
 
 namespace kivo::adbc {
 
@@ -48,7 +49,12 @@ class Bound {
   explicit Bound(ArrowArrayStream& stream);
 
   explicit operator bool() const { return static_cast<bool>(schema_); }
-  ArrowSchema& schema() { return *schema_; }
+
+  /// As the rows come.
+  const ArrowSchema& schema() { return *schema_; }
+
+  /// As they are bound.
+  const ArrowSchema& plainSchema() const { return plain_.get(); }
 
   /// The next batch with rows; false after the last one.
   bool next(BoundBatch& batch);
@@ -57,11 +63,12 @@ class Bound {
   bool isOneRow();
 
   /// The formats of the fields in pre-order, a line each.
-  std::string formats();
-  std::vector<const char*> names();
+  std::string formats() const;
+  std::vector<const char*> names() const;
 
  private:
   Owned<ArrowSchema> schema_;
+  PlainSchema plain_;
   std::deque<BoundBatch> ahead_;
   Owned<ArrowArrayStream> stream_;
 

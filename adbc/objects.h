@@ -72,7 +72,7 @@ class Statement {
   std::int64_t executeOnce(Bound& rows, ArrowArrayStream* out);
   bool returnsRows();
   std::int64_t runOverRows(Bound& rows);
-  void bindBatch(JNIEnv* env, const ArrowSchema& schema, const ArrowArray& batch);
+  void bindBatch(JNIEnv* env, const Bound& rows, const PlainBatch& batch);
   void endRows(JNIEnv* env, bool worked);
 
   std::shared_ptr<Session> session_;

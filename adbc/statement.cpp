@@ -1,3 +1,4 @@
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -137,7 +138,8 @@ std::int64_t Statement::execute(ArrowArrayStream* out) {
 std::int64_t Statement::executeOnce(Bound& rows, ArrowArrayStream* out) {
   const Turn turn(session());
   BoundBatch row;
-  if (rows && rows.next(row)) bindBatch(turn.env, rows.schema(), *row);
+  std::optional<PlainBatch> plain;
+  if (rows && rows.next(row)) bindBatch(turn.env, rows, plain.emplace(rows.schema(), *row));
   const LocalRef<jobject> reader = java_.ask(turn.env, kExecute);
   java_.run(turn.env, kUnbind);
   if (!reader) {
@@ -168,7 +170,8 @@ std::int64_t Statement::runOverRows(Bound& rows) {
   BoundBatch batch;
   try {
     while (turn.pause([&] { return rows.next(batch); })) {
-      bindBatch(turn.env, rows.schema(), *batch);
+      const PlainBatch plain(rows.schema(), *batch);
+      bindBatch(turn.env, rows, plain);
       java_.run(turn.env, kRunRows);
     }
   } catch (...) {
@@ -179,9 +182,9 @@ std::int64_t Statement::runOverRows(Bound& rows) {
   return java_.number(turn.env, kAffected);
 }
 
-void Statement::bindBatch(JNIEnv* env, const ArrowSchema& schema, const ArrowArray& batch) {
+void Statement::bindBatch(JNIEnv* env, const Bound& rows, const PlainBatch& batch) {
   std::string refusal;
-  if (bindParameters(env, java_.get(), schema, batch, refusal)) return;
+  if (bindParameters(env, java_.get(), rows.plainSchema(), batch.get(), refusal)) return;
   JavaObject::throwFailure(env, java_.get(), JavaObject::MayBeNone::yes);
   throw Fault(ADBC_STATUS_INVALID_ARGUMENT, refusal);
 }

@@ -16,6 +16,7 @@ namespace kivo {
 namespace {
 
 constexpr JavaMethod kBind{"bind", "(Ljava/lang/String;[Ljava/nio/ByteBuffer;[J)Z"};
+constexpr JavaMethod kUnbind{"unbind", "()Z"};
 constexpr JavaMethod kFailure{"failure", "()Ljava/lang/String;"};
 
 constexpr std::int64_t kDecimalBits = 128;
@@ -174,10 +175,10 @@ bool bindParameters(JNIEnv* env, jobject query, const ArrowSchema& schema, const
   Fields fields;
   const bool collected = collectColumns(schema, batch, fields);
   LocalRef<jclass> queryClass(env);
-  const jmethodID bind = findMethodOf(env, query, queryClass, kBind);
+  const jmethodID bind = findMethodOf(env, query, queryClass, collected ? kBind : kUnbind);
   if (!collected) {
     // So the query lets go of the values that it had, whose memory may be released from now on.
-    if (bind != nullptr) handOver(env, query, bind, {});
+    if (bind != nullptr) env->CallBooleanMethod(query, bind);
     env->ExceptionClear();
     faultOut = fields.fault;
     return false;

@@ -172,10 +172,18 @@ public enum Database {
       .types("u", "text", "L", "numeric", "ts", "timestamp", "tz", "timestamp")
       // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
       .statementsAtOnce(1)) {
-    /** Its driver takes a DATETIME for a date. */
+    /** Its driver takes a DATETIME for a date, and a decimal column for whole numbers if the first value is one. */
     @Override
     int typeOf(ResultSetMetaData columns, int column) throws SQLException {
-      return columns.getColumnTypeName(column).equals("DATETIME") ? Types.TIMESTAMP : super.typeOf(columns, column);
+      switch (columns.getColumnTypeName(column)) {
+        case "DATETIME":
+          return Types.TIMESTAMP;
+        case "DECIMAL":
+        case "NUMERIC":
+          return Types.DECIMAL;
+        default:
+          return super.typeOf(columns, column);
+      }
     }
 
     /** Its driver gives the database's result code alone. */
@@ -207,6 +215,11 @@ public enum Database {
       }
     }
   },
+
+  /** Only reached by a ready URL. */
+  DUCKDB(new DatabaseRow("duckdb", null).classes("org.duckdb.").readingTimesAsText()
+      .types("c", "tinyint", "C", "utinyint", "S", "usmallint", "I", "uinteger", "L", "ubigint", "u", "varchar",
+          "ts", "timestamp", "tsn", "timestamp_ns", "tz", "timestamptz", "+", "%s[]")),
 
   OTHER(new DatabaseRow("", null));
   // clang-format on

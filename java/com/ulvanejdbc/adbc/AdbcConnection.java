@@ -26,6 +26,9 @@ public final class AdbcConnection extends TypedConnection {
 
   private final int usualIsolation;
 
+  /** What failed was cancelled, and did not run out of its time. */
+  private volatile boolean cancelled;
+
   AdbcConnection(Connection connection, String url) throws SQLException {
     super(new Session());
     session().adopt(connection, url.substring(END_OF_JDBC, url.indexOf(':', END_OF_JDBC)));
@@ -85,6 +88,7 @@ public final class AdbcConnection extends TypedConnection {
 
   /** Ends what runs; any thread. */
   public boolean cancel() {
+    cancelled = true;
     try {
       session().cancel();
       return true;
@@ -92,6 +96,14 @@ public final class AdbcConnection extends TypedConnection {
       // It keeps its failure for the thread whose call it ended.
       return true;
     }
+  }
+
+  boolean wasCancelled() {
+    return cancelled;
+  }
+
+  void forgetCancel() {
+    cancelled = false;
   }
 
   public boolean close() {
@@ -161,9 +173,7 @@ public final class AdbcConnection extends TypedConnection {
     int status = Status.of(refused);
     if (status != Status.INVALID_ARGUMENT && status != Status.NOT_FOUND && status != Status.UNAUTHORIZED)
       return refused;
-    AdbcException missing = new AdbcException(Status.NOT_FOUND, "no table " + table);
-    missing.initCause(refused);
-    return missing;
+    return new AdbcException(Status.NOT_FOUND, "no table " + table, refused);
   }
 
   /** A table's name as it stands in SQL. Its catalogue and schema may be null. */

@@ -14,12 +14,15 @@ import java.util.Map;
 import java.util.Properties;
 
 /**
- * A database, with a class loader of its own for its driver. Native code finds this class and its methods by name.
+ * A database, and the class loader of its driver. Database objects with the same jars share one: a driver with a native
+ * part can be loaded once. Native code finds this class and its methods by name.
  * Nothing is thrown to it: a failure is kept, with {@link #failure} for its text.
  */
 public final class AdbcDatabase extends Fallible {
   private static final String JDBC = "jdbc:";
   private static final String PROPERTY = "adbc.jdbc.property.";
+
+  private static final Map<List<String>, URLClassLoader> LOADERS = new HashMap<>();
 
   private final Map<String, String> options = new HashMap<>();
   private URLClassLoader drivers;
@@ -37,29 +40,43 @@ public final class AdbcDatabase extends Fallible {
   }
 
   private void loadDrivers() throws AdbcException {
-    List<URL> jars = new ArrayList<>();
+    List<File> jars = new ArrayList<>();
     for (String path : options.getOrDefault("adbc.jdbc.driver_path", "").split(":")) {
       if (!path.isEmpty()) addJars(new File(path), jars);
     }
-    drivers = new URLClassLoader(jars.toArray(new URL[0]), AdbcDatabase.class.getClassLoader());
+    drivers = loaderOf(jars);
   }
 
   /** A folder means itself and the jars in it. */
-  private static void addJars(File path, List<URL> jars) throws AdbcException {
-    if (!path.canRead()) throw invalid("adbc.jdbc.driver_path: cannot read " + path);
-    try {
-      jars.add(path.toURI().toURL());
-      File[] inFolder = path.listFiles(file -> file.getName().endsWith(".jar"));
-      if (inFolder == null) return;
-      Arrays.sort(inFolder);
-      for (File jar : inFolder) jars.add(jar.toURI().toURL());
-    } catch (MalformedURLException noUrl) {
-      throw invalid("adbc.jdbc.driver_path: " + noUrl.getMessage());
+  private static void addJars(File path, List<File> jars) throws AdbcException {
+    if (!path.canRead()) {
+      throw new AdbcException(Status.INVALID_ARGUMENT, "adbc.jdbc.driver_path: cannot read " + path);
+    }
+    jars.add(path);
+    File[] inFolder = path.listFiles(file -> file.getName().endsWith(".jar"));
+    if (inFolder == null) return;
+    Arrays.sort(inFolder);
+    jars.addAll(Arrays.asList(inFolder));
+  }
+
+  /** A jar that was replaced since is another one. */
+  private static URLClassLoader loaderOf(List<File> jars) {
+    List<String> key = new ArrayList<>();
+    for (File jar : jars) key.add(jar.getAbsolutePath() + '\0' + jar.lastModified());
+    synchronized (LOADERS) {
+      return LOADERS.computeIfAbsent(key, none -> {
+        URL[] urls = jars.stream().map(AdbcDatabase::url).toArray(URL[] ::new);
+        return new URLClassLoader(urls, AdbcDatabase.class.getClassLoader());
+      });
     }
   }
 
-  private static AdbcException invalid(String message) {
-    return new AdbcException(Status.INVALID_ARGUMENT, message);
+  private static URL url(File jar) {
+    try {
+      return jar.toURI().toURL();
+    } catch (MalformedURLException impossible) {
+      throw new IllegalArgumentException(impossible);
+    }
   }
 
   /** @return null after a failure */

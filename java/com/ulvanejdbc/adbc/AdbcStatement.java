@@ -30,9 +30,6 @@ public final class AdbcStatement extends PreparedQuery {
   /** The transaction of the rows that are run was begun here. */
   private boolean ownsTransaction;
 
-  /** It was cancelled, and did not run out of its time. */
-  private volatile boolean cancelled;
-
   AdbcStatement(AdbcConnection connection) {
     super(connection.shared());
     this.connection = connection;
@@ -137,7 +134,7 @@ public final class AdbcStatement extends PreparedQuery {
 
   private void begin() throws SQLException {
     affected = UNKNOWN;
-    cancelled = false;
+    connection.forgetCancel();
     setLimits(settings.number(StatementOption.TIMEOUT), settings.number(StatementOption.MAX_ROWS));
   }
 
@@ -155,19 +152,21 @@ public final class AdbcStatement extends PreparedQuery {
     return rows == null ? null : BatchReader.ofResult(rows, settings.forReaders());
   }
 
-  /** Drivers end a statement that takes too long as they end a cancelled one. */
+  /** Many drivers do not tell a statement that was cancelled from one that took too long. */
   private SQLException inTime(SQLException failure) {
-    boolean timedOut =
-        settings.number(StatementOption.TIMEOUT) > 0 && !cancelled && Status.of(failure) == Status.CANCELLED;
-    if (!timedOut) return failure;
-    AdbcException timeout = new AdbcException(Status.TIMEOUT, "the statement took too long");
-    timeout.initCause(failure);
-    return timeout;
+    int status = Status.of(failure);
+    boolean cancelled = connection.wasCancelled();
+    if (cancelled && (status == Status.TIMEOUT || status == Status.UNKNOWN)) {
+      return new AdbcException(Status.CANCELLED, "the statement was cancelled", failure);
+    }
+    if (!cancelled && status == Status.CANCELLED && settings.number(StatementOption.TIMEOUT) > 0) {
+      return new AdbcException(Status.TIMEOUT, "the statement took too long", failure);
+    }
+    return failure;
   }
 
   @Override
   public boolean cancel() {
-    cancelled = true;
     return connection.cancel();
   }
 

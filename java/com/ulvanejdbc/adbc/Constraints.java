@@ -24,10 +24,15 @@ final class Constraints {
     this.table = table;
   }
 
-  List<Constraint> find() throws SQLException {
-    List<String> primary = findPrimaryKey();
-    findForeignKeys();
-    findUniqueKeys(primary);
+  /** What is listed beside tables, a view or an index, may be refused. */
+  List<Constraint> find() {
+    try {
+      List<String> primary = findPrimaryKey();
+      findForeignKeys();
+      findUniqueKeys(primary);
+    } catch (SQLException refused) {
+      return found;
+    }
     return found;
   }
 
@@ -64,8 +69,8 @@ final class Constraints {
     }
   }
 
-  /** JDBC lists them as indexes, that of the primary key among them. A view or a synonym may have none to list. */
-  private void findUniqueKeys(List<String> primary) {
+  /** JDBC lists them as indexes, that of the primary key among them. */
+  private void findUniqueKeys(List<String> primary) throws SQLException {
     Map<String, Constraint> keys = new LinkedHashMap<>();
     try (ResultSet indexes = database.getIndexInfo(catalog, schema, table, true, true)) {
       while (indexes.next()) {
@@ -73,8 +78,6 @@ final class Constraints {
         if (name == null || indexes.getBoolean("NON_UNIQUE")) continue;
         keys.computeIfAbsent(name, any -> new Constraint(name, "UNIQUE")).add(indexes.getString("COLUMN_NAME"), null);
       }
-    } catch (SQLException refused) {
-      return;
     }
     keys.values().removeIf(key -> key.columns().equals(primary));
     found.addAll(keys.values());

@@ -59,10 +59,8 @@ final class Ingestion {
     try {
       return new RowInsert(session, name(), names);
     } catch (SQLException refused) {
-      AdbcException differs =
-          new AdbcException(Status.ALREADY_EXISTS, "the columns of table " + table + " are not those of the rows");
-      differs.initCause(refused);
-      throw differs;
+      throw new AdbcException(
+          Status.ALREADY_EXISTS, "the columns of table " + table + " are not those of the rows", refused);
     }
   }
 

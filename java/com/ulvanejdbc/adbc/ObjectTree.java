@@ -21,8 +21,11 @@ final class ObjectTree {
   private static final int SCHEMAS = 2;
   private static final int TABLES = 3;
 
-  private final Connection connection;
   private final DatabaseMetaData database;
+
+  /** The catalogue of what is listed without one. */
+  private final String current;
+
   private final int depth;
   private final String[] types;
 
@@ -58,8 +61,8 @@ final class ObjectTree {
   ObjectTree(Connection connection, int depth, String[] names, String[] types) throws SQLException {
     if (depth < ALL || depth > TABLES)
       throw new AdbcException(Status.INVALID_ARGUMENT, "no depth of a listing: " + depth);
-    this.connection = connection;
     this.database = connection.getMetaData();
+    current = orEmpty(connection.getCatalog());
     this.depth = depth;
     this.types = types;
     catalogPattern = names[0];
@@ -98,7 +101,7 @@ final class ObjectTree {
     try (ResultSet found = database.getCatalogs()) {
       while (found.next()) addCatalog(found.getString("TABLE_CAT"));
     }
-    if (catalogs.isEmpty()) addCatalog("");
+    if (catalogs.isEmpty()) addCatalog(current);
   }
 
   private void addCatalog(String name) {
@@ -117,11 +120,14 @@ final class ObjectTree {
     for (String catalog : catalogs.keySet()) addSchema(catalog, "");
   }
 
-  /** Many drivers list the schemas of the current catalogue alone, without its name. */
   private void addSchema(String catalog, String schema) throws SQLException {
-    String owner = catalog != null ? catalog : orEmpty(connection.getCatalog());
-    Map<String, List<Table>> schemas = catalogs.get(catalogs.containsKey(owner) ? owner : "");
+    Map<String, List<Table>> schemas = catalogs.get(owner(catalog));
     if (schemas != null && fits(schema, schemaPattern)) schemas.put(schema, new ArrayList<>());
+  }
+
+  /** Many drivers list what is in the current catalogue alone, without its name. */
+  private String owner(String catalog) {
+    return catalog == null ? current : catalog;
   }
 
   private void findTables() throws SQLException {
@@ -139,7 +145,7 @@ final class ObjectTree {
   }
 
   private List<Table> tablesOf(String catalog, String schema) {
-    Map<String, List<Table>> schemas = catalogs.get(orEmpty(catalog));
+    Map<String, List<Table>> schemas = catalogs.get(owner(catalog));
     return schemas == null ? null : schemas.get(orEmpty(schema));
   }
 
@@ -235,7 +241,7 @@ final class ObjectTree {
     writeConstraints(table);
   }
 
-  private void writeConstraints(Table table) throws SQLException {
+  private void writeConstraints(Table table) {
     List<Constraint> found = new Constraints(database, table.catalog, table.schema, table.name).find();
     tree.count(found.size());
     for (Constraint constraint : found) constraint.write(tree);
