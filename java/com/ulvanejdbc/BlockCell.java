@@ -7,21 +7,11 @@ import java.time.LocalDate;
 import java.time.LocalDateTime;
 
 /**
- * How a column's values get into a block: as {@link CellKind#read} gives them, or by a shorter way to the same text
+ * How a column's values get into a block: as {@link CellKind#text} gives them, or by a shorter way to the same bytes
  * where there is one.
  */
 public final class BlockCell {
-  private enum Way {
-    STRING,
-    SERVER_TEXT,
-    WHOLE_NUMBER,
-    HEX,
-    TEMPORAL,
-    LOCAL_DATE,
-    LOCAL_DATE_TIME,
-    TEMPORAL_SERVER_TEXT,
-    OF_ITS_KIND
-  }
+  private enum Way { OF_ITS_KIND, SERVER_TEXT, WHOLE_NUMBER, HEX, LOCAL_DATE, LOCAL_DATE_TIME, TEMPORAL_SERVER_TEXT }
 
   private static final int MAX_USUAL_YEAR = 9999;
 
@@ -29,7 +19,6 @@ public final class BlockCell {
   private final int column;
   private final int type;
   private final CellKind kind;
-  private final Database database;
   private final Way way;
   private final TemporalFields fields = new TemporalFields();
 
@@ -38,24 +27,19 @@ public final class BlockCell {
     this.column = column;
     this.type = type;
     this.kind = kind;
-    database = Database.of(rows);
-    way = chooseWay();
+    way = chooseWay(Database.of(rows));
   }
 
   /** Puts the current row's value. @return false for SQL NULL */
   public boolean pack(BlockText text) throws SQLException {
     // A switch and not a class for each way: the VM then makes one piece of code of it all.
     switch (way) {
-      case STRING:
-        return put(rows.getString(column), text);
       case SERVER_TEXT:
         return serverText(text);
       case WHOLE_NUMBER:
         return wholeNumber(text);
       case HEX:
         return hex(text);
-      case TEMPORAL:
-        return put(database.readTime(rows, type, column), text);
       case LOCAL_DATE:
         return localDate(text);
       case LOCAL_DATE_TIME:
@@ -63,32 +47,31 @@ public final class BlockCell {
       case TEMPORAL_SERVER_TEXT:
         return temporalServerText(text);
       default:
-        return put(kind.read(rows, type, column), text);
+        return ofItsKind(text);
     }
   }
 
-  private Way chooseWay() throws SQLException {
+  private Way chooseWay(Database database) throws SQLException {
     if (kind == CellKind.ANY) return Way.OF_ITS_KIND;
     if (kind == CellKind.BINARY) return Way.HEX;
     if (database.sendsText(rows, column)) {
       return kind == CellKind.TEMPORAL ? Way.TEMPORAL_SERVER_TEXT : Way.SERVER_TEXT;
     }
     if (kind == CellKind.DECIMAL) return Way.OF_ITS_KIND;
-    if (kind == CellKind.TEMPORAL) return temporalWay();
-    return isWholeNumber() && database.writesWholeNumbersPlainly() ? Way.WHOLE_NUMBER : Way.STRING;
+    if (kind == CellKind.TEMPORAL) return database.makesLocalDates() ? localWay() : Way.OF_ITS_KIND;
+    return isWholeNumber() && database.writesWholeNumbersPlainly() ? Way.WHOLE_NUMBER : Way.OF_ITS_KIND;
   }
 
-  private Way temporalWay() {
-    if (database.makesLocalDates() && type == Types.DATE) return Way.LOCAL_DATE;
-    if (database.makesLocalDates() && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
-    return Way.TEMPORAL;
+  private Way localWay() {
+    return type == Types.DATE ? Way.LOCAL_DATE : type == Types.TIMESTAMP ? Way.LOCAL_DATE_TIME : Way.OF_ITS_KIND;
   }
 
   private boolean isWholeNumber() {
     return type == Types.TINYINT || type == Types.SMALLINT || type == Types.INTEGER || type == Types.BIGINT;
   }
 
-  private static boolean put(String value, BlockText text) {
+  private boolean ofItsKind(BlockText text) throws SQLException {
+    String value = kind.text(rows, type, column);
     if (value == null) return false;
     text.put(value);
     return true;
@@ -98,7 +81,7 @@ public final class BlockCell {
   private boolean serverText(BlockText text) throws SQLException {
     byte[] value = rows.getBytes(column);
     if (value == null) return false;
-    return text.putUtf8(value) || put(rows.getString(column), text);
+    return text.putUtf8(value) || ofItsKind(text);
   }
 
   private boolean wholeNumber(BlockText text) throws SQLException {
@@ -132,7 +115,7 @@ public final class BlockCell {
 
   /** The driver clamps years that the objects do not know. */
   private boolean putFields(BlockText text) throws SQLException {
-    if (fields.year < 0 || fields.year > MAX_USUAL_YEAR) return put(database.readTime(rows, type, column), text);
+    if (fields.year < 0 || fields.year > MAX_USUAL_YEAR) return ofItsKind(text);
     fields.putInto(text);
     return true;
   }
@@ -142,7 +125,7 @@ public final class BlockCell {
     byte[] value = rows.getBytes(column);
     if (value == null) return false;
     int count = UtcText.lengthInForm(value);
-    if (count == 0) return put(database.readTime(rows, type, column), text);
+    if (count == 0) return ofItsKind(text);
     text.put(value, 0, count);
     return true;
   }

@@ -40,9 +40,7 @@ final class Rows {
   String text(int column) throws SQLException {
     int index = indexOf(column);
     if (!onRow) throw new MisuseException("no current row: the last call of next did not answer true");
-    // This is the usual kind, and a test is cheaper than a virtual call.
-    if (kinds[index] == CellKind.TEXT) return rows.getString(column);
-    return kinds[index].read(rows, types[index], column);
+    return kinds[index].text(rows, types[index], column);
   }
 
   int count() {
