@@ -1,13 +1,12 @@
-"""Arrow streams of the library in the hands of those who use them: pyarrow, DuckDB and polars.
+"""Arrow streams in the hands of those who use them, pyarrow, DuckDB and polars: columns of every type.
 
-  interop.py LIBRARY JVM CLASSPATH NAME=VALUE...
+  interop.py LIBRARY NAME=VALUE...
 
-The values are those that tools/postgres prints.
+LIBRARY is the ADBC driver. The values are those that tools/postgres prints.
 
 What each of them makes of a query's rows is compared with what the database itself says.
 """
 
-import ctypes
 import datetime
 import decimal
 import sys
@@ -17,6 +16,7 @@ import duckdb
 import polars
 import pyarrow
 import pyarrow.compute
+from adbc_driver_manager import dbapi
 
 ROWS = 50000
 
@@ -62,65 +62,25 @@ def formed(values):
     return [form(str(value)) for form, value in zip(FORMS, values, strict=True)]
 
 
-class CStream(ctypes.Structure):
-    _fields_ = [(name, ctypes.c_void_p) for name in
-                ("get_schema", "get_next", "get_last_error", "release", "private_data")]
-
-
-class Library:
-    def __init__(self, path, jvm, class_path):
-        library = ctypes.CDLL(path)
-        library.interop_connect.restype = ctypes.c_void_p
-        for name in ("interop_start", "interop_row", "interop_stream"):
-            getattr(library, name).restype = ctypes.c_char_p
-        self.functions = library
-        self.check(library.interop_start(jvm.encode(), class_path.encode()))
-
-    @staticmethod
-    def check(error):
-        if error is not None:
-            raise RuntimeError(error.decode())
-
-
-class Capsule:
-    """A stream by the name that Python's packages ask for."""
-
-    def __init__(self, structure):
-        self.structure = structure
-
-    def __arrow_c_stream__(self, requested_schema=None):
-        make = ctypes.pythonapi.PyCapsule_New
-        make.restype = ctypes.py_object
-        make.argtypes = [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p]
-        return make(ctypes.addressof(self.structure), b"arrow_array_stream", None)
-
-
 class Database:
-    def __init__(self, library, numbers, raw, url, user="", password=""):
-        self.functions = library.functions
+    def __init__(self, library, numbers, raw, uri, jar, **account):
         self.query = QUERY.format(numbers=numbers, bytes=raw)
-        self.connection = ctypes.c_void_p(self.functions.interop_connect(url.encode(), user.encode(), password.encode()))
-        if not self.connection:
-            raise RuntimeError("no connection to " + url)
+        self.connection = dbapi.connect(driver=library, autocommit=True, db_kwargs={
+            "uri": uri, "adbc.jdbc.driver_path": "/usr/share/java/" + jar, **account})
 
-    def stream(self, sql=None, max_rows=1000):
-        structure = CStream()
-        Library.check(self.functions.interop_stream(self.connection, (sql or self.query).encode(), max_rows,
-                                                    ctypes.byref(structure)))
-        return Capsule(structure)
-
-    def reader(self, sql=None, max_rows=1000):
-        return pyarrow.RecordBatchReader.from_stream(self.stream(sql, max_rows))
+    def cursor(self, sql=None, max_rows=1000):
+        cursor = self.connection.cursor(adbc_stmt_kwargs={"adbc.jdbc.batch_rows": str(max_rows)})
+        cursor.execute(sql or self.query)
+        return cursor
 
     def summary(self):
-        sql = SUMMARY.format(source="(" + self.query + ") as rows_of_it")
-        return formed(self.functions.interop_row(self.connection, sql.encode()).decode().split("\t"))
+        with self.cursor(SUMMARY.format(source="(" + self.query + ") as rows_of_it")) as cursor:
+            return formed(cursor.fetchone())
 
 
 class Consumers(unittest.TestCase):
     """Once for each database."""
 
-    library = None
     database = None
 
     @staticmethod
@@ -135,47 +95,38 @@ class Consumers(unittest.TestCase):
                        present["name"], number.count_distinct(column["name"]).as_py(), total["flag"], first["day_of"],
                        last["day_of"], first["moment"], last["moment"], present["many"]])
 
+    def read(self, *arguments, **options):
+        """@return a cursor with rows to read"""
+        cursor = self.database.cursor(*arguments, **options)
+        self.addCleanup(cursor.close)
+        return cursor
+
     def test_pyarrow_imports_the_stream(self):
-        database = self.database
-        expected = database.summary()
-        stream = database.stream()
-        reader = pyarrow.RecordBatchReader._import_from_c(ctypes.addressof(stream.structure))
-        table = reader.read_all()
+        expected = self.database.summary()
+        table = self.read().fetch_record_batch().read_all()
         table.validate(full=True)
         self.assertEqual(self.of_table(table), expected)
         self.assertEqual({field.name.lower(): str(field.type) for field in table.schema}, ARROW_TYPES)
         self.assertIn(table.schema.field(0).metadata[b"KIVO:type_name"].lower(), (b"bigint", b"int8"))
 
-    def test_duckdb_queries_the_stream_on_its_own_threads(self):
-        before = Consumers.library.functions.interop_foreign_calls()
-        database = self.database
-        expected = database.summary()
+    def test_duckdb_queries_the_stream(self):
+        expected = self.database.summary()
         duck = duckdb.connect(config={"threads": 4})
-        rows = database.stream(max_rows=100)
+        rows = self.read(max_rows=100).fetch_arrow()
         self.assertEqual(formed(duck.execute(SUMMARY.format(source="rows")).fetchone()), expected)
-        rows = database.stream()
+        rows = self.read().fetch_arrow()
         described = duck.execute("describe select * from rows").fetchall()
         self.assertEqual([row[1] for row in described], DUCKDB_TYPES)
-        self.assertGreater(Consumers.library.functions.interop_foreign_calls(), before)
 
     def test_polars_takes_the_stream(self):
-        database = self.database
-        expected = database.summary()
-        frame = polars.DataFrame(database.stream())
+        expected = self.database.summary()
+        frame = polars.DataFrame(self.read().fetch_arrow())
         frame.columns = [name.lower() for name in frame.columns]
         self.assertEqual(frame.dtypes, POLARS_TYPES)
-        column = polars.col
-        self.assertEqual(formed(frame.select(
-            polars.len(), column("id").sum().alias("b"), column("n").count().alias("c"),
-            column("n").sum().alias("e"), column("d").sum().alias("f"), column("amount").sum().alias("g"),
-            column("name").count().alias("h"), column("name").drop_nulls().n_unique().alias("i"),
-            column("flag").sum().alias("j"), column("day_of").min().alias("k"), column("day_of").max().alias("l"),
-            column("moment").min().alias("m"), column("moment").max().alias("o"),
-            column("many").count().alias("p")).row(0)), expected)
+        self.assertEqual(self.of_table(frame.to_arrow()), expected)
 
     def test_values_are_those_of_the_database(self):
-        database = self.database
-        row = database.reader(database.query + " order by x").read_next_batch().slice(0, 1).to_pylist()[0]
+        row = self.read(self.database.query + " order by x").fetch_record_batch().read_next_batch().to_pylist()[0]
         moment = datetime.datetime(2024, 2, 29, 12, 34, 56)
         self.assertEqual(list(row.values()), [
             1, 1, 0.25, decimal.Decimal("1.25"), "n\u00e4me 1", False, datetime.date(2000, 1, 2), moment.time(),
@@ -183,24 +134,22 @@ class Consumers(unittest.TestCase):
             [1, None]])
 
     def test_a_failure_has_its_sqlstate(self):
-        database = self.database
-        reader = database.reader(database.query.replace("/ 4", "/ (4000 - x)"))
-        with self.assertRaisesRegex(OSError, "22012"):
+        reader = self.read(self.database.query.replace("/ 4", "/ (4000 - x)")).fetch_record_batch()
+        with self.assertRaisesRegex(Exception, "22012"):
             reader.read_all()
 
 
 def main():
-    path, jvm, class_path, *server = sys.argv[1:]
+    library, *server = sys.argv[1:]
     value = dict(line.split("=", 1) for line in server)
-    Consumers.library = library = Library(path, jvm, class_path)
 
     class OnH2(Consumers):
-        database = Database(library, f"system_range(1, {ROWS})", "x'00ff'", "jdbc:h2:mem:interop")
+        database = Database(library, f"system_range(1, {ROWS})", "x'00ff'", "jdbc:h2:mem:interop", "h2.jar")
 
     class OnPostgreSQL(Consumers):
         database = Database(library, f"generate_series(1, {ROWS}) as numbers(x)", "'\\x00ff'::bytea",
-                            "jdbc:postgresql://{HOST}:{PORT}/{DATABASE}".format(**value), value["USER"],
-                            value["PASSWORD"])
+                            "jdbc:postgresql://{HOST}:{PORT}/{DATABASE}".format(**value), "postgresql.jar",
+                            username=value["USER"], password=value["PASSWORD"])
 
     load = unittest.defaultTestLoader.loadTestsFromTestCase
     tests = unittest.TestSuite([load(OnH2), load(OnPostgreSQL)])
