@@ -18,6 +18,15 @@ void setOn(JNIEnv* env, const Session& session, const char* name, const char* va
   session.connection.run(env, kSetOption, key.get(), text.get());
 }
 
+/// The failure before is the one to report.
+void closeAfterFailure(JNIEnv* env, const Session& session) {
+  try {
+    session.connection.run(env, kClose);
+  } catch (const Fault&) {
+    return;
+  }
+}
+
 }  // namespace
 
 void Connection::setOption(const char* name, const char* value) {
@@ -49,17 +58,20 @@ void Connection::init(Database& database) {
   const PendingAside aside(env);
   const LocalRef<jobject> connected = database.connect(env);
   if (!connected) throw Fault(ADBC_STATUS_INTERNAL, "out of memory");
-  session_ = std::make_shared<Session>();
-  session_->connection.keep(env, connected.get());
+  const auto session = std::make_shared<Session>();
+  session->connection.keep(env, connected.get());
   try {
     // Many databases take no other setting once a transaction is open.
-    auto last = options_.extract(kAutoCommit);
-    for (const auto& [name, value] : options_) setOn(env, *session_, name.c_str(), value.c_str());
-    if (!last.empty()) setOn(env, *session_, kAutoCommit, last.mapped().c_str());
+    for (const auto& [name, value] : options_) {
+      if (name != kAutoCommit) setOn(env, *session, name.c_str(), value.c_str());
+    }
+    const auto autoCommit = options_.find(kAutoCommit);
+    if (autoCommit != options_.end()) setOn(env, *session, kAutoCommit, autoCommit->second.c_str());
   } catch (const Fault&) {
-    close();
+    closeAfterFailure(env, *session);
     throw;
   }
+  session_ = session;
 }
 
 void Connection::close() {

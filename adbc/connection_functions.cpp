@@ -73,8 +73,10 @@ AdbcStatusCode getInfo(AdbcConnection* connection, const std::uint32_t* codes, s
     given(out, "the stream");
     const Turn turn(*session);
     LocalRef<jintArray> numbers(turn.env);
-    if (codes != nullptr) numbers = newIntArray(turn.env, std::vector<int>(codes, codes + count));
-    JavaObject::expectNothingThrown(turn.env);
+    if (codes != nullptr) {
+      numbers = newIntArray(turn.env, std::vector<int>(codes, codes + count));
+      needed(turn.env, numbers.get());
+    }
     list(*session, turn.env, kInfoFields, out, kInfo, numbers.get());
   });
 }

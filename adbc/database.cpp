@@ -69,11 +69,8 @@ void Database::init() {
   }
   const LocalRef<jobjectArray> options = javaTexts(env, texts);
   jclass databases = jarClass(env, JarClass::database);
-  const jmethodID open = env->GetStaticMethodID(databases, kOpen.name, kOpen.signature);
-  const LocalRef<jobject> database(
-      env, open == nullptr ? nullptr : env->CallStaticObjectMethod(databases, open, options.get()));
-  JavaObject::expectNothingThrown(env);
-  if (!database) throw Fault(ADBC_STATUS_INTERNAL, "out of memory");
+  const jmethodID open = needed(env, env->GetStaticMethodID(databases, kOpen.name, kOpen.signature));
+  const LocalRef<jobject> database(env, needed(env, env->CallStaticObjectMethod(databases, open, options.get())));
   JavaObject::throwFailure(env, database.get(), JavaObject::MayBeNone::yes);
   java_.keep(env, database.get());
 }

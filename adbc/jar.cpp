@@ -47,25 +47,20 @@ std::string companionJar() {
 }
 
 LocalRef<jclass> javaClass(JNIEnv* env, const char* name) {
-  LocalRef<jclass> found(env, env->FindClass(name));
-  JavaObject::expectNothingThrown(env);
-  return found;
+  return LocalRef<jclass>(env, needed(env, env->FindClass(name)));
 }
 
 LocalRef<jobject> call(JNIEnv* env, jobject object, const JavaMethod& method) {
   LocalRef<jclass> type(env);
-  const jmethodID found = findMethodOf(env, object, type, method);
-  LocalRef<jobject> answer = found == nullptr ? LocalRef<jobject>(env) : callObject(env, object, found);
-  JavaObject::expectNothingThrown(env);
-  return answer;
+  const jmethodID found = needed(env, findMethodOf(env, object, type, method));
+  return LocalRef<jobject>(env, needed(env, env->CallObjectMethod(object, found)));
 }
 
 LocalRef<jobject> urlOf(JNIEnv* env, const std::string& path) {
   const LocalRef<jclass> fileClass = javaClass(env, "java/io/File");
-  const jmethodID make = findMethod(env, fileClass.get(), {"<init>", "(Ljava/lang/String;)V"});
+  const jmethodID make = needed(env, findMethod(env, fileClass.get(), {"<init>", "(Ljava/lang/String;)V"}));
   const LocalRef<jstring> name = javaText(env, path.c_str());
-  const LocalRef<jobject> file(env, env->NewObject(fileClass.get(), make, name.get()));
-  JavaObject::expectNothingThrown(env);
+  const LocalRef<jobject> file(env, needed(env, env->NewObject(fileClass.get(), make, name.get())));
   const LocalRef<jobject> uri = call(env, file.get(), {"toURI", "()Ljava/net/URI;"});
   return call(env, uri.get(), {"toURL", "()Ljava/net/URL;"});
 }
@@ -74,26 +69,24 @@ LocalRef<jobject> urlOf(JNIEnv* env, const std::string& path) {
 LocalRef<jobject> newLoader(JNIEnv* env) {
   const LocalRef<jobject> url = urlOf(env, companionJar());
   const LocalRef<jclass> urlClass = javaClass(env, "java/net/URL");
-  const LocalRef<jobjectArray> urls(env, env->NewObjectArray(1, urlClass.get(), url.get()));
-  JavaObject::expectNothingThrown(env);
+  const LocalRef<jobjectArray> urls(env, needed(env, env->NewObjectArray(1, urlClass.get(), url.get())));
   const LocalRef<jclass> loaders = javaClass(env, "java/net/URLClassLoader");
   const jmethodID make =
-      env->GetStaticMethodID(loaders.get(), "newInstance", "([Ljava/net/URL;)Ljava/net/URLClassLoader;");
-  LocalRef<jobject> loader(env, env->CallStaticObjectMethod(loaders.get(), make, urls.get()));
-  JavaObject::expectNothingThrown(env);
-  return loader;
+      needed(env, env->GetStaticMethodID(loaders.get(), "newInstance", "([Ljava/net/URL;)Ljava/net/URLClassLoader;"));
+  return LocalRef<jobject>(env, needed(env, env->CallStaticObjectMethod(loaders.get(), make, urls.get())));
 }
 
 void load(JNIEnv* env, jobject loader, const char* name, jclass& kept) {
   LocalRef<jclass> type(env);
-  const jmethodID loadClass = findMethodOf(env, loader, type, {"loadClass", "(Ljava/lang/String;)Ljava/lang/Class;"});
+  const jmethodID loadClass =
+      needed(env, findMethodOf(env, loader, type, {"loadClass", "(Ljava/lang/String;)Ljava/lang/Class;"}));
   const LocalRef<jstring> text = javaText(env, name);
   const LocalRef<jobject> found = callObject(env, loader, loadClass, text.get());
   if (!found) {
     env->ExceptionClear();
     throw Fault(ADBC_STATUS_INTERNAL, std::string("kivo-jdbc.jar is of another version: it lacks ") + name);
   }
-  if (!keepGlobal(env, kept, found.get())) throw Fault(ADBC_STATUS_INTERNAL, "out of memory");
+  if (!keepGlobal(env, kept, found.get())) JavaObject::throwNoMemory();
 }
 
 }  // namespace

@@ -20,8 +20,6 @@ constexpr std::size_t kStateAt = 1;
 constexpr std::size_t kVendorCodeAt = 6;
 constexpr std::size_t kTextAt = 10;
 
-[[noreturn]] void throwNoMemory() { throw Fault(ADBC_STATUS_INTERNAL, "out of memory"); }
-
 Fault faultOf(const std::string& report) {
   Fault fault(static_cast<AdbcStatusCode>(report[0]), report.substr(kTextAt));
   std::copy_n(report.begin() + kStateAt, sizeof fault.sqlState, fault.sqlState);
@@ -52,17 +50,18 @@ jlong JavaObject::number(JNIEnv* env, const JavaMethod& method) const {
 void JavaObject::throwFailure(JNIEnv* env, jobject failed, MayBeNone none) {
   if (none == MayBeNone::yes) {
     LocalRef<jclass> type(env);
-    const jmethodID failure = findMethodOf(env, failed, type, kFailure);
-    const LocalRef<jobject> text = failure == nullptr ? LocalRef<jobject>(env) : callObject(env, failed, failure);
+    const jmethodID failure = needed(env, findMethodOf(env, failed, type, kFailure));
+    const LocalRef<jobject> text = callObject(env, failed, failure);
     expectNothingThrown(env);
     if (!text) return;
   }
   jclass reports = jarClass(env, JarClass::errorReport);
-  const jmethodID of = env->GetStaticMethodID(reports, kReportOf.name, kReportOf.signature);
-  const LocalRef<jobject> report(env, of == nullptr ? nullptr : env->CallStaticObjectMethod(reports, of, failed));
-  expectNothingThrown(env);
+  const jmethodID of = needed(env, env->GetStaticMethodID(reports, kReportOf.name, kReportOf.signature));
+  const LocalRef<jobject> report(env, needed(env, env->CallStaticObjectMethod(reports, of, failed)));
   throw faultOf(bytesOf(env, report.get()));
 }
+
+void JavaObject::throwNoMemory() { throw Fault(ADBC_STATUS_INTERNAL, "out of memory"); }
 
 void JavaObject::expectNothingThrown(JNIEnv* env) {
   if (!isPending(env)) return;
@@ -81,8 +80,7 @@ jmethodID JavaObject::find(JNIEnv* env, const JavaMethod& method) const {
 LocalRef<jstring> javaText(JNIEnv* env, const char* text) {
   if (text == nullptr) return LocalRef<jstring>(env);
   LocalRef<jstring> made = newJavaText(env, text);
-  JavaObject::expectNothingThrown(env);
-  if (!made) throwNoMemory();
+  needed(env, made.get());
   return made;
 }
 
@@ -93,12 +91,12 @@ LocalRef<jobjectArray> javaTexts(JNIEnv* env, const std::vector<const char*>& te
   const auto textAt = [&](jsize index) { return texts[static_cast<std::size_t>(index)]; };
   const bool made = makeTextArray(env, stringClass, array, count, textAt);
   JavaObject::expectNothingThrown(env);
-  if (!made) throwNoMemory();
+  if (!made) JavaObject::throwNoMemory();
   return array;
 }
 
 std::string bytesOf(JNIEnv* env, jobject array) {
-  if (array == nullptr) throwNoMemory();
+  if (array == nullptr) JavaObject::throwNoMemory();
   auto* const bytes = static_cast<jbyteArray>(array);
   std::string copy(static_cast<std::size_t>(env->GetArrayLength(bytes)), '\0');
   env->GetByteArrayRegion(bytes, 0, static_cast<jsize>(copy.size()), reinterpret_cast<jbyte*>(copy.data()));
@@ -110,7 +108,7 @@ std::string textOf(JNIEnv* env, jobject text) {
   std::string copy;
   if (!copyText(env, static_cast<jstring>(text), copy)) {
     env->ExceptionClear();
-    throwNoMemory();
+    JavaObject::throwNoMemory();
   }
   return utf8::toStandard(copy).text;
 }

@@ -55,6 +55,8 @@ class JavaObject {
   /// Throws the last failure of an object of the jar.
   static void throwFailure(JNIEnv* env, jobject failed, MayBeNone none = MayBeNone::no);
 
+  [[noreturn]] static void throwNoMemory();
+
   /// Throws what a JNI call left pending, which can only be a lack of memory.
   static void expectNothingThrown(JNIEnv* env);
 
@@ -63,6 +65,14 @@ class JavaObject {
 
   jobject object_ = nullptr;
 };
+
+/// @return what a JNI call gave. Throws when that is null, which can only be for lack of memory.
+template <class Reference>
+Reference needed(JNIEnv* env, Reference given) {
+  JavaObject::expectNothingThrown(env);
+  if (given == nullptr) JavaObject::throwNoMemory();
+  return given;
+}
 
 /// @return a Java string, null for null. Throws without memory.
 LocalRef<jstring> javaText(JNIEnv* env, const char* text);

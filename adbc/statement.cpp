@@ -54,8 +54,7 @@ ArrowField parameterFields(const std::string& description) {
 
 void closeReader(JNIEnv* env, jobject reader) {
   LocalRef<jclass> type(env);
-  const jmethodID close = findMethodOf(env, reader, type, kCloseReader);
-  if (close != nullptr) env->CallVoidMethod(reader, close);
+  env->CallVoidMethod(reader, needed(env, findMethodOf(env, reader, type, kCloseReader)));
   JavaObject::expectNothingThrown(env);
 }
 

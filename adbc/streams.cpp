@@ -15,6 +15,7 @@ namespace kivo::adbc {
 
 namespace {
 
+constexpr const char* kOutOfMemory = "out of memory";
 constexpr const char* kForked = "this process was forked off one with a Java VM, which does not work here";
 
 void openReader(JNIEnv* env, jobject reader, ArrowArrayStream& out) {
@@ -49,17 +50,26 @@ class RowStream {
 
   void exportTo(ArrowArrayStream& out);
 
-  int getSchema(ArrowSchema* schema) { return rows_.get_schema(&rows_, schema); }
+  int getSchema(ArrowSchema* schema) {
+    const int code = rows_.get_schema(&rows_, schema);
+    text_ = code == 0 ? nullptr : kOutOfMemory;
+    return code;
+  }
 
   int getNext(ArrowArray* array) {
     if (isForked()) return fail(EIO, Fault(ADBC_STATUS_INVALID_STATE, kForked));
     const std::lock_guard lock(session_->turn);
     const int code = rows_.get_next(&rows_, array);
-    if (code != 0) fail(code, faultOf(rows_.get_last_error(&rows_)));
-    return code;
+    text_ = nullptr;
+    return code == 0 ? 0 : fail(code, faultOf(rows_.get_last_error(&rows_)));
   }
 
-  const char* lastError() const { return error_.message; }
+  int failWithoutMemory() {
+    text_ = kOutOfMemory;
+    return ENOMEM;
+  }
+
+  const char* lastError() const { return text_; }
   const AdbcError* error(AdbcStatusCode* status) const {
     if (error_.release == nullptr) return nullptr;
     if (status != nullptr) *status = status_;
@@ -84,13 +94,15 @@ class RowStream {
   int fail(int code, const Fault& fault) {
     error_.vendor_code = ADBC_ERROR_VENDOR_CODE_PRIVATE_DATA;
     status_ = report(fault, &error_);
+    text_ = error_.message == nullptr ? kOutOfMemory : error_.message;
     return code;
   }
 
   std::shared_ptr<Session> session_;
   JavaObject reader_;
   ArrowArrayStream rows_{};
-  AdbcError error_{};
+  const char* text_ = nullptr;  ///< of the last call's failure
+  AdbcError error_{};           ///< of the failure that ended the rows
   AdbcStatusCode status_ = ADBC_STATUS_OK;
 };
 
@@ -101,7 +113,7 @@ int nextRows(ArrowArrayStream* exported, ArrowArray* array) {
   try {
     return RowStream::of(exported)->getNext(array);
   } catch (const std::exception&) {
-    return ENOMEM;
+    return RowStream::of(exported)->failWithoutMemory();
   }
 }
 
@@ -128,24 +140,28 @@ struct BatchStream {
 
   const ArrowField root;
   ArrowArray batch{};
+  const char* error = nullptr;  ///< of the last call
 };
 
 int batchSchema(ArrowArrayStream* exported, ArrowSchema* schema) {
   schema->release = nullptr;
   try {
     exportSchema(BatchStream::of(exported)->root, *schema);
+    BatchStream::of(exported)->error = nullptr;
     return 0;
   } catch (const std::exception&) {
+    BatchStream::of(exported)->error = kOutOfMemory;
     return ENOMEM;
   }
 }
 
 int nextBatch(ArrowArrayStream* exported, ArrowArray* array) {
+  BatchStream::of(exported)->error = nullptr;
   *array = std::exchange(BatchStream::of(exported)->batch, ArrowArray{});
   return 0;
 }
 
-const char* batchError(ArrowArrayStream* /*exported*/) { return nullptr; }
+const char* batchError(ArrowArrayStream* exported) { return BatchStream::of(exported)->error; }
 
 void releaseBatch(ArrowArrayStream* exported) {
   delete BatchStream::of(exported);

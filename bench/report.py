@@ -5,7 +5,7 @@ import os
 import subprocess
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
-REFERENCES = ("libpq", "java", "jni", "odbc-rowset", "java-prepared", "java-load")
+REFERENCES = ("libpq", "java", "jni", "java-prepared", "java-load")
 OURS = ("utils", "wrapper", "blocks", "arrow")
 STEADY = 0.05  # above this spread of the fixed arithmetic, the machine was too busy to show small differences
 

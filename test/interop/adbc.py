@@ -7,10 +7,13 @@ POSTGRES and MARIADB are files with what tools/postgres and tools/mariadb print.
 
 import datetime
 import decimal
+import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 import unittest
@@ -264,6 +267,15 @@ for uri, jar in (("jdbc:h2:mem:x", "h2.jar"), ("jdbc:hsqldb:mem:x", "hsqldb.jar"
 print(jpype.JClass("java.lang.System").getProperty("user.timezone"))
 """)
         self.assertEqual(output, "True\nTrue\nTrue\nAmerica/New_York\n")
+
+    def test_the_page_does_what_it_says(self):
+        page = (pathlib.Path(__file__).parents[2] / "docs" / "adbc.md").read_text()
+        blocks = {kind: re.findall(f"^```{kind}\n(.*?)^```", page, re.S | re.M) for kind in ("python", "toml")}
+        drivers = pathlib.Path(self.library).parents[1] / "share" / "adbc" / "drivers"
+        with tempfile.TemporaryDirectory() as profiles:
+            (pathlib.Path(profiles) / "shop.toml").write_text("".join(blocks["toml"]))
+            self.run_python("\n".join(blocks["python"]), ADBC_DRIVER_PATH=str(drivers), ADBC_PROFILE_PATH=profiles,
+                            SHOP_PASSWORD="", PATH=os.environ["PATH"])
 
 
 def values(path):

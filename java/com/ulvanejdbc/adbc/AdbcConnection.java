@@ -26,6 +26,9 @@ public final class AdbcConnection extends TypedConnection {
 
   private final int usualIsolation;
 
+  /** The transaction of a run is open. */
+  private boolean runs;
+
   /** What failed was cancelled, and did not run out of its time. */
   private volatile boolean cancelled;
 
@@ -95,6 +98,29 @@ public final class AdbcConnection extends TypedConnection {
     } catch (SQLException | RuntimeException tooLate) {
       // It keeps its failure for the thread whose call it ended.
       return true;
+    }
+  }
+
+  /** Begins the transaction of a run with many rows, unless the caller's is open or the database has none. */
+  void beginRun() throws SQLException {
+    if (runs || !autoCommit() || !connection().getMetaData().supportsTransactions()) return;
+    session().beginTransaction();
+    runs = true;
+  }
+
+  /** Ends what {@link #beginRun} began; one that its caller could not end is ended by the next. */
+  void endRun(boolean keep) throws SQLException {
+    if (!runs) return;
+    runs = false;
+    if (!keep) {
+      session().rollbackTransaction();
+      return;
+    }
+    try {
+      session().commitTransaction();
+    } catch (SQLException refused) {
+      session().rollbackTransaction();
+      throw refused;
     }
   }
 

@@ -27,9 +27,6 @@ public final class AdbcStatement extends PreparedQuery {
   private final Settings settings = new Settings();
   private long affected = UNKNOWN;
 
-  /** The transaction of the rows that are run was begun here. */
-  private boolean ownsTransaction;
-
   AdbcStatement(AdbcConnection connection) {
     super(connection.shared());
     this.connection = connection;
@@ -135,6 +132,7 @@ public final class AdbcStatement extends PreparedQuery {
   private void begin() throws SQLException {
     affected = UNKNOWN;
     connection.forgetCancel();
+    connection.endRun(false);
     setLimits(settings.number(StatementOption.TIMEOUT), settings.number(StatementOption.MAX_ROWS));
   }
 
@@ -180,33 +178,25 @@ public final class AdbcStatement extends PreparedQuery {
     return attempt(() -> {
       begin();
       affected = 0;
-      ownsTransaction = false;
       try {
         if (settings.text(TARGET_TABLE) == null) {
           requireSql();
-          beginTransaction();
+          connection.beginRun();
         } else {
           beginIngestion(new Ingestion(connection, settings), formats.split("\n"), names);
         }
       } catch (SQLException | RuntimeException failure) {
-        endTransaction(false);
+        connection.endRun(false);
         throw failure;
       }
     });
   }
 
   private void beginIngestion(Ingestion ingestion, String[] formats, String[] names) throws SQLException {
-    if (!ingestion.definitionCommits()) beginTransaction();
+    if (!ingestion.definitionCommits()) connection.beginRun();
     ingestion.makeTable(formats, names);
-    beginTransaction();
+    connection.beginRun();
     use(ingestion.insert(names));
-  }
-
-  private void beginTransaction() throws SQLException {
-    boolean hasNone = !session().connection().getMetaData().supportsTransactions();
-    if (ownsTransaction || hasNone || !connection.autoCommit()) return;
-    session().beginTransaction();
-    ownsTransaction = true;
   }
 
   /** Runs with all rows that are bound. */
@@ -224,22 +214,7 @@ public final class AdbcStatement extends PreparedQuery {
   /** Ends the run. @param worked whether its rows are to stay */
   public boolean endRows(boolean worked) {
     unbind();
-    return attempt(() -> endTransaction(worked));
-  }
-
-  private void endTransaction(boolean keep) throws SQLException {
-    if (!ownsTransaction) return;
-    ownsTransaction = false;
-    if (!keep) {
-      session().rollbackTransaction();
-      return;
-    }
-    try {
-      session().commitTransaction();
-    } catch (SQLException refused) {
-      session().rollbackTransaction();
-      throw refused;
-    }
+    return attempt(() -> connection.endRun(worked));
   }
 
   /**
