@@ -70,6 +70,7 @@ std::vector<std::string> optionsOf(const VmChoice& choice) {
 JavaVM* startVm(void* library, const VmChoice& choice) {
   std::vector<std::string> texts = optionsOf(choice);
   std::vector<JavaVMOption> options;
+  options.reserve(texts.size());
   for (std::string& text : texts) options.push_back({text.data(), nullptr});
   JavaVMInitArgs arguments{JNI_VERSION_1_8, static_cast<jint>(options.size()), options.data(), JNI_FALSE};
   JavaVM* vm = nullptr;

@@ -452,6 +452,7 @@ TEST_F(AdbcOnH2, StreamsOutliveTheirStatementAndConnection) {
 TEST_F(AdbcOnH2, ServesEightThreadsWithAConnectionEach) {
   constexpr int kThreads = 8;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   std::atomic<int> right{0};
   for (int own = 0; own < kThreads; ++own) {
     threads.emplace_back([&, own] {
