@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "JavaVmHost.h"
+#include "JdbcUtils.h"
+#include "stderr_capture.h"
 #include "wrapper_on_databases.h"
 
 namespace kivo::test {
@@ -316,6 +318,38 @@ TEST(Connections, CommitWhateverTheirUrlSaysOfAutoCommit) {
       EXPECT_GE(wrapper.executeUpdate(sql), 0) << wrapper.errorMessage;
     }
   }
+}
+
+TEST(Utils, RunABatchAsAWholeOrNotAtAll) {
+  ConnectedWrapper reader(database("postgresql"));
+  reader.executeUpdate("drop table b");
+  ASSERT_EQ(reader.executeUpdate("create table b (id int primary key)"), 0);
+  Database at = database("postgresql");
+  std::string none;
+  JdbcUtils utils;
+  ASSERT_TRUE(utils.javaInit() && utils.setUrl(none, none, none, none, none, at.url, none, none) &&
+              utils.getConnection(at.user, at.password, none) && utils.getStatement());
+  const auto batch = [&utils](std::vector<std::string> statements) {
+    std::vector<int> counts(3, 9);
+    for (std::string& sql : statements) EXPECT_EQ(utils.addToBatch(sql), 0);
+    counts.push_back(utils.executeBatch(counts.data()));
+    EXPECT_TRUE(utils.autoCommit);
+    return counts;
+  };
+  EXPECT_EQ(batch({"insert into b values (1), (2)", "delete from b where id = 1", "delete from b where id = 7"}),
+            (std::vector<int>{2, 1, 0, 3}));
+  {
+    const StderrCapture capture;
+    EXPECT_EQ(batch({"insert into b values (3)", "insert into b values (2)", "insert into b values (4)"}),
+              (std::vector<int>{9, 9, 9, -1}));
+    EXPECT_NE(capture.text().find("duplicate key"), std::string::npos);
+  }
+  // The connection is not left inside a failed transaction.
+  std::string sql = "insert into b values (5)";
+  EXPECT_EQ(utils.executeUpdate(sql), 1);
+  ASSERT_TRUE(reader.query("select string_agg(id::text, ' ') from b") && reader.next());
+  EXPECT_EQ(cell(reader, 1), "2 5");
+  utils.closeConnection();
 }
 
 }  // namespace
