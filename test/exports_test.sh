@@ -1,7 +1,7 @@
 #!/bin/sh
-# The library exports exactly its boundary, and finds its companions where its run path says.
+# The libraries export exactly their boundaries, and find their companions where their run paths say.
 #
-#   exports_test.sh LIBRARY
+#   exports_test.sh LIBRARY ADBC_DRIVER
 set -eu
 here=$(dirname "$0")
 failed=0
@@ -15,13 +15,18 @@ check() {
   fi
 }
 
-exported=$(nm -D --defined-only "$1" | awk '{ print $3 }' | LC_ALL=C sort)
-check "exported symbols" "$(cat "$here/exports.txt")" "$exported"
+# check_library LIBRARY SYMBOLS COMPANIONS RUN_PATH
+check_library() {
+  name=$(basename "$1")
+  check "$name: exported symbols" "$2" "$(nm -D --defined-only "$1" | awk '{ print $3 }' | LC_ALL=C sort)"
+  dynamic=$(readelf -d "$1")
+  needed=$(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -E 'kivo|jvm' || true)
+  check "$name: companions needed by name, and no Java VM" "$3" "$needed"
+  check "$name: where companions are looked for" "$4" "$(echo "$dynamic" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p')"
+}
 
-dynamic=$(readelf -d "$1")
-needed=$(echo "$dynamic" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -E 'kivo|jvm' || true)
-check "companions needed by name, and no Java VM" libkivo_system_lib.so "$needed"
 # shellcheck disable=SC2016  # the loader's word, not the shell's
-check "where companions are looked for" '$ORIGIN/../lib:$ORIGIN/../../lib' \
-  "$(echo "$dynamic" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p')"
+check_library "$1" "$(cat "$here/exports.txt")" libkivo_system_lib.so '$ORIGIN/../lib:$ORIGIN/../../lib'
+check_library "$2" "AdbcDriverInit
+AdbcDriverJdbcInit" "" ""
 exit $failed
