@@ -1,5 +1,6 @@
 // The ADBC driver, loaded as a driver manager loads it, on an embedded database.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,11 +9,30 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "adbc_client.h"
+
+namespace {
+
+AdbcStatusCode init(const char* name, int version, void* driver, AdbcError* error) {
+  static void* const library = dlopen(KIVO_ADBC_DRIVER, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw std::runtime_error(dlerror());
+  return reinterpret_cast<decltype(&AdbcDriverInit)>(dlsym(library, name))(version, driver, error);
+}
+
+}  // namespace
+
+AdbcStatusCode AdbcDriverInit(int version, void* driver, AdbcError* error) {
+  return init("AdbcDriverInit", version, driver, error);
+}
+
+AdbcStatusCode AdbcDriverJdbcInit(int version, void* driver, AdbcError* error) {
+  return init("AdbcDriverJdbcInit", version, driver, error);
+}
 
 namespace kivo::test {
 namespace {

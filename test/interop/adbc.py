@@ -167,6 +167,13 @@ class Transactions(Clients):
                 self.assertEqual(len(self.stored(table)), count, mode)
         self.assertEqual(self.stored(table)[::2], self.tuples(rows(5)))
 
+    def test_a_temporary_table_is_the_connections_own(self):
+        self.cursor.adbc_ingest("passing", rows(4), mode="create", temporary=True)
+        self.assertEqual(len(self.stored(self.quoted("passing"))), 4)
+        other = self.connect()
+        with other.cursor() as cursor, self.assertRaises(adbc_driver_manager.Error):
+            cursor.execute(f"select * from {self.quoted('passing')}").fetchall()
+
     def test_pandas_and_polars_write_tables(self):
         frame = pandas.DataFrame({"id": [1, 2], "name": ["x", None]})
         self.assertEqual(frame.to_sql("from_pandas", self.connection, if_exists="replace", index=False), 2)
