@@ -124,19 +124,6 @@ bool copyText() {
   return right && buffer != nullptr;
 }
 
-TEST(JniLedgerTest, RecordsABlamelessOperation) {
-  JniLedger ledger;
-  EXPECT_TRUE(copyText());
-  EXPECT_EQ(ledger.complaint(), "");
-  EXPECT_EQ(ledger.callCount("DeleteLocalRef"), 3);
-  EXPECT_EQ(ledger.callCount(), 10);
-  EXPECT_EQ(ledger.maxLocals(), 3);
-  const std::vector<std::string> expected{"AttachCurrentThread", "FindClass java/lang/String",
-                                          "GetMethodID trim ()Ljava/lang/String;", "NewStringUTF  text",
-                                          "CallObjectMethod trim"};
-  EXPECT_EQ(std::vector<std::string>(ledger.trace().begin(), ledger.trace().begin() + 5), expected);
-}
-
 TEST(JniLedgerTest, FailsEveryCallThatKnowsTheFaultOnce) {
   const std::pair<Fault, int> rows[] = {{Fault::kOutOfMemory, 5}, {Fault::kNull, 5},   {Fault::kThrowBefore, 3},
                                         {Fault::kThrowAfter, 2},  {Fault::kAttach, 1}, {Fault::kAllocation, 2}};
