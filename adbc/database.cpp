@@ -58,8 +58,12 @@ std::string Database::option(const char* name) {
 
 void Database::init() {
   if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is in use already");
-  if (options_[kUri].empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the option uri must be set: a JDBC URL");
-  needVm({options_[kJvm], heapOf(options_[kHeap]), options_[kJvmOptions]});
+  const auto text = [&](const char* name) {
+    const auto found = options_.find(name);
+    return found == options_.end() ? std::string() : found->second;
+  };
+  if (text(kUri).empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the option uri must be set: a JDBC URL");
+  needVm({text(kJvm), heapOf(text(kHeap)), text(kJvmOptions)});
   JNIEnv* env = environment();
   const PendingAside aside(env);
   std::vector<const char*> texts;
