@@ -63,7 +63,7 @@ void connect(const Armed& armed) {
 }
 
 /// The first use of the driver in this process.
-TEST(AdbcDriver, LoadsTheJar) { EXPECT_GT(sweepFaults(ledger(), Fault::kThrowBefore, connect), 25); }
+TEST(AdbcDriver, LoadsTheJar) { EXPECT_GT(sweepFaults(ledger(), Fault::kThrowBefore, connect), 20); }
 
 TEST(AdbcDriver, Connects) { EXPECT_GT(sweepAll(ledger(), connect), 100); }
 
