@@ -208,6 +208,25 @@ class Cancelling(Transactions):
         self.assertEqual(caught.exception.status_code, adbc_driver_manager.AdbcStatusCode.CANCELLED)
 
 
+class Returning:
+    """Where an insert can return rows."""
+
+    def test_rows_of_an_insert_are_limited_and_end_with_the_transaction(self):
+        table = self.create("returned")
+        self.connection.commit()
+        self.cursor.adbc_statement.set_options(**{"adbc.jdbc.max_rows": "2", "adbc.jdbc.batch_rows": "1"})
+        key = self.quoted("id")
+        insert = f"insert into {table} ({key}) values ({{}}), ({{}}), ({{}}) returning {key}"
+        self.assertEqual(self.cursor.execute(insert.format(1, 2, 3)).fetchall(), [(1,), (2,)])
+        reader = self.cursor.execute(insert.format(4, 5, 6)).fetch_record_batch()
+        self.assertEqual(reader.read_next_batch().num_rows, 1)
+        self.connection.commit()
+        with self.assertRaises((adbc_driver_manager.Error, pyarrow.ArrowException, OSError)):
+            reader.read_all()
+        self.cursor.adbc_statement.set_options(**{"adbc.jdbc.max_rows": "0"})
+        self.assertEqual(len(self.stored(table)), 6)
+
+
 class Processes(unittest.TestCase):
     """What takes a process of its own."""
 
@@ -300,7 +319,8 @@ def main():
         for database in databases(found, values(postgres), values(mariadb), port):
             database.options["adbc.jdbc.jvm_options"] = " ".join(OPENS)
             kind = (Cancelling if database.endless else Transactions) if database.has_transactions else Clients
-            tests.addTest(load(type("On" + database.name, (kind,), {"database": database})))
+            kinds = (Returning, kind) if database.returns_rows else (kind,)
+            tests.addTest(load(type("On" + database.name, kinds, {"database": database})))
         tests.addTest(load(Processes))
         worked = unittest.TextTestRunner(verbosity=2).run(tests).wasSuccessful()
     sys.exit(not worked)

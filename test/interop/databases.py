@@ -86,6 +86,8 @@ class Database:
         # Runs until it is cancelled; None where the driver cannot cancel a query.
         self.endless = differing.get("endless")
         self.has_transactions = differing.get("has_transactions", True)
+        # From an insert.
+        self.returns_rows = differing.get("returns_rows", False)
         self.creates_tables = differing.get("creates_tables", True)
         # The SQLStates of a missing table; None where the driver has none.
         self.missing_table = differing.get("missing_table")
@@ -99,14 +101,14 @@ def databases(found, postgres, mariadb, ignite_port):
                  endless=pairs.format("system_range(1, 100000)")),
         Database("PostgreSQL", "jdbc:postgresql://{HOST}:{PORT}/{DATABASE}".format(**postgres),
                  DEBIAN + "postgresql.jar", postgres["USER"], postgres["PASSWORD"], binary="bytea",
-                 missing_table=("42P01",), endless="select pg_sleep(600)"),
+                 missing_table=("42P01",), endless="select pg_sleep(600)", returns_rows=True),
         Database("MariaDB", "mariadb://{HOST}:{PORT}/{DATABASE}".format(**mariadb),
                  DEBIAN + "mariadb-java-client.jar", mariadb["USER"], mariadb["PASSWORD"], timestamp="datetime(6)",
-                 double="double", missing_table=("42S02",), endless="select sleep(600)"),
-        Database("SQLite", "jdbc:sqlite::memory:", DEBIAN + "sqlite-jdbc.jar", binary="blob",
+                 double="double", missing_table=("42S02",), endless="select sleep(600)", returns_rows=True),
+        Database("SQLite", "jdbc:sqlite::memory:", DEBIAN + "sqlite-jdbc.jar", binary="blob", returns_rows=True,
                  missing_table=("42000",), endless=pairs.format("(with recursive n(x) as (select 1 union all "
                                                              "select x + 1 from n where x < 100000) select x from n)")),
-        Database("DuckDB", "jdbc:duckdb:", found["duckdb_jdbc"], binary="blob",
+        Database("DuckDB", "jdbc:duckdb:", found["duckdb_jdbc"], binary="blob", returns_rows=True,
                  endless=pairs.format("range(100000)")),
         Database("Ignite", f"jdbc:ignite:thin://127.0.0.1:{ignite_port}",
                  found["ignite-core"] + ":" + found["cache-api"], double="double", binary="binary(20)",

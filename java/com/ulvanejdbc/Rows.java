@@ -10,13 +10,22 @@ final class Rows {
   private final String[] labels;
   private final int[] types;
   private final CellKind[] kinds;
+
+  /** How many may still be read; negative for no limit. Some drivers do not keep to the statement's own. */
+  private int left;
+
   private boolean onRow;
   private boolean ended;
   private boolean cutShort;
 
-  /** Reads all there is to know about the columns at once, so that a cell asks the driver for its value alone. */
-  Rows(ResultSet rows, boolean anyTypeInAnyCell) throws SQLException {
+  /**
+   * Reads all there is to know about the columns at once, so that a cell asks the driver for its value alone.
+   *
+   * @param maxRows how many rows to read at most; 0 is no limit
+   */
+  Rows(ResultSet rows, boolean anyTypeInAnyCell, int maxRows) throws SQLException {
     this.rows = rows;
+    left = maxRows == 0 ? -1 : maxRows;
     ResultSetMetaData columns = rows.getMetaData();
     int count = columns.getColumnCount();
     labels = new String[count];
@@ -31,7 +40,8 @@ final class Rows {
 
   /** False once past the last row, however often it is called. */
   boolean next() throws SQLException {
-    onRow = !ended && rows.next();
+    onRow = !ended && left != 0 && rows.next();
+    if (left > 0) --left;
     ended = !onRow;
     return onRow;
   }

@@ -86,15 +86,21 @@ public final class Session {
   }
 
   private void openRows(Statement ready, String sql, int maxRows, Execution execution) throws SQLException {
-    rows = null;
-    rowsStatement = ready;
-    try {
+    openRows(ready, maxRows, () -> {
       boolean onlyReads = QueryText.onlyReads(sql);
       if (onlyReads) transactions.beginRows();
       database.prepare(ready, onlyReads);
       ready.setMaxRows(maxRows);
       cancellation.begin(ready);
-      rows = new Rows(execution.run(), database.anyTypeInAnyCell());
+      return execution.run();
+    });
+  }
+
+  private void openRows(Statement source, int maxRows, Execution execution) throws SQLException {
+    rows = null;
+    rowsStatement = source;
+    try {
+      rows = new Rows(execution.run(), database.anyTypeInAnyCell(), maxRows);
     } catch (Throwable failure) {
       abandonRows(failure);
       throw failure;
@@ -179,6 +185,17 @@ public final class Session {
       cancellation.begin(prepared);
       return prepared.execute() ? -1 : prepared.getUpdateCount();
     }
+  }
+
+  /**
+   * Has the rows of a statement that {@link #update(PreparedStatement)} ran read as those of a query, which the next
+   * statement ends: SQLite keeps a transaction open for them.
+   */
+  public void readRows(PreparedStatement ran, ResultSet result, int maxRows) throws SQLException {
+    openRows(ran, maxRows, () -> {
+      cancellation.begin(ran);
+      return result;
+    });
   }
 
   /** Runs statements of the caller's own: all of them or none. */

@@ -147,7 +147,9 @@ public final class AdbcStatement extends PreparedQuery {
   private BatchReader run() throws SQLException {
     affected = runUpdate(0);
     ResultSet rows = affected == UNKNOWN ? resultSet() : null;
-    return rows == null ? null : BatchReader.ofResult(rows, settings.forReaders());
+    if (rows == null) return null;
+    session().readRows(prepared(), rows, settings.number(StatementOption.MAX_ROWS));
+    return BatchReader.ofSession(session(), settings.forReaders());
   }
 
   /** Many drivers do not tell a statement that was cancelled from one that took too long. */
