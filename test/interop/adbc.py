@@ -174,6 +174,12 @@ class Transactions(Clients):
         with other.cursor() as cursor, self.assertRaises(adbc_driver_manager.Error):
             cursor.execute(f"select * from {self.quoted('passing')}").fetchall()
 
+    def test_a_table_that_was_replaced_is_read_as_it_is_now(self):
+        for step in range(8):
+            expected = rows(3).select(["id", "n" if step % 2 else "name"])
+            self.cursor.adbc_ingest("replaced", expected, mode="replace")
+            self.assertEqual(self.stored(self.quoted("replaced")), self.tuples(expected))
+
     def test_pandas_and_polars_write_tables(self):
         frame = pandas.DataFrame({"id": [1, 2], "name": ["x", None]})
         self.assertEqual(frame.to_sql("from_pandas", self.connection, if_exists="replace", index=False), 2)

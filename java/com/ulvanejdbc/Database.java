@@ -1,6 +1,7 @@
 package com.ulvanejdbc;
 
 import java.sql.Connection;
+import java.sql.PreparedStatement;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
@@ -97,6 +98,12 @@ public enum Database {
     @Override
     int typeOf(ResultSetMetaData columns, int column) throws SQLException {
       return PostgresDriver.typeOf(columns, column);
+    }
+
+    /** It refuses to run a kept plan whose columns have changed. */
+    @Override
+    public void planEachRun(PreparedStatement statement) {
+      PostgresDriver.planEachRun(statement);
     }
   },
 
@@ -304,6 +311,9 @@ public enum Database {
   boolean readsRowsInTransaction(Connection connection) {
     return false;
   }
+
+  /** Keeps no plan of a statement for its next run, before which its tables may be replaced. */
+  public void planEachRun(PreparedStatement statement) {}
 
   /** Whether a parameter without a type is read like a literal in quotes. */
   public boolean readsParametersAsLiterals() {

@@ -107,6 +107,11 @@ final class PostgresDriver {
     return "UTF8".equals(call(connection, "getParameterStatus", String.class, "client_encoding"));
   }
 
+  /** Otherwise the driver has the server keep a plan after a few runs. */
+  static void planEachRun(Statement statement) {
+    call(statement, "setPrepareThreshold", int.class, 0);
+  }
+
   /** Known to the driver from the server's last answer: asking would cost each query a round trip. */
   private static Object transactionState(Connection connection) {
     try {

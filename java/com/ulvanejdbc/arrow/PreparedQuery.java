@@ -339,7 +339,10 @@ public class PreparedQuery extends Fallible {
 
   private void bindRow(int row) throws SQLException {
     if (refusedValues) throw new MisuseException("no parameters are bound: the last ones were refused");
-    if (rows == null) return;
+    if (rows == null) {
+      session().database().planEachRun(statement());
+      return;
+    }
     if (row < 0 || row >= Math.max(rows.count(), 1)) throw new MisuseException("no row " + (row + 1) + " is bound");
     rows.bind(row, statement(), 1);
   }
