@@ -13,6 +13,9 @@ final class BoundRows implements ParameterRows {
   private int row = -1;
   private int column = -1;
 
+  /** The row that the database refused, counted from 0; negative when none is known. */
+  private int refused = -1;
+
   BoundRows(ParameterColumn[] columns, int count) {
     this.columns = columns;
     this.count = count;
@@ -31,12 +34,18 @@ final class BoundRows implements ParameterRows {
   @Override
   public void bind(int boundRow, PreparedStatement statement, int place) throws SQLException {
     row = boundRow;
+    refused = -1;
     for (column = 0; column < columns.length; ++column) columns[column].bind(statement, place + column, row);
     column = -1;
   }
 
-  /** The position of the value that could not be bound; empty if all could. */
+  void setRefused(int row) {
+    refused = row;
+  }
+
+  /** The position of the value that could not be bound, or of the row that was refused; empty if there is none. */
   String place() {
-    return column < 0 ? "" : "row " + (row + 1) + ", parameter " + (column + 1) + ": ";
+    if (column >= 0) return "row " + (row + 1) + ", parameter " + (column + 1) + ": ";
+    return refused < 0 ? "" : "row " + (refused + 1) + ": ";
   }
 }

@@ -221,9 +221,8 @@ public class PreparedQuery extends Fallible {
     try {
       return runOrDiscard(() -> runAll(batch));
     } catch (SQLException refused) {
-      int failed = batch.failedRow(refused);
-      if (failed == BoundBatch.UNKNOWN || !rows.place().isEmpty()) throw refused;
-      throw new SQLException("row " + (failed + 1), refused.getSQLState(), refused.getErrorCode(), refused);
+      rows.setRefused(batch.failedRow(refused));
+      throw refused;
     }
   }
 
