@@ -287,9 +287,11 @@ import datetime, sys
 import jpype
 jpype.startJVM("-Duser.timezone=America/New_York")
 from adbc_driver_manager import dbapi
-for uri, jar in (("jdbc:h2:mem:x", "h2.jar"), ("jdbc:hsqldb:mem:x", "hsqldb.jar"), ("jdbc:derby:memory:x;create=true", "derby.jar")):
+debian = "/usr/share/java/"
+for uri, jar in (("jdbc:h2:mem:x", debian + "h2.jar"), ("jdbc:hsqldb:mem:x", debian + "hsqldb.jar"),
+                 ("jdbc:derby:memory:x;create=true", debian + "derby.jar"), ("jdbc:duckdb:", sys.argv[2])):
     connection = dbapi.connect(driver=sys.argv[1], autocommit=True, db_kwargs={
-        "uri": uri, "adbc.jdbc.driver_path": "/usr/share/java/" + jar})
+        "uri": uri, "adbc.jdbc.driver_path": jar})
     with connection.cursor() as cursor:
         cursor.execute("create table t (d date, t time, m timestamp)")
         gap = datetime.datetime(2024, 3, 10, 2, 30)
@@ -297,8 +299,8 @@ for uri, jar in (("jdbc:h2:mem:x", "h2.jar"), ("jdbc:hsqldb:mem:x", "hsqldb.jar"
         print(cursor.execute("select * from t").fetchone() == (gap.date(), gap.time(), gap))
     connection.close()
 print(jpype.JClass("java.lang.System").getProperty("user.timezone"))
-""")
-        self.assertEqual(output, "True\nTrue\nTrue\nAmerica/New_York\n")
+""", self.found["duckdb_jdbc"])
+        self.assertEqual(output, "True\nTrue\nTrue\nTrue\nAmerica/New_York\n")
 
     def test_the_page_does_what_it_says(self):
         page = (pathlib.Path(__file__).parents[2] / "docs" / "adbc.md").read_text()

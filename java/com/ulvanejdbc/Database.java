@@ -225,6 +225,7 @@ public enum Database {
 
   /** Only reached by a ready URL. */
   DUCKDB(new DatabaseRow("duckdb", null).classes("org.duckdb.").readingTimesAsText()
+      .times(TemporalCell::ofLocalDateTime)
       .types("c", "tinyint", "C", "utinyint", "S", "usmallint", "I", "uinteger", "L", "ubigint", "u", "varchar",
           "ts", "timestamp", "tsn", "timestamp_ns", "tz", "timestamptz", "+", "%s[]")),
 

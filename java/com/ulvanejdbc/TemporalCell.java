@@ -4,6 +4,7 @@ import java.nio.charset.StandardCharsets;
 import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.sql.Types;
+import java.time.LocalDateTime;
 import java.util.Calendar;
 import java.util.Date;
 import java.util.GregorianCalendar;
@@ -76,6 +77,14 @@ final class TemporalCell {
       default:
         return UtcText.ofTimestamp(rows.getTimestamp(column, calendar));
     }
+  }
+
+  /** From java.time: the text of a timestamp by DuckDB's driver depends on the VM's time zone and calendar. */
+  static String ofLocalDateTime(ResultSet rows, int jdbcType, int column) throws SQLException {
+    if (jdbcType != Types.TIMESTAMP) return ofText(rows, jdbcType, column);
+    LocalDateTime value = rows.getObject(column, LocalDateTime.class);
+    if (value == null) return null;
+    return UtcText.ofDayAndTime(value.toLocalDate().toEpochDay(), value.toLocalTime().toNanoOfDay());
   }
 
   private static Calendar gregorianUtc() {
