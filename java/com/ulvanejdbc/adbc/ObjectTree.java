@@ -93,6 +93,17 @@ final class ObjectTree {
     return Pattern.compile(regex.toString(), Pattern.DOTALL).matcher(name).matches();
   }
 
+  /** A pattern of JDBC that fits at least what ADBC's does, whose names are looked at again. */
+  private String jdbc(String pattern, String all) throws SQLException {
+    if (pattern == null || pattern.isEmpty()) return all;
+    String escape = database.getSearchStringEscape();
+    return escape == null || escape.isEmpty() ? pattern : pattern.replace(escape, "%");
+  }
+
+  private static String orNull(String name) {
+    return name.isEmpty() ? null : name;
+  }
+
   private static String orEmpty(String name) {
     return name == null ? "" : name;
   }
@@ -131,9 +142,31 @@ final class ObjectTree {
   }
 
   private void findTables() throws SQLException {
-    try (ResultSet found = database.getTables(null, null, "%", types)) {
+    for (String catalog : catalogs.keySet()) ofCatalog(catalog, () -> findTables(catalog));
+    if (depth == ALL) {
+      for (String catalog : catalogs.keySet()) ofCatalog(catalog, () -> findColumns(catalog));
+    }
+  }
+
+  private interface Search {
+    void run() throws SQLException;
+  }
+
+  /** A catalogue that is not the current one may be closed to the user. */
+  private void ofCatalog(String catalog, Search search) throws SQLException {
+    try {
+      search.run();
+    } catch (SQLException refused) {
+      if (catalog.equals(current)) throw refused;
+    }
+  }
+
+  private void findTables(String wanted) throws SQLException {
+    try (ResultSet found =
+             database.getTables(orNull(wanted), jdbc(schemaPattern, null), jdbc(tablePattern, "%"), types)) {
       while (found.next()) {
         String catalog = found.getString("TABLE_CAT");
+        if (!owner(catalog).equals(wanted)) continue;
         String schema = found.getString("TABLE_SCHEM");
         List<Table> tables = tablesOf(catalog, schema);
         String name = found.getString("TABLE_NAME");
@@ -141,7 +174,6 @@ final class ObjectTree {
         tables.add(new Table(catalog, schema, name, orEmpty(found.getString("TABLE_TYPE")).trim()));
       }
     }
-    if (depth == ALL) findColumns();
   }
 
   private List<Table> tablesOf(String catalog, String schema) {
@@ -153,10 +185,12 @@ final class ObjectTree {
     return orEmpty(catalog) + '\0' + orEmpty(schema) + '\0' + table;
   }
 
-  private void findColumns() throws SQLException {
-    try (ResultSet found = database.getColumns(null, null, "%", "%")) {
+  private void findColumns(String wanted) throws SQLException {
+    try (ResultSet found = database.getColumns(
+             orNull(wanted), jdbc(schemaPattern, null), jdbc(tablePattern, "%"), jdbc(columnPattern, "%"))) {
       while (found.next()) {
         String table = found.getString("TABLE_NAME");
+        if (!owner(found.getString("TABLE_CAT")).equals(wanted)) continue;
         if (tablesOf(found.getString("TABLE_CAT"), found.getString("TABLE_SCHEM")) == null) continue;
         if (!fits(table, tablePattern) || !fits(found.getString("COLUMN_NAME"), columnPattern)) continue;
         String key = key(found.getString("TABLE_CAT"), found.getString("TABLE_SCHEM"), table);
