@@ -29,10 +29,19 @@ public final class DescribedRows implements InvocationHandler {
   /** @return null if the statement has no rows, or the driver cannot say before it runs */
   public static ResultSet of(PreparedStatement statement, Database database) throws SQLException {
     ResultSetMetaData columns = statement.getMetaData();
-    if (columns == null || columns.getColumnCount() == 0) return null;
+    if (columns == null || count(columns) == 0) return null;
     Class<?>[] faces = {ResultSet.class, Known.class};
     return (ResultSet) Proxy.newProxyInstance(
         DescribedRows.class.getClassLoader(), faces, new DescribedRows(statement, columns, database));
+  }
+
+  /** SQLite's driver refuses to count none. */
+  private static int count(ResultSetMetaData columns) {
+    try {
+      return columns.getColumnCount();
+    } catch (SQLException none) {
+      return 0;
+    }
   }
 
   @Override

@@ -71,9 +71,10 @@ final class Ingestion {
   /** Asks the driver: a statement that fails would end the transaction on some databases. */
   private boolean exists() throws SQLException {
     DatabaseMetaData database = session.connection().getMetaData();
-    String inCatalog = catalog != null ? catalog : session.connection().getCatalog();
-    String inSchema = schema != null ? schema : session.connection().getSchema();
-    try (ResultSet found = database.getTables(inCatalog, temporary ? null : inSchema, pattern(table, database), null)) {
+    // Temporary tables may have a catalogue and a schema of their own.
+    String inCatalog = catalog != null || temporary ? catalog : session.connection().getCatalog();
+    String inSchema = schema != null || temporary ? schema : session.connection().getSchema();
+    try (ResultSet found = database.getTables(inCatalog, inSchema, pattern(table, database), null)) {
       while (found.next()) {
         if (table.equals(found.getString("TABLE_NAME")) && temporary == isTemporary(found)) return true;
       }
