@@ -4,7 +4,6 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(KIVO_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/kivo_java_native)
-set(CMAKE_INSTALL_LIBDIR_NAME ${CMAKE_INSTALL_LIBDIR})
 
 install(TARGETS kivo_java_native_lib kivo_system_lib kivo_interface EXPORT kivo_java_native
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})

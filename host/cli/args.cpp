@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "cli/commands.h"
+#include "kivo_version.h"
 #include "session/java_vm.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -181,7 +182,7 @@ std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
 bool parse(int argc, char** argv, Options& options) {
   CLI::App app("Reads from and writes to any JDBC database.", "kivosql");
   options.arguments.resize(2);
-  app.set_version_flag("--version", "kivosql " KIVOSQL_VERSION);
+  app.set_version_flag("--version", "kivosql " KIVO_VERSION);
   app.footer(kExamples);
   app.formatter(std::make_shared<Help>());
   addConnection(app, options);

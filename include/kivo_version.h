@@ -1,0 +1,9 @@
+#pragma once
+
+#include "kivo_export.h"
+
+/// The version of these headers.
+#define KIVO_VERSION "0.1.0"
+
+/// The version of the library that was loaded, which may be another. Valid for good; any thread.
+KIVO_EXPORT const char* kivoVersion() noexcept;

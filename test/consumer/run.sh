@@ -1,0 +1,48 @@
+#!/bin/sh
+# Installs a build into a temporary folder, moves it, and builds a host on it in three ways.
+#
+#   run.sh BUILD COMPILER
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+trap 'exit 130' INT TERM
+jvm=${KIVO_JVM:-$JAVA_HOME/lib/server/libjvm.so}
+
+DESTDIR=$folder/staged cmake --install "$1" --prefix /opt/first >/dev/null
+mv "$folder/staged/opt/first" "$folder/prefix"
+prefix=$folder/prefix
+version=$(sed -n 's/.*KIVO_VERSION "\(.*\)"/\1/p' "$prefix/include/kivo/kivo_version.h")
+
+expect() {
+  about=$1
+  shift
+  found=$("$@" "$jvm" "$prefix/share/java/kivo-jdbc.jar:/usr/share/java/h2.jar")
+  [ "$found" = "$version $version 42" ] || {
+    echo "not ok: $about: $found"
+    exit 1
+  }
+  echo "ok: $about"
+}
+
+cmake -S "$here" -B "$folder/cmake" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$folder/cmake" >/dev/null
+expect "find_package" "$folder/cmake/consumer"
+[ "$(cat "$folder/cmake/jar")" = "$(realpath "$prefix/share/java/kivo-jdbc.jar")" ]
+
+library=$(dirname "$(find "$prefix" -name libkivo_java_native_lib.so)")
+# shellcheck disable=SC2046  # one word an option
+"$2" -std=c++17 "$here/consumer.cpp" $(PKG_CONFIG_PATH=$library/pkgconfig pkg-config --cflags --libs kivo_java_native) \
+  "-Wl,-rpath,$library" -o "$folder/with-pkg-config"
+expect "pkg-config" "$folder/with-pkg-config"
+
+"$2" -std=c++17 "$here/consumer.cpp" "-I$prefix/include/kivo" "-I$JAVA_HOME/include" "-I$JAVA_HOME/include/linux" \
+  "-L$library" -lkivo_java_native_lib -lkivo_system_lib "-Wl,-rpath,$library" -o "$folder/plain"
+expect "a plain line" "$folder/plain"
+
+answer=$("$prefix/bin/kivosql" --jvm "$jvm" query "select 6 * 7 as answer" --format csv | tail -n 1)
+[ "$answer" = 42 ] || {
+  echo "not ok: kivosql: $answer"
+  exit 1
+}
+echo "ok: kivosql"
