@@ -106,10 +106,10 @@ def databases(found, postgres, mariadb, ignite_port):
                  DEBIAN + "mariadb-java-client.jar", mariadb["USER"], mariadb["PASSWORD"], timestamp="datetime(6)",
                  double="double", missing_table=("42S02",), endless="select sleep(600)", returns_rows=True),
         Database("SQLite", "jdbc:sqlite::memory:", DEBIAN + "sqlite-jdbc.jar", binary="blob", returns_rows=True,
-                 missing_table=("42000",), endless=pairs.format("(with recursive n(x) as (select 1 union all "
+                 missing_table=("42S02",), endless=pairs.format("(with recursive n(x) as (select 1 union all "
                                                              "select x + 1 from n where x < 100000) select x from n)")),
         Database("DuckDB", "jdbc:duckdb:", found["duckdb_jdbc"], binary="blob", returns_rows=True,
-                 endless=pairs.format("range(100000)")),
+                 missing_table=("42S02",), endless=pairs.format("range(100000)")),
         Database("Ignite", f"jdbc:ignite:thin://127.0.0.1:{ignite_port}",
                  found["ignite-core"] + ":" + found["cache-api"], double="double", binary="binary(20)",
                  missing_table=("42000",), has_transactions=False, creates_tables=False),

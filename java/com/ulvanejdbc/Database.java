@@ -177,6 +177,7 @@ public enum Database {
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
       .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()
       .types("u", "text", "L", "numeric", "ts", "timestamp", "tz", "timestamp")
+      .states("\\(no such table", "42S02", "\\(table .* already exists\\)", "42S01", "^\\[SQLITE_ERROR\\]", "42000")
       // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
       .statementsAtOnce(1)) {
     /** Its driver takes a DATETIME for a date, and a decimal column for whole numbers if the first value is one. */
@@ -197,8 +198,6 @@ public enum Database {
     @Override
     String stateOf(SQLException failure) {
       switch (failure.getErrorCode() & 0xFF) {
-        case 1:
-          return "42000";
         case 9:
           return "57014";
         case 14:
@@ -206,7 +205,7 @@ public enum Database {
         case 19:
           return "23000";
         default:
-          return failure.getSQLState();
+          return super.stateOf(failure);
       }
     }
 
@@ -227,9 +226,19 @@ public enum Database {
   DUCKDB(new DatabaseRow("duckdb", null).classes("org.duckdb.").readingTimesAsText()
       .times(TemporalCell::ofLocalDateTime)
       .types("c", "tinyint", "C", "utinyint", "S", "usmallint", "I", "uinteger", "L", "ubigint", "u", "varchar",
-          "ts", "timestamp", "tsn", "timestamp_ns", "tz", "timestamptz", "+", "%s[]")),
+          "ts", "timestamp", "tsn", "timestamp_ns", "tz", "timestamptz", "+", "%s[]")
+      .states("^Constraint Error", "23000", "^(Conversion|Out of Range|Invalid Input) Error", "22000",
+          "^Catalog Error: .* does not exist", "42S02", "^Catalog Error: .* already exists", "42S01",
+          "^(Parser|Catalog|Binder) Error", "42000", "^INTERRUPT Error", "57014", "^TransactionContext Error", "25000",
+          "^Not implemented Error", "0A000", "^IO Error", "58030")),
 
-  OTHER(new DatabaseRow("", null));
+  OTHER(new DatabaseRow("", null)) {
+    /** DuckDB's driver throws the JDK's own exceptions, which do not show the driver. */
+    @Override
+    String stateOf(SQLException failure) {
+      return DUCKDB.stateOf(failure);
+    }
+  };
   // clang-format on
 
   /** MySQL's and MariaDB's "Some non-transactional changed tables couldn't be rolled back". */
@@ -266,7 +275,8 @@ public enum Database {
   }
 
   String stateOf(SQLException failure) {
-    return failure.getSQLState();
+    String state = failure.getSQLState();
+    return state != null ? state : row.stateOf(failure.getMessage());
   }
 
   /** The type of a new table's column. @param formats of Arrow, in pre-order; takes what belongs to one column */

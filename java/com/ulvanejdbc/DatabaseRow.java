@@ -5,6 +5,9 @@ import java.sql.SQLException;
 import java.util.Arrays;
 import java.util.Collection;
 import java.util.Collections;
+import java.util.LinkedHashMap;
+import java.util.Map;
+import java.util.regex.Pattern;
 
 /** The columns of the table {@link Database}. Columns that usually keep their default are set by name. */
 final class DatabaseRow {
@@ -75,6 +78,9 @@ final class DatabaseRow {
 
   /** How a temporary table is made, with its name and its columns as %s; null where there are none of this kind. */
   String temporaryTable = "create temporary table %s (%s)";
+
+  /** SQLStates by what a failure's message has in it, for drivers that do not give them. */
+  private final Map<Pattern, String> states = new LinkedHashMap<>();
 
   /** As many as PostgreSQL's driver sends without an answer. */
   int statementsAtOnce = 256;
@@ -225,6 +231,22 @@ final class DatabaseRow {
   DatabaseRow temporaryTable(String sql) {
     temporaryTable = sql;
     return this;
+  }
+
+  /** Patterns of messages and SQLStates, in turn; the first that is found holds. */
+  DatabaseRow states(String... byMessage) {
+    for (int index = 0; index < byMessage.length; index += 2) {
+      states.put(Pattern.compile(byMessage[index]), byMessage[index + 1]);
+    }
+    return this;
+  }
+
+  /** Null if no pattern is found. */
+  String stateOf(String message) {
+    for (Map.Entry<Pattern, String> state : states.entrySet()) {
+      if (message != null && state.getKey().matcher(message).find()) return state.getValue();
+    }
+    return null;
   }
 
   DatabaseRow statementsAtOnce(int statements) {

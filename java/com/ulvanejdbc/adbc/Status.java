@@ -42,7 +42,7 @@ final class Status {
     put(INVALID_STATE, "24", "25", "26", "2D", "3B");
     put(UNAUTHENTICATED, "28", "08004");
     put(UNAUTHORIZED, "42501", "42502", "42506");
-    put(IO, "08", "57P01", "57P02", "57P03");
+    put(IO, "08", "58", "57P01", "57P02", "57P03");
     put(CANCELLED, "57014", "70100");
     put(TIMEOUT, "HYT00", "HYT01");
     put(NOT_IMPLEMENTED, "0A");
