@@ -512,6 +512,10 @@ TEST(AdbcDatabase, SaysWhatItCannotFind) {
   const AdbcClient noClass(
       Options{{"uri", "h2:mem:x"}, {"adbc.jdbc.driver_path", KIVO_H2}, {"adbc.jdbc.driver_class", "no.such.Driver"}});
   EXPECT_NE(noClass.opened.text.find("no.such.Driver"), std::string::npos) << noClass.opened;
+  const AdbcClient unreadable(
+      Options{{"uri", "derby:memory:x;nonsense;password=secret"}, {"adbc.jdbc.driver_path", KIVO_DERBY}});
+  EXPECT_EQ(unreadable.opened.status, ADBC_STATUS_INVALID_ARGUMENT);
+  EXPECT_EQ(unreadable.opened.text.find("secret"), std::string::npos) << unreadable.opened;
   const AdbcClient named(Options{{"uri", "h2:mem:x"},
                                  {"adbc.jdbc.driver_path", KIVO_H2},
                                  {"adbc.jdbc.driver_class", "org.h2.Driver"},

@@ -1,11 +1,14 @@
 package com.ulvanejdbc.adbc;
 
 import com.ulvanejdbc.Drivers;
+import com.ulvanejdbc.ErrorText;
 import com.ulvanejdbc.arrow.Fallible;
 import java.io.File;
 import java.net.MalformedURLException;
 import java.net.URL;
 import java.net.URLClassLoader;
+import java.sql.Connection;
+import java.sql.SQLException;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.HashMap;
@@ -85,10 +88,19 @@ public final class AdbcDatabase extends Fallible {
     attempt(() -> {
       String url = options.get("uri");
       if (!url.startsWith(JDBC)) url = JDBC + url;
-      Drivers found = new Drivers(drivers, options.get("adbc.jdbc.driver_class"));
-      made[0] = new AdbcConnection(found.connect(url, properties()), url);
+      made[0] = new AdbcConnection(connect(url), url);
     });
     return made[0];
+  }
+
+  /** Some drivers repeat a URL that they cannot read, with the password in it. */
+  private Connection connect(String url) throws SQLException {
+    try {
+      return new Drivers(drivers, options.get("adbc.jdbc.driver_class")).connect(url, properties());
+    } catch (SQLException refused) {
+      if (!ErrorText.of(refused).contains(url)) throw refused;
+      throw new AdbcException(Status.INVALID_ARGUMENT, "the driver cannot read the URL");
+    }
   }
 
   private Properties properties() {
