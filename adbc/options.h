@@ -23,6 +23,8 @@ struct Options {
     return guarded(error, [&] {
       if (size > 0) given(value, "the option's value");
       const std::string text(reinterpret_cast<const char*>(value), size);
+      if (text.find('\0') != std::string::npos)
+        throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "an option's value has a NUL");
       at(handle).setOption(given(name, "the option's name"), text.c_str());
     });
   }

@@ -138,9 +138,13 @@ std::int64_t Statement::executeOnce(Bound& rows, ArrowArrayStream* out) {
   const Turn turn(session());
   BoundBatch row;
   std::optional<PlainBatch> plain;
-  if (rows && rows.next(row)) bindBatch(turn.env, rows, plain.emplace(rows.schema(), *row));
+  if (rows && rows.next(row)) {
+    bindBatch(turn.env, rows, plain.emplace(rows.schema(), *row));
+  } else {
+    // Those of a run that could not begin are gone.
+    java_.run(turn.env, kUnbind);
+  }
   const LocalRef<jobject> reader = java_.ask(turn.env, kExecute);
-  java_.run(turn.env, kUnbind);
   if (!reader) {
     if (out != nullptr) makeEmptyStream(*out);
     return java_.number(turn.env, kAffected);

@@ -177,8 +177,10 @@ TEST_F(AdbcOnH2, TakesAndGivesOptionsOfEachType) {
   EXPECT_EQ(
       call(adbc(), adbc().ConnectionGetOptionInt, &client.connection, "adbc.connection.autocommit", &integer).status,
       ADBC_STATUS_INVALID_ARGUMENT);
-  const std::uint8_t bytes[] = {'1', '2'};
+  const std::uint8_t bytes[] = {'1', '2', '\0'};
   EXPECT_TRUE(call(adbc(), adbc().StatementSetOptionBytes, &query.statement, rows, bytes, std::size_t{2}));
+  EXPECT_EQ(call(adbc(), adbc().StatementSetOptionBytes, &query.statement, rows, bytes, std::size_t{3}).status,
+            ADBC_STATUS_INVALID_ARGUMENT);
   EXPECT_TRUE(call(adbc(), adbc().StatementGetOptionInt, &query.statement, rows, &integer));
   EXPECT_EQ(integer, 12);
 }
@@ -292,6 +294,17 @@ TEST_F(AdbcOnH2, RefusesRowsThatCannotBeBound) {
   EXPECT_TRUE(query.bind(schema, batch));
   EXPECT_FALSE(query.execute()) << "two columns for one parameter";
 
+  run("create table one (a int primary key)");
+  run("insert into one values (0)");
+  AdbcQuery failing(client, "insert into one values (?)");
+  Held<ArrowSchema> storedSchema;
+  Held<ArrowArray> stored;
+  readBatch(client, "select 0", storedSchema, stored);
+  EXPECT_TRUE(failing.bind(storedSchema, stored));
+  Held<ArrowArrayStream> none;
+  EXPECT_EQ(failing.execute(&none).status, ADBC_STATUS_INTEGRITY);
+  EXPECT_EQ(failing.execute(&none).status, ADBC_STATUS_INVALID_STATE) << "its rows are gone";
+
   Held<ArrowSchema> outer;
   Held<ArrowArray> rows;
   readBatch(client, "select 1", outer, rows);
@@ -359,6 +372,22 @@ TEST_F(AdbcOnH2, IngestsRowsInFourModes) {
   }
 }
 
+TEST_F(AdbcOnH2, IngestsIntoTemporaryTables) {
+  for (const char* mode : {"create", "append", "replace", "create_append"}) {
+    Held<ArrowSchema> schema;
+    Held<ArrowArray> batch;
+    readBatch(client, "select 1", schema, batch);
+    AdbcQuery ingest(client);
+    EXPECT_TRUE(ingest.set("adbc.ingest.target_table", "SHORT"));
+    EXPECT_TRUE(ingest.set("adbc.ingest.temporary", "true"));
+    EXPECT_TRUE(ingest.set("adbc.ingest.mode", (std::string("adbc.ingest.mode.") + mode).c_str()));
+    EXPECT_TRUE(ingest.bind(schema, batch));
+    const Outcome outcome = ingest.execute();
+    EXPECT_TRUE(outcome) << mode << ": " << outcome;
+  }
+  EXPECT_EQ(rowsOf(client, "select count(*) from short"), "<2>");
+}
+
 TEST_F(AdbcOnH2, IngestsAllRowsOrNone) {
   run("create table whole (\"A\" bigint)");
   AdbcClient source(h2("source"));
@@ -385,6 +414,9 @@ TEST_F(AdbcOnH2, CommitsAndRollsBack) {
   EXPECT_EQ(rowsOf(other, "select a from t"), "");
   EXPECT_TRUE(call(adbc(), adbc().ConnectionCommit, &client.connection));
   EXPECT_EQ(rowsOf(other, "select a from t"), "<2>");
+  run("create table kept_by_itself (a int)");
+  const Outcome undone = call(adbc(), adbc().ConnectionRollback, &client.connection);
+  EXPECT_TRUE(undone) << undone;
   run("insert into t values (3)");
   EXPECT_TRUE(client.set("adbc.connection.autocommit", "true"));
   EXPECT_EQ(rowsOf(other, "select a from t"), "<2><3>");

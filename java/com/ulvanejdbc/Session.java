@@ -213,6 +213,12 @@ public final class Session {
     }
   }
 
+  /** Asks the database something that may fail. The rows being read stay where they are, and so does a transaction. */
+  public void ask(Work question) throws SQLException {
+    connection();
+    transactions.ask(question);
+  }
+
   /** Closes a prepared statement, and the rows being read if they are its own. */
   @SuppressWarnings("try") // the statement is there to be closed
   public void close(PreparedStatement prepared) throws SQLException {

@@ -4,6 +4,7 @@ import com.ulvanejdbc.Session.Work;
 import java.sql.Connection;
 import java.sql.SQLException;
 import java.sql.SQLFeatureNotSupportedException;
+import java.sql.SQLWarning;
 import java.sql.Savepoint;
 import java.sql.Statement;
 
@@ -87,7 +88,7 @@ final class Transactions {
     endCallers();
   }
 
-  /** Ends the caller's transaction. It is a failure that some of it stays. */
+  /** Ends the caller's transaction. It is a failure that some of it stays, an {@link SQLWarning}. */
   @SuppressWarnings("try") // the ending is there to be closed
   void rollBackCallers() throws SQLException {
     requireBeginning();
@@ -95,8 +96,8 @@ final class Transactions {
       lasted = lasted || beginning == null || succeeds(() -> connection.rollback(beginning));
       if (!lasted && database.undoesWhatItEnds()) return;
       connection.rollback();
-      if (!lasted) throw new SQLException(ENDED_EARLY);
-      if (database.keptChanges(connection)) throw new SQLException(KEPT);
+      if (!lasted) throw new SQLWarning(ENDED_EARLY);
+      if (database.keptChanges(connection)) throw new SQLWarning(KEPT);
     }
   }
 
@@ -148,6 +149,18 @@ final class Transactions {
       throw failure;
     }
     endBatch(true);
+  }
+
+  /** Asks the database. On some a statement that fails would end the open transaction. */
+  void ask(Work question) throws SQLException {
+    Savepoint before = connection.getAutoCommit() ? null : savepoint();
+    try {
+      question.run(connection);
+    } catch (Throwable failure) {
+      if (before != null) undo(failure, () -> connection.rollback(before));
+      throw failure;
+    }
+    if (before != null) succeeds(() -> connection.releaseSavepoint(before));
   }
 
   /** Whether what failed last was undone. */

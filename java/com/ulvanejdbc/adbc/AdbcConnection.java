@@ -7,6 +7,7 @@ import com.ulvanejdbc.arrow.TypedConnection;
 import java.sql.Connection;
 import java.sql.ResultSet;
 import java.sql.SQLException;
+import java.sql.SQLWarning;
 import java.sql.Statement;
 import java.util.ArrayList;
 import java.util.List;
@@ -29,6 +30,9 @@ public final class AdbcConnection extends TypedConnection {
   /** The transaction of a run is open. */
   private boolean runs;
 
+  /** No statement has run yet in the transaction that is open. */
+  private boolean untouched;
+
   /** What failed was cancelled, and did not run out of its time. */
   private volatile boolean cancelled;
 
@@ -43,9 +47,9 @@ public final class AdbcConnection extends TypedConnection {
       case AUTO_COMMIT:
         return attempt(() -> requireTruth(name, value)) && setAutoCommit(isTrue(value));
       case READ_ONLY:
-        return attempt(() -> requireTruth(name, value)) && setReadOnly(isTrue(value));
+        return attempt(() -> requireTruth(name, value)) && change(() -> connection().setReadOnly(isTrue(value)));
       case ISOLATION:
-        return attempt(() -> connection().setTransactionIsolation(Isolation.levelOf(value, usualIsolation)));
+        return change(() -> connection().setTransactionIsolation(Isolation.levelOf(value, usualIsolation)));
       case CATALOG:
         return setCatalog(value);
       case SCHEMA:
@@ -54,6 +58,43 @@ public final class AdbcConnection extends TypedConnection {
         return attempt(
             () -> { throw new AdbcException(Status.NOT_IMPLEMENTED, "no option of a connection: " + name); });
     }
+  }
+
+  /** Changes what many databases let change between two transactions only. */
+  private boolean change(Step step) {
+    return attempt(() -> {
+      if (autoCommit() || !untouched) {
+        step.run();
+        return;
+      }
+      session().rollbackTransaction();
+      try {
+        step.run();
+      } finally {
+        session().beginTransaction();
+      }
+    });
+  }
+
+  @Override
+  public boolean setAutoCommit(boolean on) {
+    boolean begins = autoCommit() && !on;
+    boolean worked = super.setAutoCommit(on);
+    if (begins) untouched = worked;
+    return worked;
+  }
+
+  @Override
+  public boolean commit() {
+    untouched = super.commit();
+    return untouched;
+  }
+
+  /** What a statement has committed implicitly stays, and that is no failure. */
+  @Override
+  public boolean rollback() {
+    untouched = super.rollback() || thrown() instanceof SQLWarning;
+    return untouched;
   }
 
   private static boolean isTrue(String value) {
@@ -128,7 +169,8 @@ public final class AdbcConnection extends TypedConnection {
     return cancelled;
   }
 
-  void forgetCancel() {
+  void beginStatement() {
+    untouched = false;
     cancelled = false;
   }
 
@@ -179,8 +221,8 @@ public final class AdbcConnection extends TypedConnection {
   /** A result with a table's columns and without rows; null after a failure. */
   public BatchReader tableSchema(String catalog, String schema, String table) {
     BatchReader[] reader = {null};
-    attempt(() -> {
-      Statement statement = connection().createStatement();
+    attempt(() -> session().ask(onConnection -> {
+      Statement statement = onConnection.createStatement();
       try {
         String name = qualified(catalog, schema, table);
         ResultSet rows = statement.executeQuery("select * from " + name + " where 1 = 0");
@@ -190,7 +232,7 @@ public final class AdbcConnection extends TypedConnection {
         statement.close();
         throw missingOr(refused, table);
       }
-    });
+    }));
     return reader[0];
   }
 

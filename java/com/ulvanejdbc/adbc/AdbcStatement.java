@@ -126,12 +126,14 @@ public final class AdbcStatement extends PreparedQuery {
         throw inTime(failure);
       }
     });
+    // Their memory goes with the call.
+    unbind();
     return reader[0];
   }
 
   private void begin() throws SQLException {
     affected = UNKNOWN;
-    connection.forgetCancel();
+    connection.beginStatement();
     connection.endRun(false);
     setLimits(settings.number(StatementOption.TIMEOUT), settings.number(StatementOption.MAX_ROWS));
   }

@@ -10,6 +10,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Iterator;
 import java.util.List;
+import java.util.Objects;
 
 /** The table that rows are stored in as a whole. */
 final class Ingestion {
@@ -71,15 +72,35 @@ final class Ingestion {
   /** Asks the driver: a statement that fails would end the transaction on some databases. */
   private boolean exists() throws SQLException {
     DatabaseMetaData database = session.connection().getMetaData();
+    boolean other = false;
     // Temporary tables may have a catalogue and a schema of their own.
     String inCatalog = catalog != null || temporary ? catalog : session.connection().getCatalog();
     String inSchema = schema != null || temporary ? schema : session.connection().getSchema();
     try (ResultSet found = database.getTables(inCatalog, inSchema, pattern(table, database), null)) {
       while (found.next()) {
-        if (table.equals(found.getString("TABLE_NAME")) && temporary == isTemporary(found)) return true;
+        if (!table.equals(found.getString("TABLE_NAME"))) continue;
+        if (temporary == isTemporary(found)) return true;
+        other = other || isHere(found);
       }
     }
-    return false;
+    // Not every driver lists temporary tables.
+    return temporary && !other && answers();
+  }
+
+  /** Whether a table that was found is the one that its name alone means. */
+  private boolean isHere(ResultSet found) throws SQLException {
+    return Objects.equals(found.getString("TABLE_CAT"), session.connection().getCatalog())
+        && Objects.equals(found.getString("TABLE_SCHEM"), session.connection().getSchema());
+  }
+
+  private boolean answers() throws SQLException {
+    String query = "select 1 from " + name() + " where 1 = 0";
+    try {
+      session.ask(onConnection -> run(query));
+      return true;
+    } catch (SQLException missing) {
+      return false;
+    }
   }
 
   private static boolean isTemporary(ResultSet found) throws SQLException {

@@ -46,8 +46,8 @@ public class PreparedQuery extends Fallible {
   /** Where bound rows go instead of a statement's parameters; or null. */
   private RowInsert insert;
 
-  /** The statement still has the values of its last run, which are not to be taken for those that were refused. */
-  private boolean refusedValues;
+  /** The statement still has the values of an earlier run, which are not to be taken for the next one's. */
+  private boolean staleValues;
 
   protected PreparedQuery(Session session) {
     this.session = session;
@@ -121,7 +121,7 @@ public class PreparedQuery extends Fallible {
   public boolean bind(String formats, ByteBuffer[] buffers, long[] numbers) {
     return attempt(() -> {
       rows = null;
-      refusedValues = true;
+      staleValues = true;
       List<ParameterField> fields = fields(formats.isEmpty() ? new String[0] : formats.split("\n"), buffers, numbers);
       int wanted = insert == null ? ParameterType.count(statement()) : insert.columns().length;
       if (wanted >= 0 && wanted != fields.size()) {
@@ -130,14 +130,14 @@ public class PreparedQuery extends Fallible {
       ParameterColumn[] columns = new ParameterColumn[fields.size()];
       for (int index = 0; index < columns.length; ++index) columns[index] = column(fields.get(index), index);
       rows = new BoundRows(columns, fields.isEmpty() ? 0 : fields.get(0).length());
-      refusedValues = false;
+      staleValues = false;
     });
   }
 
-  /** Lets go of the bound rows and of their memory. */
+  /** Lets go of the bound rows and of their memory. A statement with parameters then needs others to run. */
   public boolean unbind() {
+    staleValues = staleValues || (rows != null && rows.width() > 0);
     rows = null;
-    refusedValues = false;
     return true;
   }
 
@@ -337,7 +337,7 @@ public class PreparedQuery extends Fallible {
   }
 
   private void bindRow(int row) throws SQLException {
-    if (refusedValues) throw new MisuseException("no parameters are bound: the last ones were refused");
+    if (staleValues) throw new MisuseException("no parameters are bound: the last ones were refused or used up");
     if (rows == null) {
       session().database().planEachRun(statement());
       return;
@@ -350,7 +350,7 @@ public class PreparedQuery extends Fallible {
     PreparedStatement last = statement;
     statement = null;
     rows = null;
-    refusedValues = false;
+    staleValues = false;
     sql = null;
     insert = null;
     if (last != null) session().close(last);
