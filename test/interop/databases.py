@@ -24,19 +24,19 @@ OPENED = """java.base/java.io java.base/java.lang java.base/java.lang.invoke jav
 OPENS = [f"--add-opens={package}=ALL-UNNAMED" for package in OPENED]
 
 
-def jars():
+def jars(table=HERE / "jars.txt"):
     """The downloaded jars by name; those that are missing are downloaded."""
     found = {}
-    for line in (HERE / "jars.txt").read_text().splitlines():
+    for line in table.read_text().splitlines():
         if line.startswith("#"):
             continue
-        place, digest = line.split()
+        place, digest, *name = line.split()
         path = CACHE / place.rsplit("/", 1)[1]
         if not path.exists():
             download(MAVEN + place, path)
         if hashlib.sha256(path.read_bytes()).hexdigest() != digest:
             raise RuntimeError(f"{path} is not the jar that jars.txt names")
-        found[path.name.rsplit("-", 1)[0]] = str(path)
+        found[name[0] if name else path.name.rsplit("-", 1)[0]] = str(path)
     return found
 
 
