@@ -42,18 +42,18 @@ void Connection::setOption(const char* name, const char* value) {
 std::string Connection::option(const char* name) {
   if (!session_) {
     const auto found = options_.find(name);
-    if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+    if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string(name) + " is not set");
     return found->second;
   }
   const Turn turn(*session_);
   const LocalRef<jstring> key = javaText(turn.env, name);
   const LocalRef<jobject> value = session_->connection.ask(turn.env, kGetOption, key.get());
-  if (!value) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+  if (!value) throw Fault(ADBC_STATUS_NOT_FOUND, std::string(name) + " is not set");
   return textOf(turn.env, value.get());
 }
 
 void Connection::init(Database& database) {
-  if (session_) throw Fault(ADBC_STATUS_INVALID_STATE, "the connection is in use already");
+  if (session_) throw Fault(ADBC_STATUS_INVALID_STATE, "the connection is already initialized");
   JNIEnv* env = environment();
   const PendingAside aside(env);
   const LocalRef<jobject> connected = database.connect(env);

@@ -43,8 +43,9 @@ int heapOf(const std::string& text) {
 }  // namespace
 
 void Database::setOption(const char* name, const char* value) {
-  if (!isKnown(name)) throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, std::string("no option of a database: ") + name);
-  if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, std::string("too late, the database is in use: ") + name);
+  if (!isKnown(name)) throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, std::string("unknown database option: ") + name);
+  if (java_)
+    throw Fault(ADBC_STATUS_INVALID_STATE, std::string(name) + " must be set before the database is initialized");
   options_.erase(name);
   if (value != nullptr) options_.emplace(name, value);
 }
@@ -52,17 +53,17 @@ void Database::setOption(const char* name, const char* value) {
 std::string Database::option(const char* name) {
   // A password that is set stays here.
   const auto found = name == std::string(kPassword) ? options_.end() : options_.find(name);
-  if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+  if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string(name) + " is not set");
   return found->second;
 }
 
 void Database::init() {
-  if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is in use already");
+  if (java_) throw Fault(ADBC_STATUS_INVALID_STATE, "the database is already initialized");
   const auto text = [&](const char* name) {
     const auto found = options_.find(name);
     return found == options_.end() ? std::string() : found->second;
   };
-  if (text(kUri).empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the option uri must be set: a JDBC URL");
+  if (text(kUri).empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the option uri must be set to a JDBC URL");
   needVm({text(kJvm), heapOf(text(kHeap)), text(kJvmOptions)});
   JNIEnv* env = environment();
   const PendingAside aside(env);

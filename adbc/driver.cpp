@@ -100,7 +100,7 @@ AdbcStatusCode AdbcDriverInit(int version, void* driver, AdbcError* error) {
   using namespace kivo::adbc;
   return guarded(error, [&] {
     if (version != ADBC_VERSION_1_0_0 && version != ADBC_VERSION_1_1_0) {
-      throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, "this driver has versions 1.0.0 and 1.1.0 of ADBC");
+      throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, "this driver implements ADBC 1.0.0 and 1.1.0");
     }
     auto& functions = *static_cast<AdbcDriver*>(given(driver, "the driver"));
     fillIn(functions);

@@ -46,7 +46,7 @@ ObjectFor<Handle>& at(Handle* handle) {
   const std::string kind = ObjectFor<Handle>::kKind;
   if (handle == nullptr) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the " + kind + " is a null pointer");
   if (handle->private_data == nullptr) {
-    throw Fault(ADBC_STATUS_INVALID_STATE, "the " + kind + " is not made yet, or was released");
+    throw Fault(ADBC_STATUS_INVALID_STATE, "the " + kind + " has not been created, or was released");
   }
   return *static_cast<ObjectFor<Handle>*>(handle->private_data);
 }
@@ -57,7 +57,7 @@ void makeObject(Handle* handle) {
   const std::string kind = ObjectFor<Handle>::kKind;
   if (handle == nullptr) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "the " + kind + " is a null pointer");
   if (handle->private_data != nullptr) {
-    throw Fault(ADBC_STATUS_INVALID_STATE, "the " + kind + " is in use already");
+    throw Fault(ADBC_STATUS_INVALID_STATE, "the " + kind + " was already created");
   }
   handle->private_data = new ObjectFor<Handle>();
 }

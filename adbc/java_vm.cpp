@@ -91,9 +91,9 @@ JavaVM* startVm(void* library, const VmChoice& choice) {
 std::string pathToStart(const VmChoice& choice) {
   const Jvm found = findJvm(choice.jvm);
   if (found.library.empty()) {
-    throw Fault(ADBC_STATUS_INVALID_STATE,
-                choice.jvm.empty() ? "no Java VM found: install one, or name it by adbc.jdbc.jvm or JAVA_HOME"
-                                   : "there is no Java VM at " + choice.jvm);
+    throw Fault(ADBC_STATUS_INVALID_STATE, choice.jvm.empty()
+                                               ? "no Java VM found: install one, or set adbc.jdbc.jvm or JAVA_HOME"
+                                               : "there is no Java VM at " + choice.jvm);
   }
   const std::string fault = choice.heapMb > 0 ? heapFault(choice.heapMb) : "";
   if (!fault.empty()) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "adbc.jdbc.heap_mb: " + fault);
@@ -119,7 +119,7 @@ void needVm(const VmChoice& choice) {
 
 JNIEnv* environment() {
   if (forked) {
-    throw Fault(ADBC_STATUS_INVALID_STATE, "this process was forked off one with a Java VM, which does not work here");
+    throw Fault(ADBC_STATUS_INVALID_STATE, kForked);
   }
   JNIEnv* env = threadEnvironment();
   if (env == nullptr) throw Fault(ADBC_STATUS_INTERNAL, "could not attach the thread to the Java VM");

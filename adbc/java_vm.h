@@ -20,8 +20,9 @@ void needVm(const VmChoice& choice);
 /// process that was forked off one with a VM, where every call would hang.
 JNIEnv* environment();
 
-/// Whether this process was forked off one with a VM.
+/// Whether this process was forked off one with a VM, and what to say then.
 bool isForked();
+constexpr const char* kForked = "a Java VM does not survive fork(): this process cannot use the driver";
 
 /// The classes that native code names. The companion jar, beside this library, has a class loader of its own, so that
 /// the class path of the VM does not matter.

@@ -71,7 +71,7 @@ struct Options {
       char* end = nullptr;
       const Number number = read(text.c_str(), &end);
       if (text.empty() || *end != '\0') {
-        throw Fault(ADBC_STATUS_INVALID_ARGUMENT, std::string("not a number: the value of ") + name);
+        throw Fault(ADBC_STATUS_INVALID_ARGUMENT, std::string(name) + " is not a number");
       }
       *given(value, "the place for the value") = number;
     });

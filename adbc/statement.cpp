@@ -80,7 +80,7 @@ std::string Statement::option(const char* name) {
   const Turn turn(session());
   const LocalRef<jstring> key = javaText(turn.env, name);
   const LocalRef<jobject> value = java_.ask(turn.env, kGetOption, key.get());
-  if (!value) throw Fault(ADBC_STATUS_NOT_FOUND, std::string("not set: ") + name);
+  if (!value) throw Fault(ADBC_STATUS_NOT_FOUND, std::string(name) + " is not set");
   return textOf(turn.env, value.get());
 }
 
@@ -123,10 +123,10 @@ void Statement::executeSchema(ArrowSchema& out) {
 std::int64_t Statement::execute(ArrowArrayStream* out) {
   session();
   Bound rows = std::move(rows_);
-  if (ingests_ && !rows) throw Fault(ADBC_STATUS_INVALID_STATE, "there are no rows to ingest: none are bound");
+  if (ingests_ && !rows) throw Fault(ADBC_STATUS_INVALID_STATE, "no rows are bound to ingest");
   if (!rows || (out != nullptr && !ingests_ && rows.isOneRow())) return executeOnce(rows, out);
   if (out != nullptr && !ingests_ && returnsRows()) {
-    throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, "a statement that returns rows takes one row of parameters at a time");
+    throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, "a statement that returns rows takes one row of parameters");
   }
   const std::int64_t changed = runOverRows(rows);
   if (out != nullptr) makeEmptyStream(*out);

@@ -16,7 +16,6 @@ namespace kivo::adbc {
 namespace {
 
 constexpr const char* kOutOfMemory = "out of memory";
-constexpr const char* kForked = "this process was forked off one with a Java VM, which does not work here";
 
 void openReader(JNIEnv* env, jobject reader, ArrowArrayStream& out) {
   ReaderMethods methods;

@@ -74,7 +74,7 @@ TEST(AdbcDriverInit, FillsInWhatTheVersionHas) {
 
   AdbcError error{};
   EXPECT_EQ(AdbcDriverInit(1002000, &all, &error), ADBC_STATUS_NOT_IMPLEMENTED);
-  EXPECT_STREQ(error.message, "this driver has versions 1.0.0 and 1.1.0 of ADBC");
+  EXPECT_STREQ(error.message, "this driver implements ADBC 1.0.0 and 1.1.0");
   error.release(&error);
   EXPECT_EQ(AdbcDriverInit(ADBC_VERSION_1_1_0, nullptr, nullptr), ADBC_STATUS_INVALID_ARGUMENT);
 }

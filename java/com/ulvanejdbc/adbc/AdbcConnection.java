@@ -56,7 +56,7 @@ public final class AdbcConnection extends TypedConnection {
         return setSchema(value);
       default:
         return attempt(
-            () -> { throw new AdbcException(Status.NOT_IMPLEMENTED, "no option of a connection: " + name); });
+            () -> { throw new AdbcException(Status.NOT_IMPLEMENTED, "unknown connection option: " + name); });
     }
   }
 
@@ -126,7 +126,7 @@ public final class AdbcConnection extends TypedConnection {
       case SCHEMA:
         return connection().getSchema();
       default:
-        throw new AdbcException(Status.NOT_FOUND, "no option of a connection: " + name);
+        throw new AdbcException(Status.NOT_FOUND, "unknown connection option: " + name);
     }
   }
 
@@ -241,7 +241,7 @@ public final class AdbcConnection extends TypedConnection {
     int status = Status.of(refused);
     if (status != Status.INVALID_ARGUMENT && status != Status.NOT_FOUND && status != Status.UNAUTHORIZED)
       return refused;
-    return new AdbcException(Status.NOT_FOUND, "no table " + table, refused);
+    return new AdbcException(Status.NOT_FOUND, "table " + table + " does not exist", refused);
   }
 
   /** A table's name as it stands in SQL. Its catalogue and schema may be null. */

@@ -84,7 +84,7 @@ public final class AdbcStatement extends PreparedQuery {
     String[] value = {null};
     attempt(() -> {
       if (!StatementOption.isKnown(name))
-        throw new AdbcException(Status.NOT_FOUND, "no option of a statement: " + name);
+        throw new AdbcException(Status.NOT_FOUND, "unknown statement option: " + name);
       value[0] = settings.text(name);
     });
     return value[0];
@@ -102,7 +102,7 @@ public final class AdbcStatement extends PreparedQuery {
   }
 
   private void requireSql() throws AdbcException {
-    if (sql() == null) throw new AdbcException(Status.INVALID_STATE, "the statement has no text");
+    if (sql() == null) throw new AdbcException(Status.INVALID_STATE, "no SQL is set");
   }
 
   /** How many rows the last execution changed; -1 if that is not known, and after a query. */
@@ -162,7 +162,7 @@ public final class AdbcStatement extends PreparedQuery {
       return new AdbcException(Status.CANCELLED, "the statement was cancelled", failure);
     }
     if (!cancelled && status == Status.CANCELLED && settings.number(StatementOption.TIMEOUT) > 0) {
-      return new AdbcException(Status.TIMEOUT, "the statement took too long", failure);
+      return new AdbcException(Status.TIMEOUT, "the statement timed out", failure);
     }
     return failure;
   }

@@ -35,7 +35,7 @@ final class Ingestion {
     temporary = settings.isTrue(AdbcStatement.TEMPORARY);
     mode = Mode.valueOf(settings.text(AdbcStatement.MODE).substring(MODE.length()).toUpperCase(java.util.Locale.ROOT));
     if (temporary && (catalog != null || schema != null)) {
-      throw new AdbcException(Status.INVALID_ARGUMENT, "a temporary table has neither a catalogue nor a schema");
+      throw new AdbcException(Status.INVALID_ARGUMENT, "a temporary table cannot have a catalogue or a schema");
     }
   }
 
@@ -47,8 +47,9 @@ final class Ingestion {
   /** Makes the table as the mode wants it. @param formats of Arrow, in pre-order */
   void makeTable(String[] formats, String[] names) throws SQLException {
     boolean exists = exists();
-    if (mode == Mode.APPEND && !exists) throw new AdbcException(Status.NOT_FOUND, "no table " + table);
-    if (mode == Mode.CREATE && exists) throw new AdbcException(Status.ALREADY_EXISTS, "there is a table " + table);
+    if (mode == Mode.APPEND && !exists) throw new AdbcException(Status.NOT_FOUND, "table " + table + " does not exist");
+    if (mode == Mode.CREATE && exists)
+      throw new AdbcException(Status.ALREADY_EXISTS, "table " + table + " already exists");
     if (exists && mode != Mode.REPLACE) return;
     String name = name();
     if (exists) run("drop table " + name);
@@ -61,7 +62,7 @@ final class Ingestion {
       return new RowInsert(session, name(), names);
     } catch (SQLException refused) {
       throw new AdbcException(
-          Status.ALREADY_EXISTS, "the columns of table " + table + " are not those of the rows", refused);
+          Status.ALREADY_EXISTS, "the columns of table " + table + " differ from those of the rows", refused);
     }
   }
 
@@ -124,7 +125,7 @@ final class Ingestion {
   private String definition(String name, String columns) throws AdbcException {
     if (!temporary) return "create table " + name + " (" + columns + ")";
     String definition = session.database().temporaryTable(name, columns);
-    if (definition == null) throw new AdbcException(Status.NOT_IMPLEMENTED, "no temporary tables on this database");
+    if (definition == null) throw new AdbcException(Status.NOT_IMPLEMENTED, "this database has no temporary tables");
     return definition;
   }
 

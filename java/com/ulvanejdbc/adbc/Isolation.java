@@ -28,7 +28,7 @@ enum Isolation {
       if (each.adbcName().equals(name)) return each.level;
     }
     int status = name.startsWith(PREFIX) ? Status.NOT_IMPLEMENTED : Status.INVALID_ARGUMENT;
-    throw new AdbcException(status, "JDBC has no isolation level " + name);
+    throw new AdbcException(status, "unsupported isolation level: " + name);
   }
 
   static String nameOf(int level) {

@@ -59,8 +59,7 @@ final class ObjectTree {
 
   /** @param names patterns of the catalogue, the schema, the table and the column; null for all */
   ObjectTree(Connection connection, int depth, String[] names, String[] types) throws SQLException {
-    if (depth < ALL || depth > TABLES)
-      throw new AdbcException(Status.INVALID_ARGUMENT, "no depth of a listing: " + depth);
+    if (depth < ALL || depth > TABLES) throw new AdbcException(Status.INVALID_ARGUMENT, "invalid depth: " + depth);
     this.database = connection.getMetaData();
     current = orEmpty(connection.getCatalog());
     this.depth = depth;

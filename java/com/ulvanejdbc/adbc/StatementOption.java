@@ -86,7 +86,7 @@ final class StatementOption {
   /** @param value null to have the default again */
   static void check(String name, String value) throws AdbcException {
     StatementOption option = ALL.get(name);
-    if (option == null) throw new AdbcException(Status.NOT_IMPLEMENTED, "no option of a statement: " + name);
+    if (option == null) throw new AdbcException(Status.NOT_IMPLEMENTED, "unknown statement option: " + name);
     if (value == null) return;
     boolean isNumber = option.minimum <= option.maximum;
     boolean fits = isNumber ? option.takesNumber(value) : option.words.isEmpty() || option.words.contains(value);
