@@ -177,7 +177,8 @@ public enum Database {
   SQLITE(new DatabaseRow("sqlite", "jdbc:sqlite:{database}").classes("org.sqlite.").readingTimesAsText()
       .times(TemporalCell::ofAnyType).takingAnyTypeInAnyCell().undoingWhatItEnds()
       .types("u", "text", "L", "numeric", "ts", "timestamp", "tz", "timestamp")
-      .states("\\(no such table", "42S02", "\\(table .* already exists\\)", "42S01", "^\\[SQLITE_ERROR\\]", "42000")
+      .states("\\(no such table", "42S02", "\\(table .* already exists\\)", "42S01", "^\\[SQLITE_ERROR\\]", "42000",
+          "^\\[SQLITE_CONSTRAINT", "23000", "^\\[SQLITE_INTERRUPT", "57014", "^\\[SQLITE_CANTOPEN", "08001")
       // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
       .statementsAtOnce(1)) {
     /** Its driver takes a DATETIME for a date, and a decimal column for whole numbers if the first value is one. */
@@ -191,21 +192,6 @@ public enum Database {
           return Types.DECIMAL;
         default:
           return super.typeOf(columns, column);
-      }
-    }
-
-    /** Its driver gives the database's result code alone. */
-    @Override
-    String stateOf(SQLException failure) {
-      switch (failure.getErrorCode() & 0xFF) {
-        case 9:
-          return "57014";
-        case 14:
-          return "08001";
-        case 19:
-          return "23000";
-        default:
-          return super.stateOf(failure);
       }
     }
 
