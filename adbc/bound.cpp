@@ -20,6 +20,12 @@ void appendFormats(const ArrowSchema& field, std::string& formats) {
   for (std::int64_t child = 0; child < field.n_children; ++child) appendFormats(*field.children[child], formats);
 }
 
+/// What was released before, as by an earlier bind, must not be looked into.
+template <class Structure>
+void requireLive(const Owned<Structure>& given, const char* what) {
+  if (!given) throw Fault(ADBC_STATUS_INVALID_ARGUMENT, std::string(what) + " was bound or released before");
+}
+
 void requireRows(const ArrowSchema& schema) {
   if (schema.format != nullptr && std::strcmp(schema.format, "+s") == 0) return;
   throw Fault(ADBC_STATUS_INVALID_ARGUMENT, "rows to bind must be a struct with a field for each parameter");
@@ -29,12 +35,15 @@ void requireRows(const ArrowSchema& schema) {
 
 Bound::Bound(ArrowArray& batch, ArrowSchema& schema) : schema_(schema) {
   BoundBatch first(batch);
+  requireLive(first, "the batch");
+  requireLive(schema_, "the schema");
   requireRows(*schema_);
   plain_ = PlainSchema(*schema_);
   if ((*first).length > 0) ahead_.push_back(std::move(first));
 }
 
 Bound::Bound(ArrowArrayStream& stream) : stream_(stream) {
+  requireLive(stream_, "the stream");
   const int code = (*stream_).get_schema(stream_.get(), schema_.get());
   if (code != 0) throwStreamFault(*stream_, code);
   requireRows(*schema_);

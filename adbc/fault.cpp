@@ -48,7 +48,8 @@ AdbcStatusCode report(const Fault& fault, AdbcError* error) noexcept {
   std::copy(std::begin(fault.sqlState), std::end(fault.sqlState), error->sqlstate);
   error->release = releaseError;
   if (!hasDetails(*error)) {
-    error->vendor_code = fault.vendorCode;
+    // The one code that would promise details.
+    error->vendor_code = fault.vendorCode == ADBC_ERROR_VENDOR_CODE_PRIVATE_DATA ? 0 : fault.vendorCode;
     return fault.status;
   }
   error->private_data = nullptr;

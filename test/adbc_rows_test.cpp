@@ -81,6 +81,7 @@ TEST_F(AdbcOnH2, RefusesRowsThatCannotBeBound) {
   moveTo(number, *outer.children[0]);
   EXPECT_EQ(query.bind(number, rows).status, ADBC_STATUS_INVALID_ARGUMENT) << "no struct";
   EXPECT_EQ(rows.release, nullptr);
+  EXPECT_EQ(query.bind(outer, rows).status, ADBC_STATUS_INVALID_ARGUMENT) << "released";
   EXPECT_EQ(call(adbc(), adbc().StatementBind, &query.statement, nullptr, nullptr).status,
             ADBC_STATUS_INVALID_ARGUMENT);
 }

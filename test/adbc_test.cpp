@@ -339,6 +339,7 @@ TEST_F(AdbcOnH2, RefusesToWorkInAForkedProcess) {
 TEST(AdbcDatabase, SaysWhatItCannotFind) {
   const AdbcClient noDriver(Options{{"uri", "jdbc:h2:mem:x"}});
   EXPECT_NE(noDriver.opened.text.find("no driver found"), std::string::npos) << noDriver.opened;
+  EXPECT_EQ(noDriver.opened.status, ADBC_STATUS_INVALID_ARGUMENT);
   const AdbcClient noPath(Options{{"uri", "h2:mem:x"}, {"adbc.jdbc.driver_path", "/no/such/driver.jar"}});
   EXPECT_NE(noPath.opened.text.find("/no/such/driver.jar"), std::string::npos) << noPath.opened;
   const AdbcClient noClass(

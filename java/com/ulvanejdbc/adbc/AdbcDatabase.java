@@ -2,6 +2,7 @@ package com.ulvanejdbc.adbc;
 
 import com.ulvanejdbc.Drivers;
 import com.ulvanejdbc.ErrorText;
+import com.ulvanejdbc.MisuseException;
 import com.ulvanejdbc.arrow.Fallible;
 import java.io.File;
 import java.net.MalformedURLException;
@@ -97,6 +98,8 @@ public final class AdbcDatabase extends Fallible {
   private Connection connect(String url) throws SQLException {
     try {
       return new Drivers(drivers, options.get("adbc.jdbc.driver_class")).connect(url, properties());
+    } catch (MisuseException wrong) {
+      throw new AdbcException(Status.INVALID_ARGUMENT, wrong.getMessage());
     } catch (SQLException refused) {
       if (!ErrorText.of(refused).contains(url)) throw refused;
       throw new AdbcException(Status.INVALID_ARGUMENT, "the driver cannot read the URL");
