@@ -1,8 +1,8 @@
 #include "cli/args.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "cli/command_line.h"
 #include "cli/commands.h"
 #include "kivo_version.h"
 #include "session/java_vm.h"
@@ -179,8 +179,9 @@ std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-bool parse(int argc, char** argv, Options& options) {
-  CLI::App app("Reads from and writes to any JDBC database.", "kivosql");
+void addCommandLine(CLI::App& app, Options& options) {
+  app.name("kivosql");
+  app.description("Reads from and writes to any JDBC database.");
   options.arguments.resize(2);
   app.set_version_flag("--version", "kivosql " KIVO_VERSION);
   app.footer(kExamples);
@@ -189,6 +190,11 @@ bool parse(int argc, char** argv, Options& options) {
   addOutput(app, options);
   addJava(app, options);
   addCommands(app, options);
+}
+
+bool parse(int argc, char** argv, Options& options) {
+  CLI::App app;
+  addCommandLine(app, options);
   std::string fault;
   try {
     app.parse(argc, argv);

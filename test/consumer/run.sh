@@ -46,3 +46,24 @@ answer=$("$prefix/bin/kivosql" --jvm "$jvm" query "select 6 * 7 as answer" --for
   exit 1
 }
 echo "ok: kivosql"
+
+gunzip "$prefix/share/man/man1/kivosql.1.gz"
+for option in $("$prefix/bin/kivosql" --help | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -- '--.*'); do
+  for document in man/man1/kivosql.1 bash-completion/completions/kivosql zsh/site-functions/_kivosql \
+    fish/vendor_completions.d/kivosql.fish; do
+    tr -d '\134' <"$prefix/share/$document" | grep -qE -- "(--|-l )${option#--}( |\[|\)|\$)" || {
+      echo "not ok: $document has no $option"
+      exit 1
+    }
+  done
+done
+# shellcheck disable=SC2016  # for the other shell
+found=$(bash -c '. "$1"; COMP_WORDS=(kivosql --format js); COMP_CWORD=2; _kivosql; echo "${COMPREPLY[*]}"
+  COMP_WORDS=(kivosql --timing d); _kivosql; echo "${COMPREPLY[*]}"
+  COMP_WORDS=(kivosql load --ba); _kivosql; echo "${COMPREPLY[*]}"' - \
+  "$prefix/share/bash-completion/completions/kivosql" | tr '\n' ' ')
+[ "$found" = "json jsonl describe doctor --batch " ] || {
+  echo "not ok: completions: $found"
+  exit 1
+}
+echo "ok: the man page and the completions"

@@ -1,0 +1,78 @@
+#!/bin/sh
+# Debian packages in a root file system that has nothing else: installed, used, removed. Then the README's own commands,
+# word for word, with the minutes that a newcomer waits for the first rows. As root.
+#
+#   bare_debian.sh PACKAGES
+set -eu
+packages=$(cd "$1" && pwd)
+tree=$(cd "$(dirname "$0")/.." && pwd)
+root=$(mktemp -d)
+debian=http://deb.debian.org/debian
+
+finish() {
+  ! mountpoint -q "$root/proc" || umount "$root/proc"
+  ! mountpoint -q "$root/dev" || umount "$root/dev"
+  rm -rf --one-file-system "$root"
+}
+trap finish EXIT
+trap 'exit 130' INT TERM
+
+inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive "$@"; }
+
+# What a fence of the README holds: the first one that has a line with these words.
+fence() {
+  awk -v words="$1" '/^```/ { if (inside && found) { printf "%s", text; exit }
+      inside = !inside; found = 0; text = ""; next }
+    inside { text = text $0 "\n"; if (index($0, words)) found = 1 }' "$tree/README.md"
+}
+
+expect() {
+  [ "$2" = "$3" ] || {
+    printf 'not ok: %s\n--- expected\n%s\n--- found\n%s\n' "$1" "$2" "$3"
+    exit 1
+  }
+  echo "ok: $1"
+}
+
+debootstrap --variant=minbase bookworm "$root" $debian >/dev/null
+mount -t proc proc "$root/proc"
+mount --bind /dev "$root/dev"
+cp /etc/resolv.conf "$root/etc/resolv.conf"
+mkdir -p "$root/debs" "$root/tree" "$root/usr/share/man/man1"
+cp "$packages"/*.deb "$root/debs"
+before=$(inside dpkg-query -W)
+inside sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends /debs/*.deb libh2-java >/dev/null'
+expect "kivosql, installed" "ANSWER
+42" "$(inside kivosql query 'select 6 * 7 as answer' --format csv)"
+
+# The README's session up to where it depends on the machine; what it prints is compared.
+fence 'run examples/planets.sql' | sed '/--type oracle/,$d' >"$root/session"
+git -C "$tree" archive HEAD | tar -x -C "$root/tree"
+found=$(sed -n 's/^\$ //p' "$root/session" | while read -r command; do
+  echo "\$ $command"
+  inside LC_ALL=C.UTF-8 sh -c "cd /tree && $command" 2>&1 </dev/null
+done)
+expect "the README's session with kivosql" "$(cat "$root/session")" "$found"
+
+names=$(for package in "$packages"/*.deb; do dpkg-deb -f "$package" Package; done)
+# shellcheck disable=SC2086  # one word a package
+inside dpkg --purge $names >/dev/null
+expect "nothing is left after removal" "" "$(inside find / -xdev -path /tree -prune -o -path /debs -prune -o \
+  '(' -name '*kivo*' -o -name '*adbc*' ')' -print)"
+inside sh -c 'apt-get -qq autoremove --purge -y libh2-java >/dev/null 2>&1'
+expect "and what was there before is there" "$before" "$(inside dpkg-query -W)"
+
+start=$(date +%s)
+fence './run demo ' | sed -n '/demo/p' >"$root/tree/commands"
+inside sh -c 'cd /tree && . ./commands' >"$root/demo" 2>&1 </dev/null || { tail -n 30 "$root/demo"; exit 1; }
+grep -q '^(.* rows)' "$root/demo" || { tail -n 30 "$root/demo"; exit 1; }
+echo "ok: $(cat "$root/tree/commands"): first rows after $((($(date +%s) - start + 30) / 60)) minutes"
+
+fence 'cmake --preset release' >"$root/tree/commands"
+fence 'jdbcWrapper database;' >"$root/tree/host.cpp"
+# shellcheck disable=SC2016  # backticks of the README
+tr '\n' ' ' <"$tree/README.md" | sed 's/.*Build it with `\([^`]*\)`.*/\1/' >"$root/tree/compile"
+inside JAVA_HOME=/usr/lib/jvm/java-17-openjdk-amd64 sh -ec 'cd /tree && . ./commands && . ./compile' >"$root/build" 2>&1 ||
+  { tail -n 30 "$root/build"; exit 1; }
+expect "the README's host" "1	one
+2	(null)" "$(inside sh -c 'cd /tree && ./a.out')"
