@@ -206,7 +206,14 @@ TEST_F(AdbcLedger, PreparesAndTakesOptions) {
     std::size_t size = sizeof text;
     expectTold(call(driver, driver.StatementGetOption, &statement, "adbc.jdbc.batch_rows", text, &size));
     expectTold(call(driver, driver.StatementCancel, &statement));
-    expectTold(call(driver, driver.ConnectionSetOption, &client.connection, "adbc.connection.autocommit", "true"));
+    AdbcConnection* const connection = &client.connection;
+    if (const Outcome begun = client.set("adbc.connection.autocommit", "false"); begun) {
+      expectTold(call(driver, driver.ConnectionCommit, connection));
+      expectTold(call(driver, driver.ConnectionRollback, connection));
+    }
+    size = sizeof text;
+    expectTold(call(driver, driver.ConnectionGetOption, connection, "adbc.connection.autocommit", text, &size));
+    expectTold(client.set("adbc.connection.autocommit", "true"));
   });
   EXPECT_GT(points, 100);
 }
