@@ -124,7 +124,7 @@ std::int64_t Statement::execute(ArrowArrayStream* out) {
   session();
   Bound rows = std::move(rows_);
   if (ingests_ && !rows) throw Fault(ADBC_STATUS_INVALID_STATE, "no rows are bound to ingest");
-  if (!rows || (out != nullptr && !ingests_ && rows.isOneRow())) return executeOnce(rows, out);
+  if (!rows || (!ingests_ && rows.isOneRow())) return executeOnce(rows, out);
   if (out != nullptr && !ingests_ && returnsRows()) {
     throw Fault(ADBC_STATUS_NOT_IMPLEMENTED, "a statement that returns rows takes one row of parameters");
   }

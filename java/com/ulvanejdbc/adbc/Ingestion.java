@@ -10,7 +10,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Iterator;
 import java.util.List;
-import java.util.Objects;
 
 /** The table that rows are stored in as a whole. */
 final class Ingestion {
@@ -90,8 +89,13 @@ final class Ingestion {
 
   /** Whether a table that was found is the one that its name alone means. */
   private boolean isHere(ResultSet found) throws SQLException {
-    return Objects.equals(found.getString("TABLE_CAT"), session.connection().getCatalog())
-        && Objects.equals(found.getString("TABLE_SCHEM"), session.connection().getSchema());
+    return fits(found.getString("TABLE_CAT"), session.connection().getCatalog())
+        && fits(found.getString("TABLE_SCHEM"), session.connection().getSchema());
+  }
+
+  /** Many drivers list what is in the current catalogue or schema without its name. */
+  private static boolean fits(String found, String current) {
+    return found == null || found.isEmpty() || found.equals(current);
   }
 
   private boolean answers() throws SQLException {
