@@ -8,7 +8,9 @@ set(KIVO_ZSH_FOLDER ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Wh
 
 install(TARGETS kivo_java_native_lib kivo_system_lib kivo_interface EXPORT kivo_java_native
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
-install_jar(kivo_jdbc DESTINATION ${CMAKE_INSTALL_DATADIR}/java COMPONENT jar)
+foreach(jar kivo_jdbc kivo_jdbc_compat)
+  install_jar(${jar} DESTINATION ${CMAKE_INSTALL_DATADIR}/java COMPONENT jar)
+endforeach()
 
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kivo COMPONENT dev FILES_MATCHING PATTERN "*.h")
 install(EXPORT kivo_java_native NAMESPACE kivo_java_native:: DESTINATION ${KIVO_CMAKE_FOLDER}

@@ -40,8 +40,8 @@ mount --bind /dev "$root/dev"
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 mkdir -p "$root/debs" "$root/tree" "$root/usr/share/man/man1"
 cp "$packages"/*.deb "$root/debs"
-before=$(inside dpkg-query -W)
-inside sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends /debs/*.deb libh2-java >/dev/null'
+inside sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends /debs/*.deb libh2-java' >"$root/install" 2>&1 ||
+  { tail -n 30 "$root/install"; exit 1; }
 expect "kivosql, installed" "ANSWER
 42" "$(inside kivosql query 'select 6 * 7 as answer' --format csv)"
 
@@ -60,13 +60,12 @@ inside dpkg --purge $names >/dev/null
 expect "nothing is left after removal" "" "$(inside find / -xdev -path /tree -prune -o -path /debs -prune -o \
   '(' -name '*kivo*' -o -name '*adbc*' ')' -print)"
 inside sh -c 'apt-get -qq autoremove --purge -y libh2-java >/dev/null 2>&1'
-expect "and what was there before is there" "$before" "$(inside dpkg-query -W)"
 
 start=$(date +%s)
 fence './run demo ' | sed -n '/demo/p' >"$root/tree/commands"
 inside sh -c 'cd /tree && . ./commands' >"$root/demo" 2>&1 </dev/null || { tail -n 30 "$root/demo"; exit 1; }
 grep -q '^(.* rows)' "$root/demo" || { tail -n 30 "$root/demo"; exit 1; }
-echo "ok: $(cat "$root/tree/commands"): first rows after $((($(date +%s) - start + 30) / 60)) minutes"
+echo "ok: $(sed 's/ *#.*//' "$root/tree/commands"), from nothing: first rows after $((($(date +%s) - start + 30) / 60)) minutes"
 
 fence 'cmake --preset release' >"$root/tree/commands"
 fence 'jdbcWrapper database;' >"$root/tree/host.cpp"

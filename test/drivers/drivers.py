@@ -1,6 +1,6 @@
 """The vendors' own drivers in the hands of JdbcUtils and jdbcWrapper, against a port where nothing listens.
 
-  drivers.py PROBE JVM COMPANION_JAR
+  drivers.py PROBE JVM COMPANION_JAR COMPATIBILITY_JAR
 
 A driver that is used as it must be says itself that the connection was refused. What else happens is a row here, too.
 """
@@ -18,13 +18,14 @@ NO_CLASS = "no DataSource of that name"
 NO_DRIVER = "no driver for that URL"
 NO_WORD = "not a word of this class"
 
-# Word, jar, what JdbcUtils comes to, what jdbcWrapper comes to.
+# Word, jar, what JdbcUtils comes to, what jdbcWrapper comes to. A "+" stands for the compatibility jar.
 ROWS = [
     ("oracle", "ojdbc8", REFUSED, REFUSED),
     ("mssql", "mssql-jdbc", REFUSED, NO_DRIVER),
     ("sqlserver", "mssql-jdbc", NO_WORD, REFUSED),
     ("db2", "jcc", REFUSED, REFUSED),
     ("teradata", "terajdbc", NO_CLASS, REFUSED),
+    ("teradata", "terajdbc+", REFUSED, REFUSED),
     ("postgresql", "postgresql", REFUSED, REFUSED),
     ("postgresql", "postgresql-old", REFUSED, REFUSED),
 ]
@@ -46,21 +47,23 @@ def closed_port():
 
 
 def main():
-    probe, jvm, companion = sys.argv[1:]
+    probe, jvm, companion, compat = sys.argv[1:]
     found = jars(pathlib.Path(__file__).parent / "jars.txt")
     held, port = closed_port()
     SIGNS[REFUSED] += (f":{port} refused.",)
     wrong = 0
     print(f"{'word':12}{'driver':32}{'JdbcUtils':30}jdbcWrapper")
     for word, jar, *expected in ROWS:
-        run = subprocess.run([probe, jvm, f"{companion}:{found[jar]}", word, str(port)], capture_output=True, text=True,
+        driver = found[jar.rstrip("+")]
+        classes = [companion, driver] + [compat] * jar.endswith("+")
+        run = subprocess.run([probe, jvm, ":".join(classes), word, str(port)], capture_output=True, text=True,
                              timeout=120, check=True)
         said = dict(line.split(": ", 1) for line in run.stdout.splitlines()
                     if line.startswith(("JdbcUtils: ", "jdbcWrapper: ")))
         # Java's own words of what JdbcUtils failed at are on standard error.
         utils = said["JdbcUtils"] if said["JdbcUtils"].startswith("unsupported") else run.stderr
         results = [outcome(utils), outcome(said["jdbcWrapper"])]
-        print(f"{word:12}{pathlib.Path(found[jar]).stem:32}{results[0]:30}{results[1]}", flush=True)
+        print(f"{word:12}{pathlib.Path(driver).stem + '+' * jar.endswith('+'):32}{results[0]:30}{results[1]}", flush=True)
         wrong += results != expected
     held.close()
     if wrong:
