@@ -29,6 +29,9 @@ bool isKnown(const std::string& name) {
   return name.rfind(kProperty, 0) == 0 && name != kProperty;
 }
 
+/// Whether an option holds a password, under the driver's own name or the JDBC driver's.
+bool isSecret(const std::string& name) { return name == kPassword || name == std::string(kProperty) + kPassword; }
+
 int heapOf(const std::string& text) {
   if (text.empty()) return 0;
   char* end = nullptr;
@@ -52,7 +55,7 @@ void Database::setOption(const char* name, const char* value) {
 
 std::string Database::option(const char* name) {
   // A password that is set stays here.
-  const auto found = name == std::string(kPassword) ? options_.end() : options_.find(name);
+  const auto found = isSecret(name) ? options_.end() : options_.find(name);
   if (found == options_.end()) throw Fault(ADBC_STATUS_NOT_FOUND, std::string(name) + " is not set");
   return found->second;
 }

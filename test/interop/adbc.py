@@ -151,6 +151,12 @@ class Transactions(Clients):
         self.connection.rollback()
         self.assertEqual(len(self.stored(table)), 1)
 
+    def test_a_missing_table_leaves_the_transaction_as_it_is(self):
+        table = self.create("still_open")
+        with self.assertRaises(adbc_driver_manager.Error):
+            self.connection.adbc_get_table_schema("no_such_table")
+        self.assertEqual(self.stored(table), [])
+
     def test_ingestion_has_four_modes(self):
         table = self.quoted("modes")
         self.cursor.execute(f"drop table if exists {table}")
