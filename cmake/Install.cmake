@@ -1,5 +1,5 @@
-# What "cmake --install" puts where. The libraries find each other, the programs find them, and both find the jar, wherever
-# the prefix is moved to; only the ADBC driver's manifest names a place. The components are Debian packages, too.
+# What "cmake --install" puts where. The libraries find each other, the programs find them, and both find the jar,
+# wherever the prefix is moved to; only the ADBC driver's manifest names a place. The components are Debian packages, too.
 include(CMakePackageConfigHelpers)
 
 set(KIVO_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/kivo_java_native)

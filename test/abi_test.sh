@@ -12,7 +12,7 @@ action=$2
 shift 2
 
 if [ "$action" = update ]; then
-  abidw "$@" --headers-dir "$here/../include" --exported-interfaces-only --no-show-locs --no-corpus-path \
+  abidw "$@" --headers-dir "$here/../include" --exported-interfaces-only --no-corpus-path \
     --no-comp-dir-path --no-parameter-names "$library" >"$baseline"
   exit
 fi
