@@ -18,7 +18,7 @@ NO_CLASS = "no DataSource of that name"
 NO_DRIVER = "no driver for that URL"
 NO_WORD = "not a word of this class"
 
-# Word, jar, what JdbcUtils comes to, what jdbcWrapper comes to. A "+" stands for the compatibility jar.
+# The word, the jar, and how JdbcUtils and jdbcWrapper end. A "+" stands for the compatibility jar.
 ROWS = [
     ("oracle", "ojdbc8", REFUSED, REFUSED),
     ("mssql", "mssql-jdbc", REFUSED, NO_DRIVER),

@@ -5,7 +5,7 @@ import java.sql.SQLException;
 import java.util.Map;
 import java.util.TreeMap;
 
-/** What ADBC's GetInfo tells of a database and of this driver. */
+/** What ADBC's GetInfo reports about a database and this driver. */
 final class Info {
   private static final int VENDOR_NAME = 0;
   private static final int VENDOR_VERSION = 1;
