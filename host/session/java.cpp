@@ -112,6 +112,8 @@ std::string takeText(JNIEnv* env, jobject string) {
 }
 
 std::string typeName(JNIEnv* env, int type) {
+  // Of the call that gave the type.
+  if (env->ExceptionCheck() == JNI_TRUE) return std::to_string(type);
   const jclass types = env->FindClass("java/sql/JDBCType");
   const jmethodID valueOf =
       types == nullptr ? nullptr : env->GetStaticMethodID(types, "valueOf", "(I)Ljava/sql/JDBCType;");
