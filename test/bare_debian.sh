@@ -65,7 +65,7 @@ start=$(date +%s)
 fence './run demo ' | sed -n '/demo/p' >"$root/tree/commands"
 inside sh -c 'cd /tree && . ./commands' >"$root/demo" 2>&1 </dev/null || { tail -n 30 "$root/demo"; exit 1; }
 grep -q '^(.* rows)' "$root/demo" || { tail -n 30 "$root/demo"; exit 1; }
-echo "ok: $(sed 's/ *#.*//' "$root/tree/commands"), from nothing: first rows after $((($(date +%s) - start + 30) / 60)) minutes"
+echo "ok: $(sed 's/ *#.*//' "$root/tree/commands"), from nothing: minutes to the first rows: $((($(date +%s) - start + 30) / 60))"
 
 fence 'cmake --preset release' >"$root/tree/commands"
 fence 'jdbcWrapper database;' >"$root/tree/host.cpp"
@@ -75,3 +75,17 @@ inside JAVA_HOME=/usr/lib/jvm/java-17-openjdk-amd64 sh -ec 'cd /tree && . ./comm
   { tail -n 30 "$root/build"; exit 1; }
 expect "the README's host" "1	one
 2	(null)" "$(inside sh -c 'cd /tree && ./a.out')"
+
+# With the compiler that is there now, a program on the development package.
+# shellcheck disable=SC2016  # for the shell inside
+inside sh -ec 'apt-get -qq install -y --no-install-recommends /debs/*.deb pkgconf
+  cmake -G Ninja -S /tree/test/consumer -B /tree/consumer
+  cmake --build /tree/consumer
+  g++ -std=c++17 /tree/test/consumer/consumer.cpp $(pkg-config --cflags --libs kivo_java_native) -o /tree/by-pkg-config
+' >"$root/consumer" 2>&1 || { tail -n 30 "$root/consumer"; exit 1; }
+jvm=/usr/lib/jvm/java-17-openjdk-amd64/lib/server/libjvm.so
+version=$(sed -n 's/.*KIVO_VERSION "\(.*\)"/\1/p' "$tree/include/kivo_version.h")
+for program in consumer/consumer by-pkg-config; do
+  expect "the development package, $program" "$version $version 42" \
+    "$(inside "/tree/$program" $jvm /usr/share/java/kivo-jdbc.jar:/usr/share/java/h2.jar)"
+done
