@@ -1,12 +1,21 @@
-# Finds jni.h. Only that is needed: libjvm is opened at run time, and a headless JDK has no AWT library.
-# Without JAVA_HOME, the JDK is that of the javac on the path.
-if(NOT DEFINED ENV{JAVA_HOME})
+# Sets KIVO_JAVA_HOME: the JDK of JAVA_HOME, or else that of the javac on the path. Empty without either.
+set(KIVO_JAVA_HOME "${JAVA_HOME}")
+if(NOT KIVO_JAVA_HOME)
+  set(KIVO_JAVA_HOME "$ENV{JAVA_HOME}")
+endif()
+if(NOT KIVO_JAVA_HOME)
   find_program(KIVO_JAVAC javac)
   if(KIVO_JAVAC)
-    file(REAL_PATH ${KIVO_JAVAC} KIVO_JAVAC_FILE)
-    cmake_path(GET KIVO_JAVAC_FILE PARENT_PATH KIVO_JAVAC_FOLDER)
-    cmake_path(GET KIVO_JAVAC_FOLDER PARENT_PATH KIVO_JAVA_HOME)
-    set(ENV{JAVA_HOME} ${KIVO_JAVA_HOME})
+    file(REAL_PATH ${KIVO_JAVAC} KIVO_JAVA_HOME)
+    cmake_path(GET KIVO_JAVA_HOME PARENT_PATH KIVO_JAVA_HOME)
+    cmake_path(GET KIVO_JAVA_HOME PARENT_PATH KIVO_JAVA_HOME)
   endif()
 endif()
-find_package(JNI REQUIRED COMPONENTS JVM)
+
+# Finds jni.h, as JAVA_INCLUDE_PATH and JAVA_INCLUDE_PATH2. Only that is needed: libjvm is opened at run time, and a
+# headless JDK has no AWT library.
+function(kivo_find_jni)
+  set(JAVA_HOME ${KIVO_JAVA_HOME})
+  find_package(JNI QUIET COMPONENTS JVM)
+endfunction()
+kivo_find_jni()

@@ -5,6 +5,8 @@ include(CMakePackageConfigHelpers)
 set(KIVO_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/kivo_java_native)
 set(KIVO_JAR ${CMAKE_INSTALL_DATADIR}/java/kivo-jdbc.jar)
 set(KIVO_ZSH_FOLDER ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where zsh's completions are installed")
+set(KIVO_MANIFEST_FOLDER ${CMAKE_INSTALL_DATADIR}/adbc/drivers CACHE STRING "Where the ADBC driver's manifest is installed")
+set(KIVO_JNI_FOLDER ${JAVA_INCLUDE_PATH} CACHE STRING "Where the pkg-config file says that jni.h is")
 
 install(TARGETS kivo_java_native_lib kivo_system_lib kivo_interface EXPORT kivo_java_native
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
@@ -44,5 +46,5 @@ if(KIVO_ADBC)
     set(PROJECT_VERSION ${PROJECT_VERSION})
     configure_file(${PROJECT_SOURCE_DIR}/adbc/jdbc.toml.in ${PROJECT_BINARY_DIR}/adbc/jdbc.toml @ONLY)"
     COMPONENT adbc)
-  install(FILES ${PROJECT_BINARY_DIR}/adbc/jdbc.toml DESTINATION ${CMAKE_INSTALL_DATADIR}/adbc/drivers COMPONENT adbc)
+  install(FILES ${PROJECT_BINARY_DIR}/adbc/jdbc.toml DESTINATION ${KIVO_MANIFEST_FOLDER} COMPONENT adbc)
 endif()

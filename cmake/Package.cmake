@@ -46,9 +46,9 @@ kivo_package(dev libkivo-java-native-dev libdevel "databases by way of JDBC, for
   "libkivo-java-native ${same}" "default-jdk-headless")
 kivo_package(jar libkivo-jdbc-java java "databases by way of JDBC, for native programs: Java part"
   "The Java classes that libkivo_java_native_lib and its ADBC driver call.")
-foreach(component RUNTIME ADBC)
-  set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
-endforeach()
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
+set(CPACK_DEBIAN_ADBC_PACKAGE_CONTROL_EXTRA
+  "${CMAKE_CURRENT_LIST_DIR}/debian/triggers;${CMAKE_CURRENT_LIST_DIR}/debian/conffiles")
 set(CPACK_DEBIAN_JAR_PACKAGE_ARCHITECTURE all)
 kivo_package(kivosql kivosql database "command line for databases that have a JDBC driver"
   "Runs queries and scripts, and loads and exports CSV, on any database\nwhose JDBC driver is installed."

@@ -2,9 +2,10 @@
 # Debian packages in a root file system that has nothing else: installed, used, removed. Then the README's own commands,
 # word for word, with the minutes that a newcomer waits for the first rows. As root.
 #
-#   bare_debian.sh PACKAGES
+#   bare_debian.sh PACKAGES PYTHON_PACKAGES
 set -eu
 packages=$(cd "$1" && pwd)
+python_packages=$2
 tree=$(cd "$(dirname "$0")/.." && pwd)
 root=$(mktemp -d)
 debian=http://deb.debian.org/debian
@@ -40,10 +41,20 @@ mount --bind /dev "$root/dev"
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 mkdir -p "$root/debs" "$root/tree" "$root/usr/share/man/man1"
 cp "$packages"/*.deb "$root/debs"
-inside sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends /debs/*.deb libh2-java' >"$root/install" 2>&1 ||
+inside sh -c 'apt-get -qq update && apt-get -qq install -y --no-install-recommends /debs/*.deb libh2-java \
+    python3' >"$root/install" 2>&1 ||
   { tail -n 30 "$root/install"; exit 1; }
 expect "kivosql, installed" "ANSWER
 42" "$(inside kivosql query 'select 6 * 7 as answer' --format csv)"
+
+# A driver manager finds the ADBC driver by the word jdbc.
+mkdir "$root/python"
+for package in adbc_driver_manager pyarrow typing_extensions.py; do cp -r "$python_packages/$package" "$root/python"; done
+expect "the ADBC driver, installed" "[(42,)]" "$(inside PYTHONPATH=/python python3 -c '
+from adbc_driver_manager import dbapi
+with dbapi.connect("jdbc:h2:mem:bare", db_kwargs={"adbc.jdbc.driver_path": "/usr/share/java/h2.jar"}) as connection:
+    with connection.cursor() as cursor:
+        print(cursor.execute("select 6 * 7").fetchall())')"
 
 # The README's session up to where it depends on the machine; what it prints is compared.
 fence 'run examples/planets.sql' | sed '/--type oracle/,$d' >"$root/session"
@@ -58,8 +69,9 @@ names=$(for package in "$packages"/*.deb; do dpkg-deb -f "$package" Package; don
 # shellcheck disable=SC2086  # one word a package
 inside dpkg --purge $names >/dev/null
 expect "nothing is left after removal" "" "$(inside find / -xdev -path /tree -prune -o -path /debs -prune -o \
+  -path /python -prune -o \
   '(' -name '*kivo*' -o -name '*adbc*' ')' -print)"
-inside sh -c 'apt-get -qq autoremove --purge -y libh2-java >/dev/null 2>&1'
+inside sh -c 'apt-get -qq autoremove --purge -y libh2-java python3 >/dev/null 2>&1'
 
 start=$(date +%s)
 fence './run demo ' | sed -n '/demo/p' >"$root/tree/commands"

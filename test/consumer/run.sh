@@ -1,5 +1,6 @@
 #!/bin/sh
-# Installs a build into a temporary folder, moves it, and builds a host on it in three ways.
+# Installs a build into a temporary folder, moves it, and builds a host on it in three ways; then one that contains the
+# sources.
 #
 #   run.sh BUILD COMPILER
 set -eu
@@ -12,12 +13,13 @@ jvm=${KIVO_JVM:-$JAVA_HOME/lib/server/libjvm.so}
 DESTDIR=$folder/staged cmake --install "$1" --prefix /opt/first >/dev/null
 mv "$folder/staged/opt/first" "$folder/prefix"
 prefix=$folder/prefix
+jar=$prefix/share/java/kivo-jdbc.jar
 version=$(sed -n 's/.*KIVO_VERSION "\(.*\)"/\1/p' "$prefix/include/kivo/kivo_version.h")
 
 expect() {
   about=$1
   shift
-  found=$("$@" "$jvm" "$prefix/share/java/kivo-jdbc.jar:/usr/share/java/h2.jar")
+  found=$("$@" "$jvm" "$jar:/usr/share/java/h2.jar")
   [ "$found" = "$version $version 42" ] || {
     echo "not ok: $about: $found"
     exit 1
@@ -28,7 +30,7 @@ expect() {
 cmake -S "$here" -B "$folder/cmake" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$folder/cmake" >/dev/null
 expect "find_package" "$folder/cmake/consumer"
-[ "$(cat "$folder/cmake/jar")" = "$(realpath "$prefix/share/java/kivo-jdbc.jar")" ]
+[ "$(cat "$folder/cmake/jar")" = "$(realpath "$jar")" ]
 
 library=$(dirname "$(find "$prefix" -name libkivo_java_native_lib.so)")
 # shellcheck disable=SC2046  # one word an option
@@ -39,6 +41,11 @@ expect "pkg-config" "$folder/with-pkg-config"
 "$2" -std=c++17 "$here/consumer.cpp" "-I$prefix/include/kivo" "-I$JAVA_HOME/include" "-I$JAVA_HOME/include/linux" \
   "-L$library" -lkivo_java_native_lib -lkivo_system_lib "-Wl,-rpath,$library" -o "$folder/plain"
 expect "a plain line" "$folder/plain"
+
+cmake -S "$here" -B "$folder/whole" -DCMAKE_CXX_COMPILER="$2" -DKIVO_SOURCES="$here/../.." >/dev/null
+cmake --build "$folder/whole" --parallel >/dev/null
+jar=$(cat "$folder/whole/jar")
+expect "the sources as a part of the host" "$folder/whole/consumer"
 
 answer=$("$prefix/bin/kivosql" --jvm "$jvm" query "select 6 * 7 as answer" --format csv | tail -n 1)
 [ "$answer" = 42 ] || {
