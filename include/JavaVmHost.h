@@ -1,3 +1,5 @@
+/// @file
+/// The Java VM of the process.
 #pragma once
 
 #include <jni.h>

@@ -67,6 +67,7 @@ class KIVO_EXPORT JdbcUtils {
   /// database cut out of it, to the setters of @p dataSource, an object of @p dataSourceClass.
   /// @return false when the URL lacks the vendor's form, or a setter is missing or throws; a Java exception stays
   ///         pending for the caller.
+  /// @{
   bool TeradataURL(jclass dataSourceClass, jobject dataSource, std::string& url);
   bool kdbURL(jclass dataSourceClass, jobject dataSource, std::string& url);
   bool SqlServerURL(jclass dataSourceClass, jobject dataSource, std::string& url);
@@ -74,6 +75,7 @@ class KIVO_EXPORT JdbcUtils {
   bool VelmarURL(jclass dataSourceClass, jobject dataSource, std::string& url);
   bool DB2URL(jclass dataSourceClass, jobject dataSource, std::string& url);
   bool jdbcURL(jclass dataSourceClass, jobject dataSource, std::string& url);
+  /// @}
 
   /// Opens the connection through the vendor's DataSource class and switches auto-commit on.
   /// True at once, with nothing called, when a connection is held.
@@ -154,9 +156,11 @@ class KIVO_EXPORT JdbcUtils {
   /// and statement are not disturbed.
   /// @return false on failure. Through DatabaseMetaData, a row whose name or type is null or cannot be read empties
   ///         @p tables; every other failure leaves what was appended.
+  /// @{
   bool getTables(std::vector<std::string>& tables);
   bool getTeradataTables(std::vector<std::string>& tables);
   bool getOracleTables(std::vector<std::string>& tables);
+  /// @}
 
   JNIEnv* env = nullptr;                     ///< Environment of the owning thread; null until javaInit().
   jobject connection = nullptr;              ///< java.sql.Connection, global reference or null.

@@ -1,3 +1,5 @@
+/// @file
+/// Arrow streams of open results.
 #pragma once
 
 #include <cstdint>
@@ -77,10 +79,10 @@ enum class ArrowDecimals : std::int32_t {
 
 /// Limits of a batch, and choices among types.
 struct ArrowStreamOptions {
-  int maxRows = 65536;      ///< maximum rows per batch, 1 to 2^20
-  int maxBytes = 16 << 20;  ///< a batch also ends once it holds this many bytes, 1 to 2^30
-  ArrowDecimals decimals = ArrowDecimals::text;
-  int decimalScale = 0;             ///< digits after the point, 0 to 38, for ArrowDecimals::decimal128
+  int maxRows = 65536;                           ///< maximum rows per batch, 1 to 2^20
+  int maxBytes = 16 << 20;                       ///< a batch also ends once it holds this many bytes, 1 to 2^30
+  ArrowDecimals decimals = ArrowDecimals::text;  ///< for columns that are no decimal128 by themselves
+  int decimalScale = 0;                          ///< digits after the point, 0 to 38, for ArrowDecimals::decimal128
   bool outOfRangeAsNull = false;    ///< null for a date or time that its Arrow type cannot hold, instead of a failure
   bool mixedColumnsAsText = false;  ///< utf8 for the columns of a database whose cells may have any type (SQLite)
 };
@@ -118,7 +120,9 @@ struct ArrowStreamOptions {
 /// @param errorOut replaced by an error text on failure, untouched on success.
 /// @return false without an open result, without the companion jar on the class path, when the columns cannot be
 ///         described, and without memory. std::bad_alloc can escape, with everything released.
+/// @{
 KIVO_EXPORT bool makeArrowStream(JdbcUtils& source, ArrowArrayStream& stream, std::string& errorOut,
                                  const ArrowStreamOptions& options = {});
 KIVO_EXPORT bool makeArrowStream(jdbcWrapper& source, ArrowArrayStream& stream, std::string& errorOut,
                                  const ArrowStreamOptions& options = {});
+/// @}

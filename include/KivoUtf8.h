@@ -13,7 +13,7 @@ namespace kivo::utf8 {
 
 /// A converted text. Each invalid byte became U+FFFD, as did each half of a surrogate pair that stood alone.
 struct Converted {
-  std::string text;
+  std::string text;              ///< in the other form
   std::size_t replacements = 0;  ///< how many; 0 means that nothing was lost
 };
 

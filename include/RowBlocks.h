@@ -45,8 +45,10 @@ struct RowBlocksOptions {
 class KIVO_EXPORT RowBlocks {
  public:
   /// Without an open result, or without the companion jar on the class path, errorState is 2 and next() fails.
+  /// @{
   explicit RowBlocks(JdbcUtils& source, const RowBlocksOptions& options = {});
   explicit RowBlocks(jdbcWrapper& source, const RowBlocksOptions& options = {});
+  /// @}
 
   /// Releases the block. It closes nothing: the result is the source's.
   ~RowBlocks();

@@ -120,6 +120,8 @@ class KIVO_EXPORT jdbcWrapper {
   int threadId = -1;                  ///< Low 32 bits of that thread's pthread_self(); negative: none recorded.
   jclass utilitiesClass = nullptr;    ///< Held during construction only.
   jobject utilitiesObject = nullptr;  ///< The Java object, global reference.
+  /// A method of that object, looked up at construction.
+  /// @{
   jmethodID setUrlMethod = nullptr;
   jmethodID getUrlMethod = nullptr;
   jmethodID getConnectionMethod = nullptr;
@@ -138,6 +140,7 @@ class KIVO_EXPORT jdbcWrapper {
   jmethodID getVendorMethod = nullptr;
   jmethodID getErrorCodeMethod = nullptr;
   jmethodID getErrorMessageMethod = nullptr;
+  /// @}
   int errorState = 0;        ///< 0 none, 1 the database's error, 2 any other.
   std::string errorMessage;  ///< Text of the last error; empty without one.
 };

@@ -1,3 +1,5 @@
+/// @file
+/// The version of the library.
 #pragma once
 
 #include "kivo_export.h"
