@@ -29,7 +29,7 @@ expect() {
 
 cmake -S "$here" -B "$folder/cmake" -DCMAKE_CXX_COMPILER="$2" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$folder/cmake" >/dev/null
-expect "find_package" "$folder/cmake/consumer"
+expect "find_package" "$folder/cmake/host"
 [ "$(cat "$folder/cmake/jar")" = "$(realpath "$jar")" ]
 
 library=$(dirname "$(find "$prefix" -name libkivo_java_native_lib.so)")
@@ -45,7 +45,7 @@ expect "a plain line" "$folder/plain"
 cmake -S "$here" -B "$folder/whole" -DCMAKE_CXX_COMPILER="$2" -DKIVO_SOURCES="$here/../.." >/dev/null
 cmake --build "$folder/whole" --parallel >/dev/null
 jar=$(cat "$folder/whole/jar")
-expect "the sources as a part of the host" "$folder/whole/consumer"
+expect "the sources as a part of the host" "$folder/whole/host"
 
 answer=$("$prefix/bin/kivosql" --jvm "$jvm" query "select 6 * 7 as answer" --format csv | tail -n 1)
 [ "$answer" = 42 ] || {
