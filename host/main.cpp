@@ -1,7 +1,5 @@
 // kivosql: reads from and writes to any JDBC database through libkivo_java_native_lib.so.
 
-#include <unistd.h>
-
 #include <csignal>
 
 #include "cli/args.h"
@@ -62,7 +60,7 @@ int main(int argc, char** argv) {
   const auto failure = attempt([&] {
     if (!parse(argc, argv, options)) return;
     addPassword(options);
-    Output out(STDOUT_FILENO);
+    Output out(stdout);
     code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
   });
   if (failure) {

@@ -223,11 +223,12 @@ std::string written(const std::string& format, const Style& style, const std::ve
   std::FILE* file = std::tmpfile();
   for (const Format& candidate : kFormats) {
     if (format != candidate.name) continue;
-    Output out(fileno(file));
+    Output out(file);
     const auto writer = candidate.make(out, style);
     writer->begin(columns);
     for (const Row& row : rows) writer->row(row);
     writer->end(rows.size());
+    out.flush();
   }
   std::string text(static_cast<std::size_t>(lseek(fileno(file), 0, SEEK_CUR)), '\0');
   EXPECT_EQ(pread(fileno(file), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));

@@ -6,7 +6,7 @@
 #include "RowBlocks.h"
 #include "session/java.h"
 #include "session/session.h"
-#include "sql/sql_types.h"
+#include "sql/rows.h"
 
 namespace kivosql {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "failure.h"
-#include "sql/sql_types.h"
+#include "sql/rows.h"
 
 namespace kivosql {
 

@@ -1,16 +1,11 @@
 #include "sql/csv_reader.h"
 
+#include <cstdio>
 #include <utility>
 
 #include "failure.h"
 
 namespace kivosql {
-
-namespace {
-
-constexpr int kEnd = std::char_traits<char>::eof();
-
-}  // namespace
 
 int CsvReader::take() {
   const int byte = input_.sbumpc();
@@ -36,7 +31,7 @@ std::string CsvReader::skipByteOrderMark() {
 
 /// The opening quote has been read.
 void CsvReader::takeQuoted(std::string& text) {
-  for (int byte = take(); byte != kEnd; byte = take()) {
+  for (int byte = take(); byte != EOF; byte = take()) {
     if (byte == '"' && !takeIf('"')) return;
     text += static_cast<char>(byte);
   }
@@ -44,7 +39,7 @@ void CsvReader::takeQuoted(std::string& text) {
 }
 
 void CsvReader::takePlain(std::string& text) {
-  for (int byte = input_.sgetc(); byte != kEnd && byte != ',' && byte != '\n' && byte != '\r'; byte = input_.sgetc()) {
+  for (int byte = input_.sgetc(); byte != EOF && byte != ',' && byte != '\n' && byte != '\r'; byte = input_.sgetc()) {
     text += static_cast<char>(take());
   }
 }
@@ -53,7 +48,7 @@ bool CsvReader::next(std::vector<CsvField>& record) {
   record.clear();
   std::string start = recordLine_ == 0 ? skipByteOrderMark() : "";
   recordLine_ = line_;
-  if (start.empty() && input_.sgetc() == kEnd) return false;
+  if (start.empty() && input_.sgetc() == EOF) return false;
   do {
     CsvField& field = record.emplace_back();
     field.text = std::exchange(start, {});
@@ -65,7 +60,7 @@ bool CsvReader::next(std::vector<CsvField>& record) {
     }
   } while (takeIf(','));
   takeIf('\r');
-  if (takeIf('\n') || input_.sgetc() == kEnd) return true;
+  if (takeIf('\n') || input_.sgetc() == EOF) return true;
   throw Failure("line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return");
 }
 

@@ -32,11 +32,6 @@ bool isWordByte(char byte) {
   return std::isalnum(unsignedByte) != 0 || byte == '_' || byte == '$' || unsignedByte >= 0x80;
 }
 
-std::size_t endOfWord(std::string_view sql, std::size_t at) {
-  while (at < sql.size() && isWordByte(sql[at])) ++at;
-  return at;
-}
-
 /// Up to and including @p mark, which is searched for from @p from.
 Token through(std::string_view sql, std::string_view mark, std::size_t from, TokenKind kind) {
   const std::size_t at = sql.find(mark, from);
@@ -44,37 +39,25 @@ Token through(std::string_view sql, std::string_view mark, std::size_t from, Tok
   return {kind, at + mark.size()};
 }
 
-/// Block comments nest in standard SQL.
 Token nestedComment(std::string_view sql, std::size_t at) {
   int depth = 0;
-  for (; at < sql.size(); ++at) {
-    if (startsAt(sql, at, "/*")) {
-      ++depth;
-      ++at;
-    } else if (startsAt(sql, at, "*/")) {
-      ++at;
-      if (--depth == 0) return {TokenKind::blank, at + 1};
-    }
-  }
-  return {TokenKind::unfinished, sql.size()};
-}
-
-/// Where a mark ends after which code for some servers only follows: MySQL's "/*!", MariaDB's "/*M!", either with a
-/// version. @return @p at when there is none
-std::size_t endOfCodeMark(std::string_view sql, std::size_t at) {
-  for (std::string_view mark : {"/*!", "/*M!"}) {
-    if (startsAt(sql, at, mark)) return std::min(sql.find_first_not_of("0123456789", at + mark.size()), sql.size());
-  }
-  return at;
+  do {
+    at = sql.find_first_of("/*", at);
+    const std::string_view mark = sql.substr(std::min(at, sql.size()), 2);
+    if (mark.size() < 2) return {TokenKind::unfinished, sql.size()};
+    if (mark == "/*") ++depth;
+    if (mark == "*/") --depth;
+    at += mark == "/*" || mark == "*/" ? 2 : 1;
+  } while (depth > 0);
+  return {TokenKind::blank, at};
 }
 
 /// A doubled quote reads as two quoted texts in a row, which splits the script at the same places.
 Token quoted(std::string_view sql, std::size_t at, bool backslashes) {
-  if (!backslashes) return through(sql, sql.substr(at, 1), at + 1, TokenKind::other);
   const char quote = sql[at];
-  for (++at; at < sql.size(); ++at) {
+  const char stops[] = {quote, backslashes ? '\\' : quote, '\0'};
+  for (at = sql.find_first_of(stops, at + 1); at < sql.size(); at = sql.find_first_of(stops, at + 2)) {
     if (sql[at] == quote) return {TokenKind::other, at + 1};
-    if (sql[at] == '\\') ++at;
   }
   return {TokenKind::unfinished, sql.size()};
 }
@@ -97,18 +80,21 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   const char byte = sql[at];
   if (isBlank(byte)) return {TokenKind::blank, at + 1};
   if (beginsLineComment(sql, at, dialect)) return {TokenKind::blank, std::min(sql.find('\n', at), sql.size() - 1) + 1};
-  if (const std::size_t end = endOfCodeMark(sql, at); backslashes && end > at) return {TokenKind::other, end};
+  // After these marks comes code that some servers alone run: MySQL's and MariaDB's.
+  const bool isCode = startsAt(sql, at, "/*!") || startsAt(sql, at, "/*M!");
+  if (backslashes && isCode) return {TokenKind::other, sql.find('!', at) + 1};
   if (startsAt(sql, at, "/*")) {
     return dialect == Dialect::standard ? nestedComment(sql, at) : through(sql, "*/", at + 2, TokenKind::blank);
   }
-  if (byte == '\'' || byte == '"') return quoted(sql, at, backslashes);
-  if (byte == '`') return quoted(sql, at, false);
+  if (byte == '\'' || byte == '"' || byte == '`') return quoted(sql, at, backslashes && byte != '`');
   if (byte == '$' && !backslashes) return dollarQuoted(sql, at);
   if (!isWordByte(byte)) return {TokenKind::other, at + 1};
-  const std::size_t end = endOfWord(sql, at);
+  const std::size_t begin = at;
+  while (at < sql.size() && isWordByte(sql[at])) ++at;
   // PostgreSQL's E'...' knows backslashes whatever the settings.
-  const bool escapes = end == at + 1 && (byte == 'e' || byte == 'E') && end < sql.size() && sql[end] == '\'';
-  return escapes ? quoted(sql, end, true) : Token{TokenKind::word, end};
+  const bool escapes = at == begin + 1 && (byte == 'e' || byte == 'E') && startsAt(sql, at, "'");
+  if (escapes) return quoted(sql, at, true);
+  return {isDigit(byte) ? TokenKind::other : TokenKind::word, at};
 }
 
 using Words = std::vector<std::string>;

@@ -1,11 +1,11 @@
 #include "terminal/formats.h"
 
+#include <rapidjson/reader.h>
 #include <rapidjson/writer.h>
-#include <unistd.h>
+#include <strings.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <optional>
 #include <set>
 
 #include "terminal/display.h"
@@ -16,6 +16,35 @@ namespace kivosql {
 namespace {
 
 constexpr std::size_t kRowsForWidths = 1000;
+constexpr std::size_t kNone = std::string_view::npos;
+
+/// The columns' types are codes of java.sql.Types: TINYINT, BIGINT and NUMERIC to DOUBLE here.
+bool isNumeric(const Column& column) {
+  return column.type == -6 || column.type == -5 || (column.type >= 2 && column.type <= 8);
+}
+
+bool isBoolean(const Column& column) { return column.type == -7 || column.type == 16; }  // BIT, BOOLEAN
+
+/// Whether JSON's grammar takes the text as a number.
+bool isJsonNumber(std::string_view text) {
+  // Other JSON begins otherwise, and blanks may stand at either end of it.
+  const std::string_view digits = "-0123456789";
+  if (text.empty() || digits.find(text.front()) == kNone || digits.find(text.back(), 1) == kNone) return false;
+  rapidjson::MemoryStream stream(text.data(), text.size());
+  static rapidjson::Reader reader;  // keeps its memory
+  rapidjson::BaseReaderHandler<> ignore;
+  return !reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, ignore).IsError();
+}
+
+/// What databases write for true and false; nothing for other text.
+std::optional<bool> booleanOf(const std::string& text) {
+  // Every second one means true.
+  constexpr const char* kWords[] = {"f", "t", "false", "true", "0", "1"};
+  for (int word = 0; word < 6; ++word) {
+    if (strcasecmp(text.c_str(), kWords[word]) == 0) return word % 2 == 1;
+  }
+  return {};
+}
 
 /// The heading as a row.
 Row namesOf(const std::vector<Column>& columns) {
@@ -30,7 +59,7 @@ class TableWriter : public Writer {
   using Writer::Writer;
 
   void begin(const std::vector<Column>& columns) override {
-    for (const Column& column : columns) right_.push_back(isNumeric(column.type));
+    for (const Column& column : columns) right_.push_back(isNumeric(column));
     widths_.assign(columns.size(), 0);
     row(namesOf(columns));
   }
@@ -132,10 +161,10 @@ class JsonWriter : public Writer {
   /// Members of an object need names of their own.
   void begin(const std::vector<Column>& columns) override {
     std::set<std::string> taken;
-    for (const Column& column : columns) {
-      std::string name = column.name;
-      for (int copy = 2; !taken.insert(name).second; ++copy) name = column.name + '_' + std::to_string(copy);
-      members_.push_back({name, isNumeric(column.type), isBoolean(column.type)});
+    members_ = columns;
+    for (Column& member : members_) {
+      const std::string name = member.name;
+      for (int copy = 2; !taken.insert(member.name).second; ++copy) member.name = name + '_' + std::to_string(copy);
     }
     if (isArray) out_.write("[\n");
   }
@@ -157,20 +186,14 @@ class JsonWriter : public Writer {
   }
 
  private:
-  struct Member {
-    std::string name;
-    bool isNumeric;
-    bool isBoolean;
-  };
-
   static rapidjson::SizeType size(std::string_view text) { return static_cast<rapidjson::SizeType>(text.size()); }
 
-  void writeValue(const Cell& cell, const Member& member) {
+  void writeValue(const Cell& cell, const Column& member) {
     if (cell.isNull) {
       json_.Null();
-    } else if (const auto truth = member.isBoolean ? booleanOf(cell.text) : std::nullopt; truth) {
+    } else if (const auto truth = isBoolean(member) ? booleanOf(std::string(cell.text)) : std::nullopt; truth) {
       json_.Bool(*truth);
-    } else if (member.isNumeric && isJsonNumber(cell.text)) {
+    } else if (isNumeric(member) && isJsonNumber(cell.text)) {
       // As it stands: no digit of a long number may be lost.
       json_.RawValue(cell.text.data(), cell.text.size(), rapidjson::kNumberType);
     } else {
@@ -179,7 +202,7 @@ class JsonWriter : public Writer {
   }
 
   rapidjson::Writer<Output> json_;
-  std::vector<Member> members_;
+  std::vector<Column> members_;
   const char* separator_ = "";
 };
 
@@ -193,38 +216,6 @@ constexpr Results kBlankLine{"", "\n", ""};
 constexpr Results kOneArray{"[\n", ",\n", "]\n"};
 
 }  // namespace
-
-Output& Output::write(std::string_view text) {
-  while (!text.empty()) {
-    if (used_ == buffer_.size()) flush();
-    const std::size_t length = text.copy(buffer_.data() + used_, buffer_.size() - used_);
-    used_ += length;
-    text.remove_prefix(length);
-  }
-  return *this;
-}
-
-Output& Output::fill(std::string_view text, std::size_t times) {
-  while (times-- > 0) write(text);
-  return *this;
-}
-
-bool Output::flush() {
-  for (std::size_t written = 0; written < used_ && good();) {
-    const ssize_t length = ::write(descriptor_, buffer_.data() + written, used_ - written);
-    if (length >= 0) {
-      written += static_cast<std::size_t>(length);
-    } else if (errno != EINTR) {
-      error_ = errno;
-    }
-  }
-  used_ = 0;
-  return good();
-}
-
-bool Output::abandoned() const { return error_ == EPIPE; }
-
-std::string Output::reason() const { return std::strerror(error_); }
 
 const Format kFormats[4] = {
     {"table", "aligned, for a terminal", "∅", true, false, kNothingBetween, make<TableWriter>},

@@ -1,17 +1,19 @@
 #pragma once
 
-#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "sql/sql_types.h"
+#include "sql/rows.h"
 
 namespace kivosql {
 
-/// Standard output, written in large pieces. It is also a stream in the sense of RapidJSON, hence the capital letters.
+/// Standard output. It is also a stream in the sense of RapidJSON, hence the capital letters.
 ///
 /// After a failed write good() is false, and whoever produces the rest may stop. SIGPIPE does not reach the process,
 /// since the Java VM handles it: a reader that went away is a failed write too.
@@ -19,33 +21,40 @@ class Output {
  public:
   using Ch = char;
 
-  /// @param descriptor stays open.
-  explicit Output(int descriptor) : descriptor_(descriptor) {}
-  ~Output() { flush(); }
-  Output(const Output&) = delete;
-  Output& operator=(const Output&) = delete;
+  /// @param file stays open.
+  explicit Output(std::FILE* file) : file_(file) {}
 
-  void Put(char byte) {
-    if (used_ == buffer_.size()) flush();
-    buffer_[used_++] = byte;
-  }
+  void Put(char byte) { check(putc_unlocked(byte, file_) != EOF); }
   void Flush() {}
 
-  Output& write(std::string_view text);
-  Output& fill(std::string_view text, std::size_t times);
-  bool flush();
+  Output& write(std::string_view text) {
+    check(fwrite_unlocked(text.data(), 1, text.size(), file_) == text.size());
+    return *this;
+  }
+
+  Output& fill(std::string_view text, std::size_t times) {
+    while (times-- > 0) write(text);
+    return *this;
+  }
+
+  bool flush() {
+    check(fflush_unlocked(file_) == 0);
+    return good();
+  }
 
   bool good() const { return error_ == 0; }
   /// Whether the reader went away, which is no error.
-  bool abandoned() const;
+  bool abandoned() const { return error_ == EPIPE; }
   /// The system's text for the failed write.
-  std::string reason() const;
+  std::string reason() const { return std::strerror(error_); }
 
  private:
-  int descriptor_;
+  void check(bool written) {
+    if (!written && good()) error_ = errno;
+  }
+
+  std::FILE* file_;
   int error_ = 0;
-  std::size_t used_ = 0;
-  std::array<char, std::size_t{64} * 1024> buffer_;
 };
 
 struct Style {

@@ -5,7 +5,7 @@
 
 #include <cctype>
 #include <cstdio>
-#include <regex>
+#include <cstdlib>
 
 #include "terminal/display.h"
 
@@ -72,24 +72,18 @@ std::string masked(std::string text) {
   return text;
 }
 
-void draw(const std::string& text) {
-  for (std::size_t written = 0; written < text.size();) {
-    const ssize_t length = write(errors, text.data() + written, text.size() - written);
-    if (length <= 0) return;
-    written += static_cast<std::size_t>(length);
-  }
-}
+void draw(const std::string& text) { dprintf(errors, "%s", text.c_str()); }
 
 void say(const std::string& text) { draw(visible(masked(text), "\n\t") + '\n'); }
 
 void complain(const std::string& text) { say("kivosql: " + abridged(visible(masked(text)), kMaxCells)); }
 
 std::string faultLine(const std::string& sql, const std::string& errorText) {
-  static const std::regex position("\n  Position: ([0-9]{1,9})");
-  std::smatch found;
-  if (!std::regex_search(errorText, found, position)) return {};
+  constexpr std::string_view kMark = "\n  Position: ";
+  const std::size_t mark = errorText.find(kMark);
+  if (mark == std::string::npos) return {};
   std::size_t place = 0;
-  std::size_t left = std::stoul(found[1]);
+  std::size_t left = std::strtoul(errorText.c_str() + mark + kMark.size(), nullptr, 10);
   for (; left > 1 && place < sql.size(); --left) place = endOfCharacter(sql, place);
   if (left != 1) return {};
   const std::size_t begin = place == 0 ? 0 : sql.rfind('\n', place - 1) + 1;

@@ -6,7 +6,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -20,15 +19,13 @@ namespace {
 
 constexpr const char* kVariable = "KIVO_PASSWORD";
 
-/// What a URL with a password in it matches. POSIX expressions, since those of C++ overflow the stack on a long one.
-constexpr const char* kPasswords[] = {
-    "(password|passwd|passphrase|pwd)=",
-    "[?&;]pass=",
-    "^jdbc:(q|kx):([^:]*:){3}",   // kdb+: host:port:user:password
-    "^jdbc:oracle:[^@]*/[^@]*@",  // thin:user/password@host
+/// What a URL with a password in it matches. A POSIX expression, since those of C++ overflow the stack on a long one.
+constexpr const char* kHoldsPassword =
+    "(password|passwd|passphrase|pwd)=|[?&;]pass="
+    "|^jdbc:(q|kx):([^:]*:){3}"   // kdb+: host:port:user:password
+    "|^jdbc:oracle:[^@]*/[^@]*@"  // thin:user/password@host
     // //user:password@host, but not //host:port/path@ with several hosts or IPv6 addresses.
-    "//(\\[[^]]*]|[^:/?;@[]|:[0-9]*,)*:[0-9]*([^0-9,/?;@][^@]*)?@",
-};
+    "|//(\\[[^]]*]|[^:/?;@[]|:[0-9]*,)*:[0-9]*([^0-9,/?;@][^@]*)?@";
 
 /// Reads up to the end of the line, LF or CRLF. @return false when a signal interrupted it
 bool readLine(int descriptor, std::string& line) {
@@ -100,14 +97,11 @@ std::string findPassword(const std::string& user, const std::string& file) {
 }
 
 bool holdsPassword(const std::string& url) {
-  const auto matches = [&url](const char* form) {
-    regex_t compiled;
-    const bool found = regcomp(&compiled, form, REG_EXTENDED | REG_ICASE | REG_NOSUB) == 0 &&
-                       regexec(&compiled, url.c_str(), 0, nullptr, 0) == 0;
-    regfree(&compiled);
-    return found;
-  };
-  return std::any_of(std::begin(kPasswords), std::end(kPasswords), matches);
+  regex_t form;
+  const bool found = regcomp(&form, kHoldsPassword, REG_EXTENDED | REG_ICASE | REG_NOSUB) == 0 &&
+                     regexec(&form, url.c_str(), 0, nullptr, 0) == 0;
+  regfree(&form);
+  return found;
 }
 
 }  // namespace kivosql

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,15 +18,5 @@ struct Cell {
   bool isNull = false;
 };
 using Row = std::vector<Cell>;
-
-/// @param type a code of java.sql.Types
-bool isNumeric(int type);
-bool isBoolean(int type);
-
-/// Whether JSON's grammar takes the text as a number.
-bool isJsonNumber(std::string_view text);
-
-/// What databases write for true and false; nothing for other text.
-std::optional<bool> booleanOf(std::string_view text);
 
 }  // namespace kivosql
