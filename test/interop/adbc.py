@@ -26,6 +26,7 @@ import pyarrow
 from adbc_driver_manager import dbapi
 
 from databases import OPENS, databases, ignite_cluster, jars
+from typed import Typed
 
 ROWS = 3000
 
@@ -333,8 +334,8 @@ def main():
         for database in databases(found, values(postgres), values(mariadb), port):
             database.options["adbc.jdbc.jvm_options"] = " ".join(OPENS)
             kind = (Cancelling if database.endless else Transactions) if database.has_transactions else Clients
-            kinds = (Returning, kind) if database.returns_rows else (kind,)
-            tests.addTest(load(type("On" + database.name, kinds, {"database": database})))
+            mixed = [mixin for mixin, has in ((Returning, database.returns_rows), (Typed, database.typed)) if has]
+            tests.addTest(load(type("On" + database.name, (*mixed, kind), {"database": database})))
         tests.addTest(load(Processes))
         worked = unittest.TextTestRunner(verbosity=2).run(tests).wasSuccessful()
     sys.exit(not worked)

@@ -9,6 +9,8 @@ import subprocess
 import tempfile
 import urllib.request
 
+from typed import ROWS
+
 HERE = pathlib.Path(__file__).parent
 MAVEN = "https://repo1.maven.org/maven2/"
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "kivo" / "jars"
@@ -88,7 +90,8 @@ class Database:
         self.has_transactions = differing.get("has_transactions", True)
         # From an insert.
         self.returns_rows = differing.get("returns_rows", False)
-        self.creates_tables = differing.get("creates_tables", True)
+        # How it writes what typed.py reads; None where it lacks some type.
+        self.typed = differing.get("typed")
         # The SQLStates of a missing table; None where the driver has none.
         self.missing_table = differing.get("missing_table")
 
@@ -98,10 +101,12 @@ def databases(found, postgres, mariadb, ignite_port):
     pairs = "select count(*) from {0} a, {0} b, {0} c, {0} d"
     return [
         Database("H2", "jdbc:h2:mem:interop", DEBIAN + "h2.jar", missing_table=("42S02", "42S04"), binary="varbinary(20)",
-                 endless=pairs.format("system_range(1, 100000)")),
+                 endless=pairs.format("system_range(1, 100000)"),
+                 typed={"numbers": f"system_range(1, {ROWS})", "bytes": "x'00ff'"}),
         Database("PostgreSQL", "jdbc:postgresql://{HOST}:{PORT}/{DATABASE}".format(**postgres),
                  DEBIAN + "postgresql.jar", postgres["USER"], postgres["PASSWORD"], binary="bytea",
-                 missing_table=("42P01",), endless="select pg_sleep(600)", returns_rows=True),
+                 missing_table=("42P01",), endless="select pg_sleep(600)", returns_rows=True,
+                 typed={"numbers": f"generate_series(1, {ROWS}) as numbers(x)", "bytes": "'\\x00ff'::bytea"}),
         Database("MariaDB", "mariadb://{HOST}:{PORT}/{DATABASE}".format(**mariadb),
                  DEBIAN + "mariadb-java-client.jar", mariadb["USER"], mariadb["PASSWORD"], timestamp="datetime(6)",
                  double="double", missing_table=("42S02",), endless="select sleep(600)", returns_rows=True),
@@ -112,5 +117,5 @@ def databases(found, postgres, mariadb, ignite_port):
                  missing_table=("42S02",), endless=pairs.format("range(100000)")),
         Database("Ignite", f"jdbc:ignite:thin://127.0.0.1:{ignite_port}",
                  found["ignite-core"] + ":" + found["cache-api"], double="double", binary="binary(20)",
-                 missing_table=("42000",), has_transactions=False, creates_tables=False),
+                 missing_table=("42000",), has_transactions=False),
     ]
