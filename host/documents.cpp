@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/command_line.h"
+#include "cli/args.h"
 #include "kivo_version.h"
 
 namespace {

@@ -13,11 +13,6 @@ namespace {
 
 using namespace kivosql;
 
-void addPassword(Options& options) {
-  options.target.password = findPassword(options.target.user, options.passwordFile);
-  keepSecret(options.target.password);
-}
-
 void startJava(const Options& options) {
   const Jvm jvm = kivo::findJvm(options.jvm);
   const ClassPath classPath = findClassPath(options.classPath);
@@ -59,7 +54,8 @@ int main(int argc, char** argv) {
   ExitCode code = kDone;
   const auto failure = attempt([&] {
     if (!parse(argc, argv, options)) return;
-    addPassword(options);
+    options.target.password = findPassword(options.target.user, options.passwordFile);
+    keepSecret(options.target.password);
     Output out(stdout);
     code = options.command->run == nullptr ? runDoctor(options, out) : work(options, out);
   });

@@ -108,7 +108,7 @@ TEST(Kivosql, ReadsCsv) {
   };
   for (const auto& row : rows) {
     std::istringstream input(row.csv);
-    CsvReader reader(input);
+    CsvReader reader(*input.rdbuf());
     std::vector<Texts> found;
     const auto failure = attempt([&] {
       for (std::vector<CsvField> record; reader.next(record);) {

@@ -1,8 +1,8 @@
 #include "cli/args.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "cli/command_line.h"
 #include "cli/commands.h"
 #include "kivo_version.h"
 #include "session/java_vm.h"
@@ -31,8 +31,6 @@ The password comes from --password-file, from KIVO_PASSWORD or from a prompt; ne
 Exit codes: 0 done, 1 a statement failed, 2 wrong use, 3 no connection, 4 no Java VM, 130 interrupted
 (143 by SIGTERM, 129 by SIGHUP).)";
 
-constexpr const char* kEmbedded = "jdbc:h2:mem:kivosql";
-
 /// An option whose value is the name of a table's row.
 template <typename Row, std::size_t Size>
 void addChoice(CLI::App& app, const std::string& option, const Row (&table)[Size], const Row*& chosen,
@@ -58,12 +56,6 @@ CLI::Validator noPassword(const std::string& before) {
                                          : "";
   };
   return {check, ""};
-}
-
-/// SQL and names go to Java as text; a file's name is only bytes.
-const CLI::Validator& utf8() {
-  static const CLI::Validator check([](const std::string& text) { return isUtf8(text) ? "" : "not UTF-8"; }, "");
-  return check;
 }
 
 /// Help of a command has the program's own options too.
@@ -122,13 +114,15 @@ void addCommands(CLI::App& app, Options& options) {
   app.fallthrough();  // options may follow the command too
   app.require_subcommand(1);
   app.option_defaults()->group("Options");
+  const CLI::Validator isUtf8Text([](const std::string& text) { return isUtf8(text) ? "" : "not UTF-8"; }, "");
   for (const Command& command : kCommands) {
     CLI::App* added = app.add_subcommand(command.name, command.about);
     added->callback([&options, &command] { options.command = &command; });
     for (std::size_t argument = 0; argument < 2 && command.arguments[argument].name != nullptr; ++argument) {
       const Argument& row = command.arguments[argument];
       CLI::Option* option = added->add_option(row.name, options.arguments[argument], row.about)->required();
-      if (std::string_view(row.name) != "FILE") option->check(utf8());
+      // SQL and names go to Java as text; a file's name is only bytes.
+      if (std::string_view(row.name) != "FILE") option->check(isUtf8Text);
     }
   }
   CLI::App* const run = app.get_subcommand("run");
@@ -149,7 +143,7 @@ void addCommands(CLI::App& app, Options& options) {
 std::string faultOf(Options& options) {
   Target& target = options.target;
   const Carrier& carrier = *options.carrier;
-  if (target.type.empty() && target.url.empty()) target.url = kEmbedded;
+  if (target.type.empty() && target.url.empty()) target.url = "jdbc:h2:mem:kivosql";
   if (!target.type.empty() && !carrier.isComplete) return std::string("--through ") + carrier.name + " needs --url";
   if (!carrier.takesAnyScheme && target.type.empty() && target.url.rfind("jdbc:", 0) != 0) {
     return "--url must begin with jdbc:, as in jdbc:postgresql://HOST/DATABASE, jdbc:mariadb://HOST/DATABASE or "

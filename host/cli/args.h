@@ -8,6 +8,10 @@
 #include "session/session.h"
 #include "terminal/formats.h"
 
+namespace CLI {
+class App;
+}
+
 namespace kivosql {
 
 struct Command;
@@ -38,6 +42,9 @@ struct Options {
   const Command* command = nullptr;
   std::vector<std::string> arguments;  ///< the command's own, as many as it has
 };
+
+/// Describes the command line: the table that --help, the man page and the completions are made of.
+void addCommandLine(CLI::App& app, Options& options);
 
 /// Throws Failure on wrong use. @return false when help was shown and nothing is to be done
 bool parse(int argc, char** argv, Options& options);

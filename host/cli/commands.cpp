@@ -1,10 +1,10 @@
 #include "cli/commands.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
-#include <cctype>
-#include <cstdio>
-#include <filesystem>
-#include <iostream>
 #include <iterator>
 
 #include "sql/statement_splitter.h"
@@ -102,9 +102,8 @@ ExitCode runStatement(Context& context, const Statement& statement, Run run, con
 
 /// Reads the statements of a file, or of standard input for "-".
 std::string readScript(const std::string& path) {
-  std::ifstream file;
-  std::string script(std::istreambuf_iterator<char>(openInput(path, file).rdbuf()), {});
-  checkStandardInput();
+  auto file = openInput(path);
+  std::string script(std::istreambuf_iterator<char>(&file), {});
   if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
   const std::size_t nul = script.find('\0');
   if (nul == std::string::npos) return script;
@@ -153,40 +152,20 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
   return worst;
 }
 
-bool isPartOfName(char byte) {
-  const auto code = static_cast<unsigned char>(byte);
-  return std::isalnum(code) != 0 || byte == '_' || byte == '$' || byte == '#' || code >= 0x80;
-}
-
 }  // namespace
-
-bool isTableName(const std::string& text) {
-  for (std::size_t at = 0;; ++at) {
-    const std::size_t begin = at;
-    const bool quoted = text[at] == '"' || text[at] == '`';
-    // Without a closing quote this is 0.
-    if (quoted) at = text.find(text[at], at + 1) + 1;
-    while (!quoted && isPartOfName(text[at])) ++at;
-    if (at <= begin + (quoted ? 2 : 0)) return false;
-    if (text[at] != '.') return at == text.size();
-  }
-}
 
 void checkTableName(const std::string& text) {
   if (!isTableName(text)) throw Failure('"' + text + "\" is not the name of a table", kWrongUse);
 }
 
-std::istream& openInput(const std::string& path, std::ifstream& file) {
-  if (path == "-") return std::cin;
-  std::error_code unknown;
+__gnu_cxx::stdio_filebuf<char> openInput(const std::string& path) {
+  const bool isStandard = path == "-";
+  const int descriptor = isStandard ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  __gnu_cxx::stdio_filebuf<char> file(descriptor, std::ios::in | std::ios::binary);
+  struct stat status {};
   // A folder can be opened, but not read.
-  if (!std::filesystem::is_directory(path, unknown)) file.open(path, std::ios::binary);
-  if (!file.is_open()) throw Failure("cannot read " + path, kWrongUse);
-  return file;
-}
-
-void checkStandardInput() {
-  if (std::ferror(stdin) != 0) throw Failure("cannot read standard input", kWrongUse);
+  if (file.is_open() && fstat(file.fd(), &status) == 0 && !S_ISDIR(status.st_mode)) return file;
+  throw Failure("cannot read " + (isStandard ? "standard input" : path), kWrongUse);
 }
 
 void checkInterrupt() {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <fstream>
-#include <istream>
+#include <ext/stdio_filebuf.h>
 #include <string>
 
 #include "cli/args.h"
@@ -58,15 +57,11 @@ constexpr Command kCommands[] = {
     {"doctor", "Check the set-up, and say how to fix what does not work", {}, false, nullptr},
 };
 
-/// @return the file, or standard input for "-".
-std::istream& openInput(const std::string& path, std::ifstream& file);
-
-/// Throws if standard input has ended with an error. Its stream ends in the same way; a file's stream throws.
-void checkStandardInput();
+/// Opens the file, or standard input for "-". Whoever reads from it gets an exception when that fails.
+__gnu_cxx::stdio_filebuf<char> openInput(const std::string& path);
 
 /// Throws unless @p text is a table's name, qualified or quoted, and nothing else: it is put into SQL unchanged.
 void checkTableName(const std::string& text);
-bool isTableName(const std::string& text);
 
 /// Reports a failure, which may be the effect of an interrupt. @param place comes first. @return the code to end with
 ExitCode report(Context& context, const Failure& failure, const std::string& place);

@@ -31,7 +31,7 @@ std::string range(unsigned long long first, unsigned long long last) {
 /// The records of a CSV file, checked.
 class Records {
  public:
-  Records(const std::string& path, std::istream& input) : path_(path), reader_(input) {}
+  Records(const std::string& path, std::streambuf& input) : path_(path), reader_(input) {}
 
   /// Reads the header. @return those of @p columns that it names, in its order
   std::vector<Column> header(const std::vector<Column>& columns, const std::string& table) {
@@ -70,7 +70,6 @@ class Records {
   bool read(Record& record) {
     bool found = false;
     const auto failure = attempt([&] { found = reader_.next(record); });
-    checkStandardInput();
     if (failure) fail(failure->what());
     return found;
   }
@@ -96,7 +95,7 @@ struct Outcome {
 /// Loads one file into one table.
 class Loader {
  public:
-  Loader(Context& context, std::istream& input)
+  Loader(Context& context, std::streambuf& input)
       : context_(context), writing_(*context.session.writing()), records_(path_, input) {}
 
   ExitCode run() {
@@ -122,7 +121,8 @@ class Loader {
     undoes_ = rows_->undoes();
     if (context_.options.singleTransaction) begin();
     for (Record record; records_.next(record, columns.size());) {
-      add(record);
+      for (const CsvField& field : record) rows_->add({field.text, !field.quoted && field.text == null_});
+      lines_.push_back(records_.line());
       if (lines_.size() >= context_.options.batchRows || rows_->bytes() >= kMaxBatchBytes) store();
     }
     store();
@@ -137,11 +137,6 @@ class Loader {
     asOne_ = true;
   }
 
-  void add(const Record& record) {
-    for (const CsvField& field : record) rows_->add({field.text, !field.quoted && field.text == null_});
-    lines_.push_back(records_.line());
-  }
-
   /// Stores the batch.
   void store() {
     checkInterrupt();
@@ -152,7 +147,6 @@ class Loader {
     if (const auto unwritten = asOne_ ? std::nullopt : sync()) failure = unwritten;
     if (failure) diagnose(*failure);
     outcome_.stored = outcome_.tried;
-    rows_->clear();
     lines_.clear();
     progress_.advance(outcome_.stored);
   }
@@ -223,8 +217,8 @@ class Loader {
 
 ExitCode runLoad(Context& context) {
   checkTableName(context.options.arguments[1]);
-  std::ifstream file;
-  return Loader(context, openInput(context.options.arguments[0], file)).run();
+  auto file = openInput(context.options.arguments[0]);
+  return Loader(context, file).run();
 }
 
 }  // namespace kivosql

@@ -15,7 +15,7 @@ class BlockRows {
  public:
   /// @param number of the first column, as the source counts them. @return false if a column cannot be described.
   template <typename Source>
-  bool describe(Source& source, int number) {
+  bool open(Source& source, int number, int blockRows) {
     columns_.clear();
     const int count = source.getNumColumns();
     for (const int end = number + count; number < end; ++number) {
@@ -23,16 +23,13 @@ class BlockRows {
       if (!source.getColumnInfo(number, column.name, column.type)) return false;
       columns_.push_back({fromJava(column.name), column.type, typeName(source.env, column.type)});
     }
-    return count >= 0;
-  }
-
-  template <typename Source>
-  void open(Source& source, int blockRows) {
+    if (count < 0) return false;
     RowBlocksOptions options;
     options.standardUtf8 = true;
     options.maxRows = blockRows;
     blocks_.emplace(source, options);
     row_ = 0;
+    return true;
   }
 
   bool next(Row& row) {

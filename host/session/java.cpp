@@ -3,8 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
+#include <regex>
 #include <sstream>
 
 #include "JavaVmHost.h"
@@ -14,32 +13,22 @@ namespace kivosql {
 
 namespace {
 
-/// Drops the text up to and including the first @p mark.
-void dropThrough(std::string_view& text, std::string_view mark) {
-  const std::size_t at = text.find(mark);
-  if (at != std::string_view::npos) text.remove_prefix(at + mark.size());
-}
-
-/// The exception's class without its package, and its message; nothing for a line of a stack trace.
-std::string_view message(std::string_view line) {
-  const std::size_t indent = std::min(line.find_first_not_of(" \t\r"), line.size());
-  line.remove_prefix(indent);
-  if (indent > 0 && (line.rfind("at ", 0) == 0 || line.rfind("... ", 0) == 0)) return {};
-  if (line.rfind("Exception in thread \"", 0) == 0) dropThrough(line, "\" ");
-  if (line.rfind("Caused by: ", 0) == 0) dropThrough(line, ": ");
-  const std::size_t word = line.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_.");
-  const bool hasPackage = word != std::string_view::npos && word > 0 && line[word - 1] == '.' &&
-                          std::isupper(static_cast<unsigned char>(line[word])) != 0;
-  return line.substr(hasPackage ? word : 0);
-}
-
-/// Causes repeat one another, often under another exception's name.
-void append(std::string& paragraph, std::string_view text) {
-  std::string_view unnamed = text;
-  dropThrough(unnamed, ": ");
+/// Adds a line of Java's without what stands before an exception's message: the thread or that it is a cause, and the
+/// package of its class. Nothing is added for a line of a trace, nor twice: causes repeat one another, often under
+/// another exception's name.
+void append(std::string& paragraph, const std::string& line) {
+  // These expressions overflow the stack on a long match.
+  static const std::regex trace(R"(^\s{1,9}(at|\.\.\.) )");
+  static const std::regex start(
+      R"(^\s{0,9}(Exception in thread "[^"]{0,99}" |Caused by: )?([a-z0-9_.]{0,99}\.(?=[A-Z]))?)");
+  constexpr auto kAtBegin = std::regex_constants::match_continuous;
+  std::smatch found;
+  if (std::regex_search(line, trace, kAtBegin) || !std::regex_search(line, found, start, kAtBegin)) return;
+  const std::string text = found.suffix();
+  const std::size_t name = text.find(": ");
+  const std::string unnamed = text.substr(name == std::string::npos ? 0 : name + 2);
   if (text.empty() || paragraph.find(unnamed) != std::string::npos) return;
-  if (!paragraph.empty()) paragraph += ' ';
-  paragraph += text;
+  paragraph += (paragraph.empty() ? "" : " ") + text;
 }
 
 /// Runs @p work on a thread that is not attached.
@@ -63,7 +52,7 @@ std::string fromJava(std::string_view text) { return kivo::utf8::toStandard(text
 std::string readable(const std::string& text, const std::string& descriptions) {
   std::string paragraph;
   std::istringstream lines(text + '\n' + descriptions);
-  for (std::string line; std::getline(lines, line);) append(paragraph, message(line));
+  for (std::string line; std::getline(lines, line);) append(paragraph, line);
   return paragraph.empty() ? "the operation failed, and Java gave no reason" : paragraph;
 }
 

@@ -13,8 +13,7 @@ class JdbcSession : public Session {
     std::string text = toJava(sql);
     failed_ = true;
     check(database_.setAutoCommit(false));
-    check(database_.executeQuery(text, maxRows) && rows_.describe(database_, 0));
-    rows_.open(database_, blockRows);
+    check(database_.executeQuery(text, maxRows) && rows_.open(database_, 0, blockRows));
     failed_ = false;
     return rows_.columns();
   }

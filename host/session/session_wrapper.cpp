@@ -21,15 +21,12 @@ void RowLoader::add(const Cell& value) {
   ends_.push_back(value.isNull ? ~end : end);
 }
 
-void RowLoader::clear() {
-  ends_.clear();
-  text_.clear();
-}
-
 void RowLoader::store() {
   // Java counts the bytes of a text in an int.
   if (text_.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
   checkObject(env_, loader_, callWithRows<bool>("store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
+  ends_.clear();
+  text_.clear();
 }
 
 std::optional<std::size_t> RowLoader::failedRow(Failure& why) {
@@ -57,8 +54,7 @@ std::optional<Result> RowLoader::callWithRows(const char* method, const char* si
 }
 
 std::vector<Column> WrapperSession::query(const std::string& sql, int maxRows, int blockRows) {
-  check(database_.executeQuery(toJava(sql), maxRows) && rows_.describe(database_, 1));
-  rows_.open(database_, blockRows);
+  check(database_.executeQuery(toJava(sql), maxRows) && rows_.open(database_, 1, blockRows));
   return rows_.columns();
 }
 

@@ -18,11 +18,10 @@ class RowLoader {
 
   /// Adds a value to the rows that are not stored yet.
   void add(const Cell& value);
-  void clear();
   std::size_t bytes() const { return text_.size() + ends_.size() * sizeof(ends_[0]); }
 
-  /// Stores the added rows as one transaction. After a failure none is stored, unless the table cannot undo rows or the
-  /// connection is broken.
+  /// Stores the added rows as one transaction, and is empty again. After a failure none is stored, unless the table
+  /// cannot undo rows or the connection is broken.
   void store();
 
   /// Finds the row for which store() has just failed: stores the rows one by one and undoes them. Only for a table that

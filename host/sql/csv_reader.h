@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <istream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -16,7 +16,7 @@ struct CsvField {
 class CsvReader {
  public:
   /// @param input outlives the reader.
-  explicit CsvReader(std::istream& input) : input_(*input.rdbuf()) {}
+  explicit CsvReader(std::streambuf& input) : input_(input) {}
 
   /// Throws Failure on text that is no CSV. @return false at the end.
   bool next(std::vector<CsvField>& record);

@@ -133,6 +133,18 @@ Dialect dialectOf(std::string_view url) {
   return Dialect::standard;
 }
 
+bool isTableName(const std::string& text) {
+  for (std::size_t at = 0;; ++at) {
+    const std::size_t begin = at;
+    const bool quoted = text[at] == '"' || text[at] == '`';
+    // Without a closing quote this is 0.
+    if (quoted) at = text.find(text[at], at + 1) + 1;
+    while (!quoted && (isWordByte(text[at]) || text[at] == '#')) ++at;
+    if (at <= begin + (quoted ? 2 : 0)) return false;
+    if (text[at] != '.') return at == text.size();
+  }
+}
+
 std::vector<Statement> splitStatements(std::string_view script, Dialect dialect) {
   std::vector<Statement> statements;
   Statement current;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,6 +27,9 @@ struct Statement {
 /// Splits a script at the semicolons outside quotes, dollar quotes and comments. Blanks and comments alone are not a
 /// statement. @param script outlives the statements.
 std::vector<Statement> splitStatements(std::string_view script, Dialect dialect);
+
+/// Whether the text is a table's name, qualified or quoted, and nothing else.
+bool isTableName(const std::string& text);
 
 /// Whether the statement returns rows, judged by its words.
 bool givesRows(std::string_view statement, Dialect dialect);
