@@ -30,8 +30,8 @@ void flush(Output& out) {
   if (!out.flush() && !out.abandoned()) throw Failure("cannot write: " + out.reason());
 }
 
-/// Writes the rows of the query that the session has begun. @return how many
-unsigned long long writeRows(Context& context, const std::vector<Column>& columns, Progress& progress) {
+/// Writes the rows of the query that the session has begun.
+void writeRows(Context& context, const std::vector<Column>& columns, Progress& progress) {
   const std::unique_ptr<Writer> writer = makeWriter(context);
   if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
   writer->begin(columns);
@@ -41,26 +41,25 @@ unsigned long long writeRows(Context& context, const std::vector<Column>& column
       checkInterrupt();
       writer->row(row);
       progress.advance(++rows);
-      if (outputOnTerminal()) context.out.flush();
+      if (outputOnTerminal) context.out.flush();
     }
   });
   // A result that a failure cut off stays open, unless the script goes on.
   if (!failure || (context.options.keepGoing && !context.options.format->forPeople)) writer->end(rows);
   if (failure) throw Failure(*failure);
-  return rows;
 }
 
 void query(Context& context, const std::string& sql) {
   Progress progress;
   // A person sees each row as it comes.
-  const int blockRows = outputOnTerminal() ? 1 : kBlockRows;
+  const int blockRows = outputOnTerminal ? 1 : kBlockRows;
   const std::vector<Column> columns = context.session.query(sql, context.options.maxRows, blockRows);
   // On one terminal the rows and the moving line would run into each other.
-  if (outputOnTerminal()) progress.stop();
-  const unsigned long long rows = writeRows(context, columns, progress);
+  if (outputOnTerminal) progress.stop();
+  writeRows(context, columns, progress);
   flush(context.out);
   progress.stop();
-  showTiming(context, rows, progress);
+  if (context.options.timing) say(progress.text());
 }
 
 void update(Context& context, const std::string& sql) {
@@ -68,7 +67,8 @@ void update(Context& context, const std::string& sql) {
   const auto count = static_cast<unsigned>(context.session.writing()->update(sql));
   progress.stop();
   remark(context, counted(count, "row") + " changed");
-  showTiming(context, count, progress);
+  progress.advance(count);
+  if (context.options.timing) say(progress.text());
   flush(context.out);
 }
 
@@ -202,12 +202,6 @@ void remark(Context& context, const std::string& text) {
   } else {
     say(text);
   }
-}
-
-void showTiming(const Context& context, unsigned long long rows, const Progress& progress) {
-  if (!context.options.timing) return;
-  const auto rate = static_cast<unsigned long long>(static_cast<double>(rows) / progress.elapsed());
-  say(counted(rows, "row") + " in " + seconds(progress.elapsed()) + ", " + counted(rate, "row") + " per second");
 }
 
 ExitCode runQuery(Context& context) { return runOne(context, query); }

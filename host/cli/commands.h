@@ -77,9 +77,6 @@ std::string rollBack(WrapperSession& session);
 /// A remark between rows for a person, else on standard error.
 void remark(Context& context, const std::string& text);
 
-/// Shows how fast it was, with --timing.
-void showTiming(const Context& context, unsigned long long rows, const class Progress& progress);
-
 /// Checks everything, with a session of its own.
 ExitCode runDoctor(const Options& options, Output& out);
 

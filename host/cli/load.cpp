@@ -108,7 +108,7 @@ class Loader {
       return code;
     }
     remark(context_, counted(outcome_.stored, "row") + " stored in " + table_);
-    showTiming(context_, outcome_.stored, progress_);
+    if (context_.options.timing) say(progress_.text());
     return kDone;
   }
 
@@ -116,7 +116,7 @@ class Loader {
   void load() {
     std::vector<Column> columns = context_.session.describe(table_);
     if (!context_.options.noHeader) columns = records_.header(columns, table_);
-    rows_ = writing_.loader(table_, columns);
+    rows_.emplace(writing_.loader(table_, columns));
     durable_ = !attempt([this] { rows_->sync(); });
     undoes_ = rows_->undoes();
     if (context_.options.singleTransaction) begin();
@@ -203,9 +203,9 @@ class Loader {
   const std::string& table_ = context_.options.arguments[1];
   const std::string null_ = context_.options.null.value_or("");
   Records records_;
-  std::unique_ptr<RowLoader> rows_;  ///< the batch
-  std::vector<std::size_t> lines_;   ///< where each row of the batch begins
-  bool durable_ = false;             ///< the user may make the database write to disk
+  std::optional<RowLoader> rows_;   ///< the batch
+  std::vector<std::size_t> lines_;  ///< where each row of the batch begins
+  bool durable_ = false;            ///< the user may make the database write to disk
   bool undoes_ = true;
   bool asOne_ = false;  ///< all rows are one transaction, which is open
   bool committing_ = false;

@@ -71,13 +71,13 @@ JavaErrors::~JavaErrors() {
 }
 
 std::string JavaErrors::take() const {
-  const off_t size = lseek(file_, 0, SEEK_CUR);
-  if (size <= 0) return {};
-  std::string printed(static_cast<std::size_t>(size), '\0');
-  const ssize_t length = pread(file_, printed.data(), printed.size(), 0);
-  printed.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+  std::string printed;
+  char part[4096];
+  for (ssize_t length = 0; (length = pread(file_, part, sizeof part, static_cast<off_t>(printed.size()))) > 0;) {
+    printed.append(part, static_cast<std::size_t>(length));
+  }
   // Descriptor 2 shares the offset, so what comes next is written at the file's beginning.
-  if (ftruncate(file_, 0) == 0) lseek(file_, 0, SEEK_SET);
+  if (!printed.empty() && ftruncate(file_, 0) == 0) lseek(file_, 0, SEEK_SET);
   return printed;
 }
 

@@ -64,19 +64,18 @@ int WrapperSession::update(const std::string& sql) {
   return count;
 }
 
-std::unique_ptr<RowLoader> WrapperSession::loader(const std::string& table, const std::vector<Column>& columns) {
+RowLoader WrapperSession::loader(const std::string& table, const std::vector<Column>& columns) {
   std::string names;
   for (const Column& column : columns) names += column.name + '\0';
   JNIEnv* const env = database_.env;
   const jobject utilities = database_.utilitiesObject;
   const jstring javaTable = env->NewStringUTF(toJava(table).c_str());
   const jstring javaNames = javaTable == nullptr ? nullptr : env->NewStringUTF(toJava(names).c_str());
-  const auto made =
+  const auto loader =
       call<jobject>(env, utilities, "loader", "(Ljava/lang/String;Ljava/lang/String;)Lcom/ulvanejdbc/RowLoader;",
                     javaTable, javaNames);
-  const jobject loader = made ? env->NewGlobalRef(*made) : nullptr;
-  checkObject(env, utilities, loader != nullptr);
-  return std::make_unique<RowLoader>(env, loader);
+  checkObject(env, utilities, loader.value_or(nullptr) != nullptr);
+  return {env, *loader};
 }
 
 bool WrapperSession::connect(Target& java) {

@@ -10,11 +10,8 @@ namespace kivosql {
 /// Stores rows of text in one table, many at once. The companion jar does the work.
 class RowLoader {
  public:
-  /// @param loader the jar's RowLoader, a global reference that is owned from now on
+  /// @param loader the jar's RowLoader, a local reference of this thread, which returns to no Java code
   RowLoader(JNIEnv* env, jobject loader) : env_(env), loader_(loader) {}
-  ~RowLoader() { env_->DeleteGlobalRef(loader_); }
-  RowLoader(const RowLoader&) = delete;
-  RowLoader& operator=(const RowLoader&) = delete;
 
   /// Adds a value to the rows that are not stored yet.
   void add(const Cell& value);
@@ -64,7 +61,7 @@ class WrapperSession : public Session {
   void endTransaction(bool commit) { transact(commit ? "commitTransaction" : "rollbackTransaction"); }
 
   /// @param table its name as it stands in SQL. @param columns those to fill, with their exact names
-  std::unique_ptr<RowLoader> loader(const std::string& table, const std::vector<Column>& columns);
+  RowLoader loader(const std::string& table, const std::vector<Column>& columns);
 
  private:
   bool connect(Target& java) override;

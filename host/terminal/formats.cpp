@@ -211,18 +211,25 @@ std::unique_ptr<Writer> make(Output& out, const Style& style) {
   return std::make_unique<Made>(out, style);
 }
 
-constexpr Results kNothingBetween{"", "", ""};
-constexpr Results kBlankLine{"", "\n", ""};
-constexpr Results kOneArray{"[\n", ",\n", "]\n"};
-
 }  // namespace
 
 const Format kFormats[4] = {
-    {"table", "aligned, for a terminal", "∅", true, false, kNothingBetween, make<TableWriter>},
-    {"csv", "separated by commas; NULL is empty, an empty text is \"\"", "", false, true, kBlankLine, make<CsvWriter>},
-    {"json", "an array of objects; for a script an array of such arrays", "", false, false, kOneArray,
+    {"table", "aligned, for a terminal", "∅", true, false, {"", "", ""}, make<TableWriter>},
+    {"csv",
+     "separated by commas; NULL is empty, an empty text is \"\"",
+     "",
+     false,
+     true,
+     {"", "\n", ""},
+     make<CsvWriter>},
+    {"json",
+     "an array of objects; for a script an array of such arrays",
+     "",
+     false,
+     false,
+     {"[\n", ",\n", "]\n"},
      make<JsonWriter<true>>},
-    {"jsonl", "one object per line", "", false, false, kNothingBetween, make<JsonWriter<false>>},
+    {"jsonl", "one object per line", "", false, false, {"", "", ""}, make<JsonWriter<false>>},
 };
 
 }  // namespace kivosql

@@ -13,7 +13,7 @@ namespace kivosql {
 class Interrupt {
  public:
   /// @param cancel called on another thread; false when the database cannot be reached
-  explicit Interrupt(std::function<bool()> cancel);
+  explicit Interrupt(const std::function<bool()>& cancel);
   ~Interrupt();
   Interrupt(const Interrupt&) = delete;
   Interrupt& operator=(const Interrupt&) = delete;
@@ -25,10 +25,6 @@ class Interrupt {
   static int exitCode();
 
  private:
-  void watch();
-
-  std::function<bool()> cancel_;
-  int pipe_[2] = {-1, -1};
   std::thread watcher_;
 };
 

@@ -23,10 +23,7 @@ constexpr std::size_t kLeastInWords = 4;
 /// Standard error as it was at the start: a session may send descriptor 2 elsewhere (JavaErrors).
 const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
 
-std::string& secret() {
-  static std::string text;
-  return text;
-}
+std::string secret;
 
 bool isPartOfWord(char byte) {
   const auto unsignedByte = static_cast<unsigned char>(byte);
@@ -58,16 +55,15 @@ constexpr const char* kErase = "\r\x1B[K";
 
 }  // namespace
 
+const bool errorsOnTerminal = isatty(errors) == 1;
+const bool outputOnTerminal = isatty(STDOUT_FILENO) == 1;
+
 std::string masked(std::string text) {
-  const std::string& hidden = secret();
-  for (std::size_t at = 0; !hidden.empty() && (at = text.find(hidden, at)) != std::string::npos;) {
-    const bool standsAlone = !isInWord(text, at) && !isInWord(text, at + hidden.size());
-    if (standsAlone || hidden.size() >= kLeastInWords) {
-      text.replace(at, hidden.size(), "***");
-      at += 3;
-    } else {
-      ++at;
-    }
+  for (std::size_t at = 0; !secret.empty() && (at = text.find(secret, at)) != std::string::npos;) {
+    const bool standsAlone = !isInWord(text, at) && !isInWord(text, at + secret.size());
+    const bool hides = standsAlone || secret.size() >= kLeastInWords;
+    if (hides) text.replace(at, secret.size(), "***");
+    at += hides ? 3 : 1;
   }
   return text;
 }
@@ -92,17 +88,7 @@ std::string faultLine(const std::string& sql, const std::string& errorText) {
   return pointedAt(line, place - begin);
 }
 
-void keepSecret(const std::string& text) { secret() = text; }
-
-bool errorsOnTerminal() {
-  static const bool onTerminal = isatty(errors) == 1;
-  return onTerminal;
-}
-
-bool outputOnTerminal() {
-  static const bool onTerminal = isatty(STDOUT_FILENO) == 1;
-  return onTerminal;
-}
+void keepSecret(const std::string& text) { secret = text; }
 
 std::string grouped(unsigned long long number) {
   std::string digits = std::to_string(number);
@@ -114,14 +100,8 @@ std::string counted(unsigned long long number, const char* noun) {
   return grouped(number) + ' ' + noun + (number == 1 ? "" : "s");
 }
 
-std::string seconds(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.2f s", value);
-  return text;
-}
-
 Progress::Progress() {
-  if (errorsOnTerminal()) thread_ = std::thread([this] { run(); });
+  if (errorsOnTerminal) thread_ = std::thread([this] { run(); });
 }
 
 void Progress::stop() {
@@ -134,16 +114,18 @@ void Progress::run() {
   const std::future<void> stopping = stopping_.get_future();
   if (stopping.wait_for(kQuiet) == std::future_status::ready) return;
   do {
-    draw(kErase + line());
+    draw(kErase + text("/s"));
   } while (stopping.wait_for(kBeat) == std::future_status::timeout);
   draw(kErase);
 }
 
-std::string Progress::line() const {
-  const double elapsed = this->elapsed();
+std::string Progress::text(const char* perSecond) const {
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
   const unsigned long long rows = rows_;
-  return counted(rows, "row") + "  " + grouped(static_cast<unsigned long long>(double(rows) / elapsed)) + " rows/s  " +
-         seconds(elapsed);
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.2f s", elapsed.count());
+  const auto rate = static_cast<unsigned long long>(double(rows) / elapsed.count());
+  return counted(rows, "row") + " in " + seconds + ", " + grouped(rate) + " rows" + perSecond;
 }
 
 }  // namespace kivosql

@@ -27,18 +27,15 @@ void keepSecret(const std::string& text);
 /// The text without the secret.
 std::string masked(std::string text);
 
-/// Whether standard error, or standard output, is a terminal; determined once.
-bool errorsOnTerminal();
-bool outputOnTerminal();
+/// Whether standard error, or standard output, is a terminal.
+extern const bool errorsOnTerminal;
+extern const bool outputOnTerminal;
 
 /// A number with its thousands set apart.
 std::string grouped(unsigned long long number);
 
 /// "1 row", "2,000 rows".
 std::string counted(unsigned long long number, const char* noun);
-
-/// Seconds with two decimals.
-std::string seconds(double value);
 
 /// A moving line on standard error, if that is a terminal, while something takes longer than a second: rows, rate and
 /// time. The destructor removes it.
@@ -54,12 +51,11 @@ class Progress {
   /// Removes the line for good.
   void stop();
 
-  /// Seconds since it was made.
-  double elapsed() const { return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
+  /// How many rows there were, how long they took, and how many that is @p perSecond.
+  std::string text(const char* perSecond = " per second") const;
 
  private:
   void run();
-  std::string line() const;
 
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::atomic<unsigned long long> rows_{0};
