@@ -1,4 +1,4 @@
-"""Compiles and runs what README.md and docs/ show, and compares what they say that it prints.
+"""Compiles and runs what README.md and docs/ show, compares what they say that it prints, and follows their links.
 
 usage: docs_test.py BUILD COMPILER
 
@@ -23,8 +23,9 @@ import tempfile
 
 TREE = pathlib.Path(__file__).resolve().parents[1]
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.S | re.M)
+LINK = re.compile(r"\]\((?!https:)([^)#]+)")
 ELSEWHERE = ("python", "sh", "toml")
-HEADERS = [f"<{name}>" for name in ("cstdlib", "cstring", "iostream", "string", "thread", "vector")]
+HEADERS = [f"<{name}>" for name in ("cstdlib", "cstring", "iostream", "regex", "string", "thread", "vector")]
 HEADERS += [f'"{path.name}"' for path in sorted((TREE / "include").glob("*.h"))]
 FUNCTION = "".join(f"#include {header}\n" for header in HEADERS) + """
 int page(jdbcWrapper& database) {
@@ -52,8 +53,10 @@ class Page:
     def __init__(self, path, folder, build, compiler):
         self.name = path.relative_to(TREE).as_posix()
         self.folder, self.build, self.compiler = folder, build, compiler
-        self.fences = FENCE.findall(path.read_text())
-        self.faults = []
+        text = path.read_text()
+        self.fences = FENCE.findall(text)
+        links = LINK.findall(FENCE.sub("", text))
+        self.faults = [f"{self.name}: no file {link}" for link in links if not (path.parent / link).exists()]
         self.count = 0
         (folder / "build").mkdir(parents=True)
         (folder / "build" / "release").symlink_to(build)
