@@ -5,7 +5,6 @@ import java.util.Arrays;
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
 public final class BlockText {
   private static final int MAX_DIGITS = 20;
-  private static final int CHUNK = 256;
   private static final char REPLACEMENT = '\uFFFD';
 
   /** Near the longest array that a Java VM makes. */
@@ -14,7 +13,6 @@ public final class BlockText {
   private final boolean standard;
   private final int maxRowBytes;
   private final byte[] digits = new byte[MAX_DIGITS];
-  private final char[] chunk = new char[CHUNK];
   private byte[] bytes = new byte[1 << 14];
   private int length;
   private int rowStart;
@@ -42,21 +40,17 @@ public final class BlockText {
 
   public void put(String value) {
     int count = value.length();
-    int plain = 0;
-    while (plain < count && isPlain(value, plain, Math.min(plain + CHUNK, count)))
-      plain = Math.min(plain + CHUNK, count);
+    int plain = isPlain(value) ? count : 0;
     while (plain < count && isPlain(value.charAt(plain))) ++plain;
     putPlain(value, plain);
     if (plain < count) putWide(value, plain);
   }
 
-  /** Looks at a chunk without a branch for each character, which the VM turns into vector instructions. */
-  private boolean isPlain(String value, int start, int end) {
-    value.getChars(start, end, chunk, 0);
+  /** Looks at the characters without a branch for each. */
+  private boolean isPlain(String value) {
     int all = 0;
-    // For a zero, the second operand is negative.
-    for (int index = 0; index < end - start; ++index) all |= chunk[index] | chunk[index] - 1;
-    return all >= 0 && all < 0x80;
+    for (int index = 0; index < value.length(); ++index) all |= value.charAt(index);
+    return all < 0x80 && (standard || value.indexOf(0) < 0);
   }
 
   /** Puts the first characters of a string that are one byte each in both encodings. */
