@@ -54,7 +54,7 @@ public final class BlockCell {
   private Way chooseWay(Database database) throws SQLException {
     if (kind == CellKind.ANY) return Way.OF_ITS_KIND;
     if (kind == CellKind.BINARY) return Way.HEX;
-    if (database.sendsText(rows, column)) {
+    if (database.driver().sendsText(rows, column)) {
       return kind == CellKind.TEMPORAL ? Way.TEMPORAL_SERVER_TEXT : Way.SERVER_TEXT;
     }
     if (kind == CellKind.DECIMAL) return Way.OF_ITS_KIND;

@@ -73,7 +73,7 @@ public final class BoundBatch {
   public int failedRow(SQLException failure) {
     if (next - groupStart == 1) return groupStart;
     if (!(failure instanceof BatchUpdateException)) return UNKNOWN;
-    if (session.database().joinsRowsOfBatch(session.connection())) return UNKNOWN;
+    if (session.database().driver().joinsRowsOfBatch(session.connection())) return UNKNOWN;
     int failed = Batch.failedStatement((BatchUpdateException) failure, next - groupStart, session.database());
     return failed == UNKNOWN ? UNKNOWN : groupStart + failed;
   }

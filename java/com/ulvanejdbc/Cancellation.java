@@ -23,7 +23,7 @@ final class Cancellation {
   /** Cancels a statement of the caller's own. Native code finds it by name. */
   static void cancel(Statement statement) throws SQLException {
     String url = statement.getConnection().getMetaData().getURL();
-    Database.of(ConnectionUrl.ready(url).vendor).cancel(statement);
+    Database.of(ConnectionUrl.ready(url).vendor).driver().cancel(statement);
   }
 
   /** @param runs what to cancel from now on; null to keep only the request */
@@ -49,7 +49,7 @@ final class Cancellation {
     cancelled = true;
     if (statement == null) return;
     try {
-      database.cancel(statement);
+      database.driver().cancel(statement);
     } catch (SQLFeatureNotSupportedException onlyTheRequestIsKept) {
       return;
     }

@@ -1,7 +1,6 @@
 package com.ulvanejdbc;
 
 import java.sql.Connection;
-import java.sql.PreparedStatement;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
@@ -53,59 +52,8 @@ public enum Database {
           "+", "%s[]")
       // A cancelled statement ends the rest of its batch, too.
       .statementsAtOnce(4096)
-      .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))) {
-    /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
-    @Override
-    boolean readsRowsInTransaction(Connection connection) {
-      return PostgresDriver.reportsTransactions(connection);
-    }
-
-    @Override
-    void prepareLoad(Connection connection) throws SQLException {
-      PostgresDriver.silenceRemarks(connection);
-    }
-
-    @Override
-    boolean joinsRowsOfBatch(Connection connection) {
-      return PostgresDriver.joinsRowsOfBatch(connection);
-    }
-
-    @Override
-    String place(String table, String column, String typeName) {
-      return PostgresDriver.place(table, column, typeName);
-    }
-
-    @Override
-    String dateLiteral(String text) {
-      return PostgresDriver.dateLiteral(text);
-    }
-
-    @Override
-    boolean hasOpenTransaction(Connection connection) {
-      return PostgresDriver.hasOpenTransaction(connection);
-    }
-
-    @Override
-    void cancel(Statement statement) throws SQLException {
-      PostgresDriver.cancel(statement);
-    }
-
-    @Override
-    boolean sendsText(ResultSet rows, int column) throws SQLException {
-      return PostgresDriver.sendsText(rows, column);
-    }
-
-    @Override
-    int typeOf(ResultSetMetaData columns, int column) throws SQLException {
-      return PostgresDriver.typeOf(columns, column);
-    }
-
-    /** It refuses to run a kept plan whose columns have changed. */
-    @Override
-    public void planEachRun(PreparedStatement statement) {
-      PostgresDriver.planEachRun(statement);
-    }
-  },
+      .times((rows, type, column) -> TemporalCell.ofBytes(rows, type, column, PostgresBinary::toText))
+      .driver(new PostgresDriver())),
 
   SQLSERVER(new DatabaseRow("sqlserver", "jdbc:sqlserver://{host}[\\{instance}][:{port}][;databaseName={database}]")
       .hidingSystemTablesOfSqlServer()
@@ -119,21 +67,21 @@ public enum Database {
       .temporaryTable("create local temporary table %s (%s)")
       .settingIfKnown("set lazy_query_execution true").writingWholeNumbersPlainly().makingLocalDates()
       // It goes on with a batch after a statement that was cancelled, and sends each by itself in any case.
-      .statementsAtOnce(1)) {
-    /** It stores text as a JSON string. */
-    @Override
-    boolean readsAsBytes(String typeName) {
-      return typeName.equals("JSON");
-    }
+      .statementsAtOnce(1).driver(new DatabaseDriver() {
+        /** It stores text as a JSON string. */
+        @Override
+        boolean readsAsBytes(String typeName) {
+          return typeName.equals("JSON");
+        }
 
-    /** It acknowledges a commit before that is written. */
-    @Override
-    void sync(Connection connection) throws SQLException {
-      try (Statement statement = connection.createStatement()) {
-        statement.execute("checkpoint sync");
-      }
-    }
-  },
+        /** It acknowledges a commit before that is written. */
+        @Override
+        void sync(Connection connection) throws SQLException {
+          try (Statement statement = connection.createStatement()) {
+            statement.execute("checkpoint sync");
+          }
+        }
+      })),
 
   /** It gathers all rows. A database in files keeps those beyond this number on disk, which is several times slower. */
   HSQLDB(new DatabaseRow("hsqldb", "jdbc:hsqldb:hsql://{host}[:{port}]/{database}")
@@ -150,18 +98,18 @@ public enum Database {
       // It goes on with a batch after a statement that was cancelled, but is slow when each is sent by itself.
       .statementsAtOnce(16)
       // The server ends and commits a statement when the last of its rows is taken from it.
-      .fetching(DatabaseRow.FETCH_SIZE, DatabaseRow.DEFAULT_FETCH_SIZE)) {
-    /** A MySQL server, which this driver reaches as well, does not understand the question. */
-    @Override
-    boolean hasOpenTransaction(Connection connection) {
-      try (Statement statement = connection.createStatement();
-          ResultSet answer = statement.executeQuery("select @@in_transaction")) {
-        return answer.next() && answer.getBoolean(1);
-      } catch (SQLException notUnderstood) {
-        return false;
-      }
-    }
-  },
+      .fetching(DatabaseRow.FETCH_SIZE, DatabaseRow.DEFAULT_FETCH_SIZE).driver(new DatabaseDriver() {
+        /** A MySQL server, which this driver reaches as well, does not understand the question. */
+        @Override
+        boolean hasOpenTransaction(Connection connection) {
+          try (Statement statement = connection.createStatement();
+              ResultSet answer = statement.executeQuery("select @@in_transaction")) {
+            return answer.next() && answer.getBoolean(1);
+          } catch (SQLException notUnderstood) {
+            return false;
+          }
+        }
+      })),
 
   /** It streams at this fetch size only. */
   MYSQL(new DatabaseRow("mysql", null).readingTimesAsText().insertingManyRows().types(DatabaseRow.MARIADB_TYPES)
@@ -180,33 +128,33 @@ public enum Database {
       .states("\\(no such table", "42S02", "\\(table .* already exists\\)", "42S01", "^\\[SQLITE_ERROR\\]", "42000",
           "^\\[SQLITE_CONSTRAINT", "23000", "^\\[SQLITE_INTERRUPT", "57014", "^\\[SQLITE_CANTOPEN", "08001")
       // Its driver does not say which statement of a batch failed, and sends each by itself in any case.
-      .statementsAtOnce(1)) {
-    /** Its driver takes a DATETIME for a date, and a decimal column for whole numbers if the first value is one. */
-    @Override
-    int typeOf(ResultSetMetaData columns, int column) throws SQLException {
-      switch (columns.getColumnTypeName(column)) {
-        case "DATETIME":
-          return Types.TIMESTAMP;
-        case "DECIMAL":
-        case "NUMERIC":
-          return Types.DECIMAL;
-        default:
-          return super.typeOf(columns, column);
-      }
-    }
+      .statementsAtOnce(1).driver(new DatabaseDriver() {
+        /** Its driver takes a DATETIME for a date, and a decimal column for whole numbers if the first value is one. */
+        @Override
+        int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+          switch (columns.getColumnTypeName(column)) {
+            case "DATETIME":
+              return Types.TIMESTAMP;
+            case "DECIMAL":
+            case "NUMERIC":
+              return Types.DECIMAL;
+            default:
+              return super.typeOf(columns, column);
+          }
+        }
 
-    /** It has no way to ask, but refuses a transaction within another. */
-    @Override
-    boolean hasOpenTransaction(Connection connection) {
-      try (Statement statement = connection.createStatement()) {
-        statement.execute("begin");
-        statement.execute("rollback");
-        return false;
-      } catch (SQLException refused) {
-        return true;
-      }
-    }
-  },
+        /** It has no way to ask, but refuses a transaction within another. */
+        @Override
+        boolean hasOpenTransaction(Connection connection) {
+          try (Statement statement = connection.createStatement()) {
+            statement.execute("begin");
+            statement.execute("rollback");
+            return false;
+          } catch (SQLException refused) {
+            return true;
+          }
+        }
+      })),
 
   /** Only reached by a ready URL. */
   DUCKDB(new DatabaseRow("duckdb", null).classes("org.duckdb.").readingTimesAsText()
@@ -260,6 +208,11 @@ public enum Database {
     return BY_CLASS.get(failure.getClass()).stateOf(failure);
   }
 
+  /** What is done through the driver in ways that differ. */
+  public DatabaseDriver driver() {
+    return row.driver;
+  }
+
   String stateOf(SQLException failure) {
     String state = failure.getSQLState();
     return state != null ? state : row.stateOf(failure.getMessage());
@@ -305,26 +258,9 @@ public enum Database {
     }
   }
 
-  boolean readsRowsInTransaction(Connection connection) {
-    return false;
-  }
-
-  /** Keeps no plan of a statement for its next run, before which its tables may be replaced. */
-  public void planEachRun(PreparedStatement statement) {}
-
   /** Whether a parameter without a type is read like a literal in quotes. */
   public boolean readsParametersAsLiterals() {
     return row.readsParametersAsLiterals;
-  }
-
-  /** Whether a text for this type must be bound as its bytes. */
-  boolean readsAsBytes(String typeName) {
-    return false;
-  }
-
-  /** A date, with a time or without, in the form that the database reads. @param text in the library's form */
-  String dateLiteral(String text) {
-    return text;
   }
 
   /** Whether a date or a time may be bound as text; otherwise the driver converts it. */
@@ -336,17 +272,6 @@ public enum Database {
     return row.rowsPerInsert;
   }
 
-  /** Sets up a transaction that loads rows. */
-  void prepareLoad(Connection connection) throws SQLException {}
-
-  /** The place of a column's parameter in an insert. */
-  String place(String table, String column, String typeName) {
-    return "?";
-  }
-
-  /** Has the database write to disk what it committed, where a commit does not wait for that. */
-  void sync(Connection connection) throws SQLException {}
-
   /** Whether a rollback takes rows of the table back. */
   boolean undoes(Connection connection, String table) throws SQLException {
     if (!row.warnsOfKeptChanges) return true;
@@ -354,16 +279,6 @@ public enum Database {
          ResultSet definition = statement.executeQuery("show create table " + table)) {
       return definition.next() && definition.getString(2).contains("\n) ENGINE=InnoDB");
     }
-  }
-
-  /** Any thread. */
-  void cancel(Statement statement) throws SQLException {
-    statement.cancel();
-  }
-
-  /** Whether a batch is sent as fewer inserts of many rows each, so that a failure names one of those. */
-  boolean joinsRowsOfBatch(Connection connection) {
-    return false;
   }
 
   /** How many statements of a batch to hand over together. */
@@ -379,11 +294,6 @@ public enum Database {
   /** Whether a cell's type may differ from its column's. */
   boolean anyTypeInAnyCell() {
     return row.anyTypeInAnyCell;
-  }
-
-  /** Whether a transaction is open although the driver counts as being in auto-commit mode; false if unknown. */
-  boolean hasOpenTransaction(Connection connection) throws SQLException {
-    return false;
   }
 
   /** Whether a transaction that the database ended by itself was rolled back for certain, and not committed. */
@@ -424,16 +334,6 @@ public enum Database {
   /** A date or time as text in UTC, or null for SQL NULL. */
   String readTime(ResultSet rows, int type, int column) throws SQLException {
     return row.times == null ? TemporalCell.ofText(rows, type, column) : row.times.read(rows, type, column);
-  }
-
-  /** Whether the bytes of a column are the server's text, in standard UTF-8. */
-  boolean sendsText(ResultSet rows, int column) throws SQLException {
-    return false;
-  }
-
-  /** A column's type as a code of the standard, corrected where the driver reports another type. */
-  int typeOf(ResultSetMetaData columns, int column) throws SQLException {
-    return CellKind.standardType(columns.getColumnType(column));
   }
 
   boolean writesWholeNumbersPlainly() {

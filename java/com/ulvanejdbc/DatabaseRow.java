@@ -85,6 +85,8 @@ final class DatabaseRow {
   /** As many as PostgreSQL's driver sends without an answer. */
   int statementsAtOnce = 256;
 
+  DatabaseDriver driver = new DatabaseDriver();
+
   /** Reads a date or time as text in UTC, or null for SQL NULL. */
   interface Times {
     String read(ResultSet rows, int type, int column) throws SQLException;
@@ -247,6 +249,11 @@ final class DatabaseRow {
       if (message != null && state.getKey().matcher(message).find()) return state.getValue();
     }
     return null;
+  }
+
+  DatabaseRow driver(DatabaseDriver ways) {
+    driver = ways;
+    return this;
   }
 
   DatabaseRow statementsAtOnce(int statements) {

@@ -55,7 +55,7 @@ public final class LoadedColumn {
 
   private static Binder asLiteral(int type, Database database) {
     if (type == Types.DATE || type == Types.TIMESTAMP) {
-      return (statement, place, value) -> statement.setObject(place, database.dateLiteral(value), Types.OTHER);
+      return (statement, place, value) -> statement.setObject(place, database.driver().dateLiteral(value), Types.OTHER);
     }
     return (statement, place, value) -> {
       boolean isBytes = type == Types.BINARY && BYTES.matcher(value).matches();
@@ -64,7 +64,7 @@ public final class LoadedColumn {
   }
 
   private static Binder typed(int type, String typeName, Database database) {
-    if (database.readsAsBytes(typeName)) {
+    if (database.driver().readsAsBytes(typeName)) {
       return (statement, place, value) -> statement.setBytes(place, value.getBytes(StandardCharsets.UTF_8));
     }
     switch (type) {

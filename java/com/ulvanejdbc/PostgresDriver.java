@@ -1,6 +1,7 @@
 package com.ulvanejdbc;
 
 import java.sql.Connection;
+import java.sql.PreparedStatement;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
@@ -10,26 +11,27 @@ import java.util.Locale;
 import java.util.regex.Pattern;
 
 /** What PostgreSQL's driver offers beyond JDBC. It is called by name, as the jar is built without the driver. */
-final class PostgresDriver {
+final class PostgresDriver extends DatabaseDriver {
   private static final int YEAR_DIGITS = 4;
   private static final Pattern SIGNED_YEAR = Pattern.compile("-?\\d{4,9}");
 
   private static final String IDLE_IN_OLD_VERSIONS = "0";
 
-  private PostgresDriver() {}
-
-  /** Whether {@link #hasOpenTransaction} can answer. */
-  static boolean reportsTransactions(Connection connection) {
+  /** It reads by cursor only with auto-commit off, which must stay as it is in a transaction that cannot be seen. */
+  @Override
+  boolean readsRowsInTransaction(Connection connection) {
     return transactionState(connection) != null;
   }
 
-  static boolean hasOpenTransaction(Connection connection) {
+  @Override
+  boolean hasOpenTransaction(Connection connection) {
     Object state = transactionState(connection);
     return state != null && !state.toString().equals("IDLE") && !state.toString().equals(IDLE_IN_OLD_VERSIONS);
   }
 
   /** Whether the setting is on by which an insert's rows in a batch become few inserts; the URL alone shows it. */
-  static boolean joinsRowsOfBatch(Connection connection) {
+  @Override
+  boolean joinsRowsOfBatch(Connection connection) {
     try {
       return connection.getMetaData().getURL().contains("reWriteBatchedInserts=true");
     } catch (SQLException | RuntimeException unknown) {
@@ -38,7 +40,8 @@ final class PostgresDriver {
   }
 
   /** Statements cancel nothing while their next rows are fetched; the connection does. */
-  static void cancel(Statement statement) throws SQLException {
+  @Override
+  void cancel(Statement statement) throws SQLException {
     Connection connection = statement.getConnection();
     try {
       connection.getClass().getMethod("cancelQuery").invoke(connection);
@@ -51,14 +54,16 @@ final class PostgresDriver {
    * The driver sends many statements before it looks at what the server has to say. Were that a remark for each row, by
    * a trigger, both would wait for the other to read.
    */
-  static void silenceRemarks(Connection connection) throws SQLException {
+  @Override
+  void prepareLoad(Connection connection) throws SQLException {
     try (Statement statement = connection.createStatement()) {
       statement.execute("set local client_min_messages = error");
     }
   }
 
   /** Reads a parameter as a literal is read, where that differs: the fields of an interval, the decimals of money. */
-  static String place(String table, String column, String typeName) {
+  @Override
+  String place(String table, String column, String typeName) {
     if (!typeName.equals("interval") && !typeName.equals("money")) return "?";
     String text = "'" + column.replace("'", "''") + "'";
     String name = "\"" + column.replace("\"", "\"\"") + "\"";
@@ -66,7 +71,8 @@ final class PostgresDriver {
   }
 
   /** The form in which the server reads a date of any year from the library's, which has signed years. */
-  static String dateLiteral(String text) {
+  @Override
+  String dateLiteral(String text) {
     if (text.startsWith("+")) return text.substring(1);
     int end = text.indexOf('-', 1);
     boolean isDate = end >= YEAR_DIGITS && SIGNED_YEAR.matcher(text.substring(0, end)).matches();
@@ -76,7 +82,8 @@ final class PostgresDriver {
   }
 
   /** The driver reports types that JDBC has no code for under the code of another. */
-  static int typeOf(ResultSetMetaData columns, int column) throws SQLException {
+  @Override
+  int typeOf(ResultSetMetaData columns, int column) throws SQLException {
     switch (columns.getColumnTypeName(column)) {
       case "timestamptz":
         return Types.TIMESTAMP_WITH_TIMEZONE;
@@ -91,7 +98,8 @@ final class PostgresDriver {
   }
 
   /** Whether the driver's bytes are the server's text. Those of binary values are decoded from hexadecimal digits. */
-  static boolean sendsText(ResultSet rows, int column) throws SQLException {
+  @Override
+  boolean sendsText(ResultSet rows, int column) throws SQLException {
     ResultSetMetaData columns = rows.getMetaData();
     return isTextOnTheWire(columns, column) && columns.getColumnType(column) != Types.BINARY && isUtf8(rows);
   }
@@ -107,8 +115,9 @@ final class PostgresDriver {
     return "UTF8".equals(call(connection, "getParameterStatus", String.class, "client_encoding"));
   }
 
-  /** Otherwise the driver has the server keep a plan after a few runs. */
-  static void planEachRun(Statement statement) {
+  /** The server refuses to run a plan that it keeps, as it does after a few runs, once its columns have changed. */
+  @Override
+  public void planEachRun(PreparedStatement statement) {
     call(statement, "setPrepareThreshold", int.class, 0);
   }
 

@@ -45,12 +45,12 @@ public final class ResultColumn {
     this.number = number;
     label = columns.getColumnLabel(number);
     typeName = String.valueOf(columns.getColumnTypeName(number));
-    type = database.typeOf(columns, number);
+    type = database.driver().typeOf(columns, number);
     // A driver need not have an answer for other types.
     precision = isDecimal() || type == Types.BIT ? columns.getPrecision(number) : 0;
     scale = isDecimal() || type == Types.TIME ? columns.getScale(number) : 0;
     signed = !isWholeNumber() || columns.isSigned(number);
-    isServerText = database.sendsText(rows, number);
+    isServerText = database.driver().sendsText(rows, number);
     takesAnyType = database.anyTypeInAnyCell();
     reportedType = columns.getColumnType(number);
     kind = CellKind.of(columns, number, takesAnyType);

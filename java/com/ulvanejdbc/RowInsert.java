@@ -41,8 +41,8 @@ public final class RowInsert {
         String typeName = described.getColumnTypeName(column + 1);
         int reported = described.getColumnType(column + 1);
         columns[column] = new LoadedColumn(names[column], reported, typeName, session.database());
-        types[column] = session.database().typeOf(described, column + 1);
-        places[column] = session.database().place(table, names[column], typeName);
+        types[column] = session.database().driver().typeOf(described, column + 1);
+        places[column] = session.database().driver().place(table, names[column], typeName);
       }
     }
     insert = "insert into " + table + " (" + list + ") values ";
@@ -71,7 +71,7 @@ public final class RowInsert {
 
   /** Stores all rows. @return how many, or {@link BoundBatch#UNKNOWN} */
   public long store(Connection connection, ParameterRows rows) throws SQLException {
-    session.database().prepareLoad(connection);
+    session.database().driver().prepareLoad(connection);
     BoundBatch batch = new BoundBatch(session, rows);
     int rowsEach = Math.max(1, Math.min(session.database().rowsPerInsert(), MAX_PARAMETERS / columns.length));
     store(connection, batch, rows.count() / rowsEach, rowsEach);

@@ -71,7 +71,7 @@ public final class RowLoader {
 
   private int firstFailing(Connection connection, LoadedRows rows) throws SQLException {
     int number = 0;
-    database().prepareLoad(connection);
+    database().driver().prepareLoad(connection);
     try (PreparedStatement statement = connection.prepareStatement(insert.oneRow())) {
       session.setRunning(statement);
       for (; number < rows.count(); ++number) {
@@ -89,7 +89,7 @@ public final class RowLoader {
 
   /** Has the database write to disk what it committed, where a commit alone does not wait for that. */
   public boolean sync() {
-    return attempt(() -> database().sync(session.connection()));
+    return attempt(() -> database().driver().sync(session.connection()));
   }
 
   /** Whether the table can undo rows. */

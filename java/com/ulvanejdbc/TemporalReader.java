@@ -33,7 +33,7 @@ public final class TemporalReader {
   private Way chooseWay() throws SQLException {
     if (database.makesLocalDates() && type == Types.DATE) return Way.LOCAL_DATE;
     if (database.makesLocalDates() && type == Types.TIMESTAMP) return Way.LOCAL_DATE_TIME;
-    return database.sendsText(rows, column) ? Way.SERVER_TEXT : Way.LIBRARY_TEXT;
+    return database.driver().sendsText(rows, column) ? Way.SERVER_TEXT : Way.LIBRARY_TEXT;
   }
 
   /**

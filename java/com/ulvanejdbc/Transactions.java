@@ -57,7 +57,7 @@ final class Transactions {
 
   /** Begins a transaction of the caller's, which all that follows is a part of. */
   void begin() throws SQLException {
-    if (!connection.getAutoCommit() || database.hasOpenTransaction(connection)) {
+    if (!connection.getAutoCommit() || database.driver().hasOpenTransaction(connection)) {
       throw new MisuseException("a transaction is open already");
     }
     connection.setAutoCommit(false);
@@ -127,8 +127,8 @@ final class Transactions {
   }
 
   void beginRows() throws SQLException {
-    if (!database.readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
-    boolean callers = database.hasOpenTransaction(connection);
+    if (!database.driver().readsRowsInTransaction(connection) || !connection.getAutoCommit()) return;
+    boolean callers = database.driver().hasOpenTransaction(connection);
     connection.setAutoCommit(false);
     borrowed = callers;
     ours = !callers;
@@ -169,7 +169,7 @@ final class Transactions {
   }
 
   private void beginBatch() throws SQLException {
-    nested = !connection.getAutoCommit() || database.hasOpenTransaction(connection);
+    nested = !connection.getAutoCommit() || database.driver().hasOpenTransaction(connection);
     if (begun) {
       batchBeginning = savepoint();
     } else if (nested) {
@@ -199,7 +199,7 @@ final class Transactions {
    * statement, since any may be the one that ends it.
    */
   void giveBack() throws SQLException {
-    if (!borrowed || database.hasOpenTransaction(connection)) return;
+    if (!borrowed || database.driver().hasOpenTransaction(connection)) return;
     borrowed = false;
     connection.setAutoCommit(true);
   }

@@ -339,7 +339,7 @@ public class PreparedQuery extends Fallible {
   private void bindRow(int row) throws SQLException {
     if (staleValues) throw new MisuseException("no parameters are bound: the last ones were refused or used up");
     if (rows == null) {
-      session().database().planEachRun(statement());
+      session().database().driver().planEachRun(statement());
       return;
     }
     if (row < 0 || row >= Math.max(rows.count(), 1)) throw new MisuseException("no row " + (row + 1) + " is bound");
