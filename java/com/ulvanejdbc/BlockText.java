@@ -1,5 +1,6 @@
 package com.ulvanejdbc;
 
+import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
@@ -39,11 +40,24 @@ public final class BlockText {
   }
 
   public void put(String value) {
-    int count = value.length();
-    int plain = isPlain(value) ? count : 0;
-    while (plain < count && isPlain(value.charAt(plain))) ++plain;
-    putPlain(value, plain);
-    if (plain < count) putWide(value, plain);
+    if (isPlain(value)) {
+      putPlain(value, value.length());
+    } else if (!standard || !putEncoded(value)) {
+      int plain = 0;
+      while (isPlain(value.charAt(plain))) ++plain;
+      putPlain(value, plain);
+      putWide(value, plain);
+    }
+  }
+
+  /** The VM encodes faster than a loop here, but writes half a surrogate pair as a question mark. */
+  private boolean putEncoded(String value) {
+    byte[] encoded = value.getBytes(StandardCharsets.UTF_8);
+    for (byte part : encoded) {
+      if (part == '?') return false;
+    }
+    put(encoded, 0, encoded.length);
+    return true;
   }
 
   /** Looks at the characters without a branch for each. */
