@@ -16,7 +16,7 @@
 ///
 /// Thread: javaInit() binds the object to the calling thread; every later call, the destructor included, runs there.
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
-/// sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
+/// sequences are accepted, and a malformed byte arrives as the Latin-1 character of its value.
 /// Before a successful javaInit() every operation returns false and touches nothing.
 /// Operations throw nothing of their own; std::bad_alloc can escape, with everything released.
 ///

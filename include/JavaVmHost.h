@@ -28,14 +28,14 @@ KIVO_EXPORT extern std::string _jvmPath;
 ///
 /// @param jvmLibPath file path of the JVM shared library (libjvm.so), handed to the loader unchanged.
 /// @param classPath  Java class path, entries separated by ':'; handed to the VM unchanged ("dir/*" is not expanded).
-/// @param maxHeapMb  maximum Java heap in megabytes. The initial heap is 16 MB. On HotSpot a maximum of 1 to 15 is a
-///                   failure, because HotSpot would end the whole process. A size that the machine cannot reserve
-///                   still makes HotSpot end the process: check it first.
+/// @param maxHeapMb  maximum Java heap in megabytes. The initial heap is 16 MB; on HotSpot a smaller maximum is a
+///                   failure. A size that the machine cannot reserve makes HotSpot end the whole process: check it
+///                   first.
 /// @param errorOut   replaced by an error text on failure, untouched on success.
 /// @return true when the VM was created. A second call after a success fails and leaves the first VM in place.
 ///
 /// Throws nothing of its own; std::bad_alloc can escape. Prints nothing, though the VM may, for instance about a
-/// maximum heap of 0.
+/// maximum heap of 0 or less.
 KIVO_EXPORT bool javaInit(std::string& jvmLibPath, std::string& classPath, int maxHeapMb, std::string& errorOut);
 
 /// The counterpart of javaInit() in the interface. It has no effect: a Java VM cannot be started twice in one process.

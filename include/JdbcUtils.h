@@ -18,7 +18,7 @@
 /// setUrl() and setAutoCommit(), which records the mode.
 ///
 /// Text in both directions is JNI's modified UTF-8. Text into Java ends at its first NUL; standard four-byte UTF-8
-/// sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
+/// sequences are accepted, and a malformed byte arrives as the Latin-1 character of its value.
 ///
 /// Errors: results, plus the description of every Java exception on standard error. next(), getColumn(),
 /// getNumColumns(), getColumnInfo(), setAutoCommit(), commit() and NewStringArray() may return with a Java exception

@@ -9,9 +9,10 @@
 
 /// One connection to any JDBC database, through the Java class com.ulvanejdbc.jdbcUtilities of the companion jar.
 ///
-/// Errors: after every operation the host reads errorState and errorMessage. Nothing is printed, and no operation
-/// leaves a Java exception of its own pending. Check errorState after construction: an object in state 2 fails every
-/// operation that it cannot carry out, with the same message.
+/// Errors: after every operation the host reads errorState and errorMessage. The next operation clears them,
+/// closeConnection() too; javaInit() and checkThreadState() do not. Nothing is printed, and no
+/// operation leaves a Java exception of its own pending. Check errorState after construction: an object in state 2 fails
+/// every operation that it cannot carry out, with the same message.
 ///
 /// Thread: the object belongs to the thread that last ran the constructor, getConnection() or closeConnection(); call
 /// one of these two first to move it to another thread. The destructor may run on any thread. Threads are attached to
@@ -19,7 +20,7 @@
 /// objects.
 ///
 /// Text in both directions is JNI's modified UTF-8 (KivoUtf8.h converts). Text into Java ends at its first NUL;
-/// standard four-byte UTF-8 sequences are accepted, and a malformed byte b arrives as the character U+00b (Latin-1).
+/// standard four-byte UTF-8 sequences are accepted, and a malformed byte arrives as the Latin-1 character of its value.
 /// Members throw nothing of their own; std::bad_alloc can escape, with everything released.
 ///
 /// The fields are public because their order is part of the binary interface; hosts read the last two only.
