@@ -100,16 +100,16 @@ class KIVO_EXPORT JdbcUtils {
   /// Moves to the next row. False at the end, without a result, or when Java threw (left pending).
   bool next();
 
-  /// @return the number of columns of the open result; -1 without one or when it cannot be determined, 0 when Java
-  /// threw.
+  /// The number of columns of the open result.
+  /// @return it; -1 without a result or when it cannot be determined, 0 when Java threw.
   int getNumColumns();
 
-  /// Runs a query, closing the previous result first; makes the statement when none is held.
+  /// Runs a query, closing the previous result first; makes the statement when none is held. PostgreSQL's driver holds
+  /// the whole result in the Java heap unless auto-commit is off.
   /// @param maxRows maximum number of rows to return; 0 is no limit. When the driver does not know or refuses the
   ///                limit, standard error shows it and the query runs without one.
   /// @return whether a result is open. Also false, although the query ran, when the companion jar is not on the class
   ///         path: every result needs its date helper.
-  /// PostgreSQL's driver holds the whole result in the Java heap unless auto-commit is off.
   bool executeQuery(std::string& sql, int maxRows);
 
   /// Reads a value of the current row as text. DATE, TIME and TIMESTAMP come in UTC.

@@ -87,19 +87,19 @@ struct ArrowStreamOptions {
   bool mixedColumnsAsText = false;  ///< utf8 for the columns of a database whose cells may have any type (SQLite)
 };
 
-/// Makes an Arrow stream of the open result of a JdbcUtils or a jdbcWrapper: its columns with their types, many rows a
-/// Java call, without a copy on the way to the consumer.
+/// Makes an Arrow stream of the open result of a JdbcUtils or a jdbcWrapper: its columns with their types, many rows
+/// per Java call, without a copy on the way to the consumer.
 ///
 ///     ArrowArrayStream stream;
 ///     if (!makeArrowStream(database, stream, error)) return report(error);
 ///     consume(&stream);  // it releases the stream
 ///
-/// All columns may be null. Each has the database's own name of its type in the metadata, under the key
+/// Every column may hold nulls. The metadata of each has the database's own name of its type, under the key
 /// "KIVO:type_name".
 ///
 /// The four functions of the stream may be called from any thread, one at a time. A thread that the Java VM does not
 /// know is attached to it as a daemon, and detached when the thread ends. An exception that was pending on the thread
-/// is so again afterwards. Nothing is printed, and no exception escapes.
+/// is pending again afterwards. Nothing is printed, and no exception escapes.
 ///
 /// - get_next() answers 0 and a batch of at least one row. The end is 0 and a released array.
 /// - Failures: EIO when the database or the Java VM failed, EINVAL for a value that its type cannot hold, for a result

@@ -20,7 +20,7 @@ struct RowBlocksOptions {
 };
 
 /// Reads the open result of a JdbcUtils or a jdbcWrapper by the block: one Java call for many rows, whose values are
-/// then looked at in place. Each value has the text that the source's getColumn() would give.
+/// then read in place. Each value has the text that the source's getColumn() would give.
 ///
 ///     RowBlocks blocks(database);
 ///     while (blocks.next())
@@ -66,11 +66,13 @@ class KIVO_EXPORT RowBlocks {
   /// @return the number of columns; 0 before the first next().
   int columns() const { return columnCount; }
 
-  /// @param row counted from 0, below rows(). @param column counted from 1. Neither is checked, here and in text().
+  /// Whether a value is SQL NULL. Here and in text() the numbers are not checked.
+  /// @param row    counted from 0, below rows().
+  /// @param column counted from 1, up to columns().
   bool isNull(int row, int column) const { return ends[index(row, column)] < 0; }
 
-  /// @return the value's text, not terminated by a NUL, valid until next() or the end of this object; empty for SQL
-  ///         NULL.
+  /// The text of a value, not terminated by a NUL; empty for SQL NULL.
+  /// @return a view that is valid until next() or the end of this object.
   std::string_view text(int row, int column) const {
     const std::ptrdiff_t cell = index(row, column);
     // The entry before the first cell is 0.

@@ -9,10 +9,10 @@
 
 /// One connection to any JDBC database, through the Java class com.ulvanejdbc.jdbcUtilities of the companion jar.
 ///
-/// Errors: after every operation the host reads errorState and errorMessage. The next operation clears them,
-/// closeConnection() too; javaInit() and checkThreadState() do not. Nothing is printed, and no
-/// operation leaves a Java exception of its own pending. Check errorState after construction: an object in state 2 fails
-/// every operation that it cannot carry out, with the same message.
+/// Errors: an operation that returns bool returns false on failure; errorState and errorMessage say more. The next
+/// operation clears both, closeConnection() too; javaInit() and checkThreadState() do not. Nothing is printed, and no
+/// operation leaves a Java exception of its own pending. Check errorState after construction: an object in state 2
+/// fails every operation that it cannot carry out, with the same message.
 ///
 /// Thread: the object belongs to the thread that last ran the constructor, getConnection() or closeConnection(); call
 /// one of these two first to move it to another thread. The destructor may run on any thread. Threads are attached to
@@ -50,17 +50,20 @@ class KIVO_EXPORT jdbcWrapper {
   /// Sets errorState to 0 and empties errorMessage.
   void clearError();
 
-  /// Takes a ready JDBC URL of any driver, or builds one from its parts when @p url is empty.
+  /// Takes a ready JDBC URL of any driver, or builds one from its parts when @p url is empty. An open connection is not
+  /// affected. docs/urls.md has the URLs of each word. A failure that Java does not report keeps the error of the
+  /// operation before.
   /// @param port read as a decimal number; 0 without digits.
   /// @param url  receives the URL in effect on success; keeps the caller's text on failure.
-  /// Does not clear the error on entry: a failure without an error of Java's keeps the one before.
   bool setUrl(std::string dbType, std::string host, std::string port, std::string instance, std::string database,
               std::string& url);
 
-  /// @param url receives the URL in effect, nothing on failure.
+  /// The URL in effect.
+  /// @param url receives it; empty on failure.
   bool getUrl(std::string& url);
 
-  /// @param vendor receives the vendor's name, nothing on failure.
+  /// The vendor key: of a ready URL the word after "jdbc:", else the key of the database type.
+  /// @param vendor receives it; empty on failure.
   bool getVendor(std::string& vendor);
 
   /// Connects, unless a connection is open: that one stays, whatever URL was set meanwhile. Empty credentials are left
@@ -73,9 +76,9 @@ class KIVO_EXPORT jdbcWrapper {
   /// Makes the statement that queries, updates and batches run on.
   bool getStatement();
 
-  /// Runs a query. What an "insert ... returning" and its like change is committed when this returns, on SQLite at
-  /// the end of their rows. What a "select" changes, through a function, say, is committed when its rows have been read
-  /// to their end, at the next statement or by closeConnection().
+  /// Runs a query. The changes of an "insert ... returning" and its like are committed when this returns; on SQLite, at
+  /// the end of the rows. The changes of a "select", made by a function that it calls, are committed when its rows have
+  /// been read to the end, at the next statement or by closeConnection().
   /// @param maxRows maximum number of rows to return; 0 is no limit.
   bool executeQuery(std::string sql, int maxRows);
 
@@ -88,19 +91,25 @@ class KIVO_EXPORT jdbcWrapper {
   ///              held before is not freed.
   bool getColumn(int column, char*& value);
 
-  /// @return the number of columns of the open result, a negative number on failure.
+  /// The number of columns of the open result.
+  /// @return it, or a negative number on failure.
   int getNumColumns();
 
-  /// @param name receives the column's label, nothing on failure. Columns are counted from 1.
+  /// The label of a column.
+  /// @param column counted from 1.
+  /// @param name receives it; empty on failure.
   bool getColumnName(int column, std::string& name);
 
-  /// @param type receives the column's code of java.sql.Types; untouched on failure.
+  /// The type of a column.
+  /// @param column counted from 1.
+  /// @param type receives its code of java.sql.Types; untouched on failure.
   bool getColumnType(int column, int& type);
 
-  /// Name and type in one; on failure @p type is untouched.
+  /// The label and the type of a column, as from the two members above.
   bool getColumnInfo(int column, std::string& name, int& type);
 
-  /// @return the update count, a negative number on failure.
+  /// Runs a statement that returns no rows.
+  /// @return the update count, or a negative number on failure.
   int executeUpdate(std::string sql);
 
   /// Adds a statement to the batch.
@@ -113,8 +122,9 @@ class KIVO_EXPORT jdbcWrapper {
   /// @param result receives the number of statements executed, always written.
   bool executeBatch(int& result);
 
-  /// @param tables replaced by the names of the database's tables; untouched when Java could not list them, emptied
-  ///               when a name was null or memory ran out.
+  /// Lists the users' tables, without system tables and views. The open result stays open.
+  /// @param tables replaced by their names; untouched when Java could not list them, emptied when a name was null or
+  ///               memory ran out.
   bool getTables(std::vector<std::string>& tables);
 
   JNIEnv* env = nullptr;              ///< Environment of the thread that last attached through this object.

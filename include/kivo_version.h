@@ -7,5 +7,5 @@
 /// The version of these headers.
 #define KIVO_VERSION "0.1.0"
 
-/// The version of the library that was loaded, which may be another. Valid for good; any thread.
+/// The version of the library that was loaded, which may be another. The pointer stays valid; any thread.
 KIVO_EXPORT const char* kivoVersion() noexcept;
