@@ -6,7 +6,7 @@ import decimal
 import duckdb
 import polars
 
-ROWS = 50000
+from databases import ROWS
 
 # {numbers} gives the column x, {bytes} is a value of two bytes.
 QUERY = """
