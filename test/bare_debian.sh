@@ -20,11 +20,19 @@ trap 'exit 130' INT TERM
 
 inside() { chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive "$@"; }
 
-# What a fence of the README holds: the first one that has a line with these words.
-fence() {
+# What a fence of a page holds: the first one that has a line with these words.
+fence() { # WORDS PAGE
   awk -v words="$1" '/^```/ { if (inside && found) { printf "%s", text; exit }
       inside = !inside; found = 0; text = ""; next }
-    inside { text = text $0 "\n"; if (index($0, words)) found = 1 }' "$tree/README.md"
+    inside { text = text $0 "\n"; if (index($0, words)) found = 1 }' "$tree/$2"
+}
+
+# Runs the commands of a session, and prints them and what they print.
+session() { # BEFORE
+  sed -n 's/^\$ //p' "$root/session" | while read -r command; do
+    echo "\$ $command"
+    inside LC_ALL=C.UTF-8 sh -c "cd /tree && $1 $command" 2>&1 </dev/null
+  done
 }
 
 expect() {
@@ -57,13 +65,9 @@ with dbapi.connect("jdbc:h2:mem:bare", db_kwargs={"adbc.jdbc.driver_path": "/usr
         print(cursor.execute("select 6 * 7").fetchall())')"
 
 # What the README's session prints is compared.
-fence 'run examples/planets.sql' >"$root/session"
+fence 'run examples/planets.sql' README.md >"$root/session"
 git -C "$tree" archive HEAD | tar -x -C "$root/tree"
-found=$(sed -n 's/^\$ //p' "$root/session" | while read -r command; do
-  echo "\$ $command"
-  inside LC_ALL=C.UTF-8 sh -c "cd /tree && $command" 2>&1 </dev/null
-done)
-expect "the README's session with kivosql" "$(cat "$root/session")" "$found"
+expect "the README's session with kivosql" "$(cat "$root/session")" "$(session '')"
 
 names=$(for package in "$packages"/*.deb; do dpkg-deb -f "$package" Package; done)
 # shellcheck disable=SC2086  # one word a package
@@ -74,19 +78,23 @@ expect "nothing is left after removal" "" "$(inside find / -xdev -path /tree -pr
 inside sh -c 'apt-get -qq autoremove --purge -y libh2-java python3 >/dev/null 2>&1'
 
 start=$(date +%s)
-fence './run demo ' | sed -n '/demo/p' >"$root/tree/commands"
+fence './run demo ' README.md | sed -n '/demo/p' >"$root/tree/commands"
 inside sh -c 'cd /tree && . ./commands' >"$root/demo" 2>&1 </dev/null || { tail -n 30 "$root/demo"; exit 1; }
 grep -q '^(.* rows)' "$root/demo" || { tail -n 30 "$root/demo"; exit 1; }
 echo "ok: $(sed 's/ *#.*//' "$root/tree/commands"), from nothing: minutes to the first rows: $((($(date +%s) - start + 30) / 60))"
 
-fence 'cmake --preset release' >"$root/tree/commands"
-fence 'jdbcWrapper database;' >"$root/tree/host.cpp"
+fence 'cmake --preset release' README.md >"$root/tree/commands"
+fence 'jdbcWrapper database;' README.md >"$root/tree/host.cpp"
 # shellcheck disable=SC2016  # backticks of the README
 tr '\n' ' ' <"$tree/README.md" | sed 's/.*Build it with `\([^`]*\)`.*/\1/' >"$root/tree/compile"
 inside JAVA_HOME=/usr/lib/jvm/java-17-openjdk-amd64 sh -ec 'cd /tree && . ./commands && . ./compile' >"$root/build" 2>&1 ||
   { tail -n 30 "$root/build"; exit 1; }
 expect "the README's host" "1	one
 2	(null)" "$(inside sh -c 'cd /tree && ./a.out')"
+
+fence 'export PATH' docs/first-query.md >"$root/tree/commands"
+fence 'kivosql query' docs/first-query.md >"$root/session"
+expect "the guide's first query" "$(cat "$root/session")" "$(session '. ./commands >/dev/null 2>&1 &&')"
 
 # With the compiler that is there now, a program on the development package.
 # shellcheck disable=SC2016  # for the shell inside
