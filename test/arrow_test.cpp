@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +18,9 @@
 
 namespace kivo::test {
 namespace {
+
+using Options = ArrowStreamOptions;
+using Texts = std::vector<std::string>;
 
 /// The key and value of a field's metadata, in Arrow's form.
 std::string metadataOf(const ArrowSchema& field) {
@@ -54,13 +56,13 @@ TEST(ArrowStreams, DescribeTheirColumns) {
   Schema schema;
   ASSERT_EQ(stream.get_schema(&stream, &schema), 0);
   EXPECT_STREQ(schema.format, "+s");
-  std::vector<std::string> columns;
+  Texts columns;
   for (std::int64_t index = 0; index < schema.n_children; ++index) columns.push_back(describe(*schema.children[index]));
   const std::string key = " KIVO:type_name=";
-  EXPECT_EQ(columns, (std::vector<std::string>{"ID l" + key + "BIGINT", "Stra\u00DFe u" + key + "CHARACTER VARYING",
-                                               "D d:10,2" + key + "DECIMAL", "T tsu:" + key + "TIMESTAMP",
-                                               "MANY +l" + key + "INTEGER ARRAY of item i" + key + "INTEGER ARRAY",
-                                               "NOTHING n" + key + "NULL"}));
+  EXPECT_EQ(columns,
+            (Texts{"ID l" + key + "BIGINT", "Stra\u00DFe u" + key + "CHARACTER VARYING", "D d:10,2" + key + "DECIMAL",
+                   "T tsu:" + key + "TIMESTAMP", "MANY +l" + key + "INTEGER ARRAY of item i" + key + "INTEGER ARRAY",
+                   "NOTHING n" + key + "NULL"}));
 
   // A child that was moved out and a second schema are nobody else's.
   Schema second;
@@ -74,41 +76,39 @@ TEST(ArrowStreams, DescribeTheirColumns) {
   EXPECT_EQ(describe(*second.children[4]), columns[4]);
 }
 
+const Options kScaled = {2, 1 << 20, ArrowDecimals::decimal128, 3};
+const Options kUnscaled = {2, 1 << 20, ArrowDecimals::decimal128};
+const Options kFloats = {2, 1 << 20, ArrowDecimals::float64};
+const Options kNulls = {2, 1 << 20, ArrowDecimals::text, 0, true};
+const Options kMixed = {2, 1 << 20, ArrowDecimals::text, 0, false, true};
+
+const struct {
+  const char* what;
+  const char* sql;
+  Options options;
+  std::vector<std::int64_t> batches;
+  const char* text;
+  const char* url = kH2;
+} kResults[] = {
+    {"no rows", "select x from system_range(1, 0)", {}, {}, ""},
+    {"one batch", "select x from system_range(1, 3)", {}, {3}, "<1><2><3>"},
+    {"full batches", "select x from system_range(1, 4)", byRows(2), {2, 2}, "<1><2><3><4>"},
+    {"a rest", "select x from system_range(1, 5)", byRows(2), {2, 2, 1}, "<1><2><3><4><5>"},
+    {"rows out of range", "select x from system_range(1, 2)", byRows(-7), {1, 1}, "<1><2>"},
+    {"every number of buffers",
+     "values (1, true, 'a', x'00ff', array[1, null], null), (null, false, null, null, null, null)",
+     {},
+     {2},
+     "<1><true><a><00ff><[1, null]><NULL><NULL><false><NULL><NULL><NULL><NULL>"},
+    {"a decimal without a scale, as text", "select cast(1.25 as decfloat)", {}, {1}, "<1.25>"},
+    {"as float64", "select cast(1.25 as decfloat)", kFloats, {1}, "<1.25>"},
+    {"as decimal128", "select cast(1.25 as decfloat)", kScaled, {1}, "<1.250>"},
+    {"a time between two microseconds", "select timestamp '2024-02-29 12:00:00.1234567'", kNulls, {1}, "<NULL>"},
+    {"cells of any type", "select 1 union all select 'a'", kMixed, {2}, "<1><a>", "jdbc:sqlite::memory:"},
+};
+
 TEST(ArrowStreams, HandOutTheRowsInBatches) {
-  ArrowStreamOptions scaled;
-  scaled.decimals = ArrowDecimals::decimal128;
-  scaled.decimalScale = 3;
-  ArrowStreamOptions float64;
-  float64.decimals = ArrowDecimals::float64;
-  ArrowStreamOptions nulls;
-  nulls.outOfRangeAsNull = true;
-  ArrowStreamOptions mixed;
-  mixed.mixedColumnsAsText = true;
-  const struct {
-    const char* what;
-    const char* sql;
-    ArrowStreamOptions options;
-    std::vector<std::int64_t> batches;
-    const char* text;
-    const char* url = kH2;
-  } rows[] = {
-      {"no rows", "select x from system_range(1, 0)", {}, {}, ""},
-      {"one batch", "select x from system_range(1, 3)", {}, {3}, "<1><2><3>"},
-      {"full batches", "select x from system_range(1, 4)", byRows(2), {2, 2}, "<1><2><3><4>"},
-      {"a rest", "select x from system_range(1, 5)", byRows(2), {2, 2, 1}, "<1><2><3><4><5>"},
-      {"rows out of range", "select x from system_range(1, 2)", byRows(-7), {1, 1}, "<1><2>"},
-      {"every number of buffers",
-       "values (1, true, 'a', x'00ff', array[1, null], null), (null, false, null, null, null, null)",
-       {},
-       {2},
-       "<1><true><a><00ff><[1, null]><NULL><NULL><false><NULL><NULL><NULL><NULL>"},
-      {"a decimal without a scale, as text", "select cast(1.25 as decfloat)", {}, {1}, "<1.25>"},
-      {"as float64", "select cast(1.25 as decfloat)", float64, {1}, "<1.25>"},
-      {"as decimal128", "select cast(1.25 as decfloat)", scaled, {1}, "<1.250>"},
-      {"a time between two microseconds", "select timestamp '2024-02-29 12:00:00.1234567'", nulls, {1}, "<NULL>"},
-      {"cells of any type", "select 1 union all select 'a'", mixed, {2}, "<1><a>", "jdbc:sqlite::memory:"},
-  };
-  for (const auto& row : rows) {
+  for (const auto& row : kResults) {
     SCOPED_TRACE(row.what);
     Source source(row.sql, row.url);
     Stream stream;
@@ -126,7 +126,7 @@ TEST(ArrowStreams, HandOutTheRowsInBatches) {
 TEST(ArrowStreams, EndABatchOnceItsBytesAreEnough) {
   Source source("select repeat('x', 600) from system_range(1, 5)");
   Stream stream;
-  ArrowStreamOptions options;
+  Options options;
   options.maxBytes = 1000;
   source.open(stream, options);
   EXPECT_EQ(readAll(stream).batches, (std::vector<std::int64_t>{2, 2, 1}));
@@ -181,7 +181,7 @@ TEST(ArrowStreams, LeaveTheirArraysAsTheyAre) {
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(moved.buffers[1]) % 64, 0U);
     EXPECT_EQ(ledger.liveGlobals(), 3);
     // Java does not keep their memory for further batches.
-    const std::vector<std::string>& calls = ledger.trace();
+    const Texts& calls = ledger.trace();
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "CallVoidMethod close"), 1);
   }
   EXPECT_EQ(ledger.complaint(), "");
@@ -198,69 +198,59 @@ TEST(ArrowStreams, UseMemoryAgainOnceItIsReleased) {
   EXPECT_EQ(places[0], places[1]);
 }
 
-TEST(ArrowStreams, SayWhyTheRowsEnd) {
-  ArrowStreamOptions scaled = byRows(2);
-  scaled.decimals = ArrowDecimals::decimal128;
+/// Reads up to a failure, which stays. @param batches those before it
+void expectFailure(Stream& stream, const std::vector<std::int64_t>& batches, int code, const Texts& pieces) {
+  EXPECT_EQ(stream.get_last_error(&stream), nullptr);
+  for (int time = 0; time < 2; ++time) {
+    const Read read = readAll(stream);
+    EXPECT_EQ(read.code, code);
+    EXPECT_EQ(read.batches, time == 0 ? batches : std::vector<std::int64_t>());
+    for (const std::string& piece : pieces) EXPECT_NE(read.error.find(piece), std::string::npos) << read.error;
+  }
+  Schema schema;
+  EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
+  EXPECT_EQ(stream.get_last_error(&stream), nullptr);
+}
+
+TEST(ArrowStreams, SayWhichCellFails) {
   const struct {
-    const char* what;
     const char* sql;
-    ArrowStreamOptions options;
+    Options options;
     std::vector<std::int64_t> batches;
     int code;
-    std::vector<const char*> text;
-    std::function<void(jdbcWrapper&)> before = [](jdbcWrapper&) {};
+    Texts pieces;
   } rows[] = {
-      {"a failing cell", "select 1 / (4 - x) from system_range(1, 9)", byRows(2), {2, 1}, EIO, {"[22012", "zero"}},
-      {"a cell that does not fit",
-       "select cast(x / 2.0 as decfloat) as \"half \U0001F338\" from system_range(2, 9)",
-       scaled,
+      {"select 1 / (4 - x) from system_range(1, 9)", byRows(2), {2, 1}, EIO, {"[22012", "zero"}},
+      {"select cast(x / 2.0 as decfloat) as \"half \U0001F338\" from system_range(2, 9)",
+       kUnscaled,
        {1},
        EINVAL,
        {"row 2", "\"half \U0001F338\"", "1.5"}},
-      {"a time between two microseconds",
-       "select timestamp '2024-02-29 12:00:00.1234567'",
-       {},
-       {},
-       EINVAL,
-       {"row 1", "12:00:00.1234567"}},
-      {"a connection that is closed",
-       "select x from system_range(1, 9)",
-       {},
-       {},
-       EINVAL,
-       {"no"},
-       [](jdbcWrapper& wrapper) { wrapper.closeConnection(); }},
-      {"another query",
-       "select x from system_range(1, 9)",
-       {},
-       {},
-       EINVAL,
-       {"another query has been run"},
-       [](jdbcWrapper& wrapper) { wrapper.executeQuery("select 1", 0); }},
-      {"an update",
-       "select x from system_range(1, 9)",
-       {},
-       {},
-       EINVAL,
-       {"a statement that ends them"},
-       [](jdbcWrapper& wrapper) { wrapper.executeUpdate("set @x = 1"); }},
+      {"select timestamp '2024-02-29 12:00:00.1234567'", {}, {}, EINVAL, {"row 1", "12:00:00.1234567"}},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
+    SCOPED_TRACE(row.sql);
     Source source(row.sql);
     Stream stream;
     source.open(stream, row.options);
-    EXPECT_EQ(stream.get_last_error(&stream), nullptr);
-    row.before(source.wrapper);
-    for (int time = 0; time < 2; ++time) {
-      const Read read = readAll(stream);
-      EXPECT_EQ(read.code, row.code);
-      EXPECT_EQ(read.batches, time == 0 ? row.batches : std::vector<std::int64_t>());
-      for (const char* piece : row.text) EXPECT_NE(read.error.find(piece), std::string::npos) << read.error;
-    }
-    Schema schema;
-    EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
-    EXPECT_EQ(stream.get_last_error(&stream), nullptr);
+    expectFailure(stream, row.batches, row.code, row.pieces);
+  }
+}
+
+TEST(ArrowStreams, SayWhatEndedTheirResult) {
+  const struct {
+    const char* piece;
+    void (*end)(jdbcWrapper&);
+  } rows[] = {
+      {"no", [](jdbcWrapper& wrapper) { wrapper.closeConnection(); }},
+      {"another query has been run", [](jdbcWrapper& wrapper) { wrapper.executeQuery("select 1", 0); }},
+      {"a statement that ends them", [](jdbcWrapper& wrapper) { wrapper.executeUpdate("set @x = 1"); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.piece);
+    Numbers numbers(9);
+    row.end(numbers.source.wrapper);
+    expectFailure(numbers.stream, {}, EINVAL, {row.piece});
   }
 }
 
