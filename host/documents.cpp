@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/args.h"
+#include "cli/commands.h"
 #include "kivo_version.h"
 
 namespace {

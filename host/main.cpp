@@ -2,7 +2,6 @@
 
 #include <csignal>
 
-#include "cli/args.h"
 #include "cli/commands.h"
 #include "session/java_vm.h"
 #include "terminal/interrupt.h"

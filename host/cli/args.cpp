@@ -1,11 +1,10 @@
-#include "cli/args.h"
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "cli/commands.h"
 #include "kivo_version.h"
 #include "session/java_vm.h"
+#include "sql/statement_splitter.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
 
@@ -115,14 +114,18 @@ void addCommands(CLI::App& app, Options& options) {
   app.require_subcommand(1);
   app.option_defaults()->group("Options");
   const CLI::Validator isUtf8Text([](const std::string& text) { return isUtf8(text) ? "" : "not UTF-8"; }, "");
+  const CLI::Validator isTable(
+      [](const std::string& text) { return isTableName(text) ? "" : '"' + text + "\" is not the name of a table"; },
+      "");
   for (const Command& command : kCommands) {
     CLI::App* added = app.add_subcommand(command.name, command.about);
     added->callback([&options, &command] { options.command = &command; });
     for (std::size_t argument = 0; argument < 2 && command.arguments[argument].name != nullptr; ++argument) {
       const Argument& row = command.arguments[argument];
       CLI::Option* option = added->add_option(row.name, options.arguments[argument], row.about)->required();
-      // SQL and names go to Java as text; a file's name is only bytes.
+      // SQL and names go to Java as text, and names into SQL as they stand; a file's name is only bytes.
       if (std::string_view(row.name) != "FILE") option->check(isUtf8Text);
+      if (std::string_view(row.name) == "TABLE") option->check(isTable);
     }
   }
   CLI::App* const run = app.get_subcommand("run");

@@ -18,7 +18,7 @@ namespace {
 constexpr int kBlockRows = 1024;
 
 /// Runs one statement and shows what it gave.
-using Run = void (*)(Context& context, const std::string& sql);
+using Run = void (*)(Context& context, const std::string& sql, Progress& progress);
 
 std::unique_ptr<Writer> makeWriter(Context& context) {
   const Options& options = context.options;
@@ -49,27 +49,20 @@ void writeRows(Context& context, const std::vector<Column>& columns, Progress& p
   if (failure) throw Failure(*failure);
 }
 
-void query(Context& context, const std::string& sql) {
-  Progress progress;
+void query(Context& context, const std::string& sql, Progress& progress) {
   // A person sees each row as it comes.
   const int blockRows = outputOnTerminal ? 1 : kBlockRows;
   const std::vector<Column> columns = context.session.query(sql, context.options.maxRows, blockRows);
   // On one terminal the rows and the moving line would run into each other.
   if (outputOnTerminal) progress.stop();
   writeRows(context, columns, progress);
-  flush(context.out);
-  progress.stop();
-  if (context.options.timing) say(progress.text());
 }
 
-void update(Context& context, const std::string& sql) {
-  Progress progress;
+void update(Context& context, const std::string& sql, Progress& progress) {
   const auto count = static_cast<unsigned>(context.session.writing()->update(sql));
+  progress.advance(count);
   progress.stop();
   remark(context, counted(count, "row") + " changed");
-  progress.advance(count);
-  if (context.options.timing) say(progress.text());
-  flush(context.out);
 }
 
 ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
@@ -89,7 +82,11 @@ ExitCode runStatement(Context& context, const Statement& statement, Run run, con
     checkInterrupt();
     if (!statement.complete) throw Failure("a quote or comment in this statement never ends");
     if (!isUtf8(sql)) throw Failure("this statement is not UTF-8");
-    run(context, sql);
+    Progress progress;
+    run(context, sql, progress);
+    flush(context.out);
+    progress.stop();
+    if (context.options.timing) say(progress.text());
   });
   if (!failure) return kDone;
   const ExitCode code = report(context, *failure, place);
@@ -153,10 +150,6 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
 }
 
 }  // namespace
-
-void checkTableName(const std::string& text) {
-  if (!isTableName(text)) throw Failure('"' + text + "\" is not the name of a table", kWrongUse);
-}
 
 __gnu_cxx::stdio_filebuf<char> openInput(const std::string& path) {
   const bool isStandard = path == "-";
@@ -237,9 +230,7 @@ ExitCode runTables(Context& context) {
 }
 
 ExitCode runDescribe(Context& context) {
-  const std::string& table = context.options.arguments[0];
-  checkTableName(table);
-  const std::vector<Column> columns = context.session.describe(table);
+  const std::vector<Column> columns = context.session.describe(context.options.arguments[0]);
   std::vector<Row> rows;
   rows.reserve(columns.size());
   for (const Column& column : columns) rows.push_back({{column.name, false}, {column.typeName, false}});

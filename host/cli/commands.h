@@ -1,12 +1,46 @@
 #pragma once
 
 #include <ext/stdio_filebuf.h>
+#include <optional>
 #include <string>
+#include <vector>
 
-#include "cli/args.h"
+#include "failure.h"
 #include "session/session_wrapper.h"
+#include "terminal/formats.h"
+
+namespace CLI {
+class App;
+}
 
 namespace kivosql {
+
+/// The command line.
+struct Options {
+  Target target;
+  std::string passwordFile;
+  const Carrier* carrier = &kCarriers[0];
+
+  const Format* format = &kFormats[0];
+  std::optional<std::string> null;
+  bool crlf = false;
+  std::size_t maxCells = 60;
+  int maxRows = 0;
+  bool timing = false;
+  bool verbose = false;
+
+  std::string jvm;
+  std::vector<std::string> classPath;
+  int heapMegabytes = 256;
+
+  bool keepGoing = false;
+  bool singleTransaction = false;
+  bool noHeader = false;
+  std::size_t batchRows = 10000;
+
+  const struct Command* command = nullptr;
+  std::vector<std::string> arguments;  ///< the command's own, as many as it has
+};
 
 /// What a command works with.
 struct Context {
@@ -57,11 +91,14 @@ constexpr Command kCommands[] = {
     {"doctor", "Check the set-up, and say how to fix what does not work", {}, false, nullptr},
 };
 
+/// Describes the command line: the table that --help, the man page and the completions are made of.
+void addCommandLine(CLI::App& app, Options& options);
+
+/// Throws Failure on wrong use. @return false when help was shown and nothing is to be done
+bool parse(int argc, char** argv, Options& options);
+
 /// Opens the file, or standard input for "-". Whoever reads from it gets an exception when that fails.
 __gnu_cxx::stdio_filebuf<char> openInput(const std::string& path);
-
-/// Throws unless @p text is a table's name, qualified or quoted, and nothing else: it is put into SQL unchanged.
-void checkTableName(const std::string& text);
 
 /// Reports a failure, which may be the effect of an interrupt. @param place comes first. @return the code to end with
 ExitCode report(Context& context, const Failure& failure, const std::string& place);

@@ -216,7 +216,6 @@ class Loader {
 }  // namespace
 
 ExitCode runLoad(Context& context) {
-  checkTableName(context.options.arguments[1]);
   auto file = openInput(context.options.arguments[0]);
   return Loader(context, file).run();
 }

@@ -88,30 +88,25 @@ void JavaErrors::check(JNIEnv* env, bool worked, const std::string& text) const 
   if (!worked || pending) throw javaFailure(text, printed);
 }
 
-std::string takeText(JNIEnv* env, jobject string) {
-  if (env->ExceptionCheck() == JNI_TRUE || string == nullptr) return {};
-  std::string text;
-  auto* const characters = static_cast<jstring>(string);
-  if (const char* bytes = env->GetStringUTFChars(characters, nullptr)) {
-    text = fromJava(bytes);
-    env->ReleaseStringUTFChars(characters, bytes);
-  }
-  env->DeleteLocalRef(string);
-  return text;
-}
-
 std::string typeName(JNIEnv* env, int type) {
+  std::string text = std::to_string(type);
   // Of the call that gave the type.
-  if (env->ExceptionCheck() == JNI_TRUE) return std::to_string(type);
+  if (env->ExceptionCheck() == JNI_TRUE) return text;
   const jclass types = env->FindClass("java/sql/JDBCType");
   const jmethodID valueOf =
       types == nullptr ? nullptr : env->GetStaticMethodID(types, "valueOf", "(I)Ljava/sql/JDBCType;");
   const jobject found = valueOf == nullptr ? nullptr : env->CallStaticObjectMethod(types, valueOf, type);
+  auto* const name =
+      static_cast<jstring>(call<jobject>(env, found, "getName", "()Ljava/lang/String;").value_or(nullptr));
+  if (const char* letters = name == nullptr ? nullptr : env->GetStringUTFChars(name, nullptr)) {
+    text = letters;
+    env->ReleaseStringUTFChars(name, letters);
+  }
   env->ExceptionClear();
-  const auto name = call<std::string>(env, found, "getName", "()Ljava/lang/String;");
+  env->DeleteLocalRef(name);
   env->DeleteLocalRef(found);
   env->DeleteLocalRef(types);
-  return name.value_or(std::to_string(type));
+  return text;
 }
 
 bool cancelInJava(jobject object) {

@@ -41,9 +41,6 @@ class JavaErrors {
   int file_;
 };
 
-/// The text of a Java string, whose local reference it drops; empty for null and when memory runs out.
-std::string takeText(JNIEnv* env, jobject string);
-
 /// The result of a method without one.
 struct Nothing {};
 
@@ -65,8 +62,6 @@ std::optional<Result> call(JNIEnv* env, jobject object, const char* name, const 
     result = env->CallBooleanMethod(object, method, arguments...) == JNI_TRUE;
   } else if constexpr (std::is_same_v<Result, jint>) {
     result = env->CallIntMethod(object, method, arguments...);
-  } else if constexpr (std::is_same_v<Result, std::string>) {
-    result = takeText(env, env->CallObjectMethod(object, method, arguments...));
   } else if constexpr (std::is_same_v<Result, jobject>) {
     result = env->CallObjectMethod(object, method, arguments...);
   } else {

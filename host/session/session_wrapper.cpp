@@ -4,13 +4,13 @@ namespace kivosql {
 
 namespace {
 
-/// Throws why the last call to an object of the companion jar failed, unless it returned true.
-void checkObject(JNIEnv* env, jobject object, std::optional<bool> worked) {
+/// Throws why the last call that went to the companion jar by a method's name failed, unless it returned true.
+void checkCall(jdbcWrapper& database, std::optional<bool> worked) {
   if (worked == true) return;
-  env->ExceptionClear();
-  const std::string text = call<std::string>(env, object, "getErrorMessage", "()Ljava/lang/String;").value_or("");
-  if (text.empty()) throw Failure("could not use the companion jar, or memory ran out");
-  throw javaFailure(text);
+  database.env->ExceptionClear();
+  database.errorMessage = "could not use the companion jar, or memory ran out";
+  database.getErrorFromJava();
+  throw javaFailure(fromJava(database.errorMessage));
 }
 
 }  // namespace
@@ -24,7 +24,7 @@ void RowLoader::add(const Cell& value) {
 void RowLoader::store() {
   // Java counts the bytes of a text in an int.
   if (text_.size() > INT32_MAX) throw Failure("a batch has more than 2 GB of text");
-  checkObject(env_, loader_, callWithRows<bool>("store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
+  checkCall(database_, callWithRows<bool>("store", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)Z"));
   ends_.clear();
   text_.clear();
 }
@@ -32,24 +32,25 @@ void RowLoader::store() {
 std::optional<std::size_t> RowLoader::failedRow(Failure& why) {
   const auto row = callWithRows<jint>("failedRow", "(Ljava/nio/ByteBuffer;Ljava/nio/ByteBuffer;)I");
   if (row.value_or(-1) < 0) return {};
-  if (const auto failure = attempt([this] { checkObject(env_, loader_, false); })) why = *failure;
+  if (const auto failure = attempt([this] { checkCall(database_, false); })) why = *failure;
   return *row;
 }
 
-void RowLoader::sync() { checkObject(env_, loader_, call<bool>(env_, loader_, "sync", "()Z")); }
+void RowLoader::sync() { checkCall(database_, call<bool>(database_.env, loader_, "sync", "()Z")); }
 
-bool RowLoader::undoes() { return call<bool>(env_, loader_, "undoes", "()Z") == true; }
+bool RowLoader::undoes() { return call<bool>(database_.env, loader_, "undoes", "()Z") == true; }
 
 template <typename Result>
 std::optional<Result> RowLoader::callWithRows(const char* method, const char* signature) {
+  JNIEnv* const env = database_.env;
   const auto size = static_cast<jlong>(ends_.size() * sizeof(ends_[0]));
-  const jobject ends = env_->NewDirectByteBuffer(ends_.data(), size);
+  const jobject ends = env->NewDirectByteBuffer(ends_.data(), size);
   const jobject text =
-      ends == nullptr ? nullptr : env_->NewDirectByteBuffer(text_.data(), static_cast<jlong>(text_.size()));
-  const auto result = call<Result>(env_, loader_, method, signature, ends, text);
-  env_->ExceptionClear();
-  env_->DeleteLocalRef(text);
-  env_->DeleteLocalRef(ends);
+      ends == nullptr ? nullptr : env->NewDirectByteBuffer(text_.data(), static_cast<jlong>(text_.size()));
+  const auto result = call<Result>(env, loader_, method, signature, ends, text);
+  env->ExceptionClear();
+  env->DeleteLocalRef(text);
+  env->DeleteLocalRef(ends);
   return result;
 }
 
@@ -74,8 +75,8 @@ RowLoader WrapperSession::loader(const std::string& table, const std::vector<Col
   const auto loader =
       call<jobject>(env, utilities, "loader", "(Ljava/lang/String;Ljava/lang/String;)Lcom/ulvanejdbc/RowLoader;",
                     javaTable, javaNames);
-  checkObject(env, utilities, loader.value_or(nullptr) != nullptr);
-  return {env, *loader};
+  checkCall(database_, loader.value_or(nullptr) != nullptr);
+  return {database_, *loader};
 }
 
 bool WrapperSession::connect(Target& java) {
@@ -90,7 +91,7 @@ void WrapperSession::check(bool worked) {
 
 void WrapperSession::transact(const char* method) {
   const jobject utilities = database_.utilitiesObject;
-  checkObject(database_.env, utilities, call<bool>(database_.env, utilities, method, "()Z"));
+  checkCall(database_, call<bool>(database_.env, utilities, method, "()Z"));
 }
 
 std::unique_ptr<Session> makeWrapperSession() { return std::make_unique<WrapperSession>(); }

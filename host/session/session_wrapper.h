@@ -11,7 +11,7 @@ namespace kivosql {
 class RowLoader {
  public:
   /// @param loader the jar's RowLoader, a local reference of this thread, which returns to no Java code
-  RowLoader(JNIEnv* env, jobject loader) : env_(env), loader_(loader) {}
+  RowLoader(jdbcWrapper& database, jobject loader) : database_(database), loader_(loader) {}
 
   /// Adds a value to the rows that are not stored yet.
   void add(const Cell& value);
@@ -35,7 +35,7 @@ class RowLoader {
   template <typename Result>
   std::optional<Result> callWithRows(const char* method, const char* signature);
 
-  JNIEnv* env_;
+  jdbcWrapper& database_;
   jobject loader_;
   std::vector<std::int32_t> ends_;  ///< where each value's text ends; the complement for NULL
   std::string text_;                ///< the values, one after the other

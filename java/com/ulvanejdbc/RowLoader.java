@@ -4,11 +4,12 @@ import java.nio.ByteBuffer;
 import java.sql.Connection;
 import java.sql.PreparedStatement;
 import java.sql.SQLException;
+import java.util.function.Consumer;
 
 /**
  * Stores rows of text in a table, by prepared statements whose parameters have the columns' types. Native code finds
- * this class's methods by name. Nothing is thrown to it: a method that fails returns false, and {@link
- * #getErrorMessage} then says why.
+ * this class's methods by name. Nothing is thrown to it: a method that fails returns false, and the error of {@link
+ * jdbcUtilities} then says why.
  */
 public final class RowLoader {
   private static final int NONE = -1;
@@ -16,22 +17,20 @@ public final class RowLoader {
   private final Session session;
   private final String table;
   private RowInsert insert;
-  private String error = "";
+  private final Consumer<Throwable> failures;
 
   /**
    * Finds out what the columns are.
    *
    * @param table its name as it stands in SQL
    * @param names of columns, exactly as the database has them
+   * @param failures what records them
    */
-  RowLoader(Session session, String table, String[] names) throws SQLException {
+  RowLoader(Session session, String table, String[] names, Consumer<Throwable> failures) throws SQLException {
     this.session = session;
     this.table = table;
+    this.failures = failures;
     session.runAsOne(connection -> insert = new RowInsert(session, table, names));
-  }
-
-  public String getErrorMessage() {
-    return error;
   }
 
   /**
@@ -51,7 +50,7 @@ public final class RowLoader {
   /**
    * Finds the row for which {@link #store} failed just now, by storing the rows one by one and undoing them again.
    *
-   * @return counted from 0, with {@link #getErrorMessage} that row's; -1, with the error unchanged, when none fails
+   * @return counted from 0, with that row's error; -1, with the error unchanged, when none fails
    *     alone or the rows were not undone, since they would be stored twice
    */
   public int failedRow(ByteBuffer ends, ByteBuffer text) {
@@ -80,7 +79,7 @@ public final class RowLoader {
       }
       return NONE;
     } catch (SQLException | RuntimeException failure) {
-      error = ErrorText.of(failure);
+      failures.accept(failure);
       return number;
     } finally {
       session.setRunning(null);
@@ -111,7 +110,7 @@ public final class RowLoader {
       step.run();
       return true;
     } catch (Throwable failure) {
-      error = ErrorText.of(failure);
+      failures.accept(failure);
       return false;
     }
   }

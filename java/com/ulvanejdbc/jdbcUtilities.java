@@ -206,7 +206,7 @@ public class jdbcUtilities {
    * @param columns their names, exactly as the database has them, each with a NUL after it
    */
   RowLoader loader(String table, String columns) {
-    return attempt(null, () -> new RowLoader(session, table, columns.split("\0")));
+    return attempt(null, () -> new RowLoader(session, table, columns.split("\0"), this::record));
   }
 
   /** For classes that read by the block, or with types. */
