@@ -21,7 +21,9 @@ select cast(x as bigint) as id,
   timestamp '2024-02-29 12:34:56.789' + x * interval '1' second as moment,
   cast(timestamp with time zone '2024-02-29 12:34:56+00:00' as timestamp with time zone) as zoned,
   {bytes} as raw,
-  case when mod(x, 3) = 0 then null else array[cast(x as int), null] end as many
+  case when mod(x, 3) = 0 then null else array[cast(x as int), null] end as many,
+  array[cast(timestamp with time zone '2024-02-29 12:34:56+00:00' as timestamp with time zone)] as instants,
+  array[{bytes}] as raws
 from {numbers} order by x
 """
 
@@ -30,12 +32,13 @@ TYPES = [
     ("int64", "BIGINT"), ("int32", "INTEGER"), ("double", "DOUBLE"), ("decimal128(12, 2)", "DECIMAL(12,2)"),
     ("string", "VARCHAR"), ("bool", "BOOLEAN"), ("date32[day]", "DATE"), ("time64[us]", "TIME"),
     ("timestamp[us]", "TIMESTAMP"), ("timestamp[us, tz=UTC]", "TIMESTAMP WITH TIME ZONE"), ("binary", "BLOB"),
-    ("list<item: int32>", "INTEGER[]"),
+    ("list<item: int32>", "INTEGER[]"), ("list<item: timestamp[us, tz=UTC]>", "TIMESTAMP WITH TIME ZONE[]"),
+    ("list<item: binary>", "BLOB[]"),
 ]
 MOMENT = datetime.datetime(2024, 2, 29, 12, 34, 56)
 FIRST_ROW = [1, 1, 0.25, decimal.Decimal("1.25"), "n\u00e4me 1", False, datetime.date(2000, 1, 2), MOMENT.time(),
              MOMENT + datetime.timedelta(seconds=1.789), MOMENT.replace(tzinfo=datetime.timezone.utc), b"\x00\xff",
-             [1, None]]
+             [1, None], [MOMENT.replace(tzinfo=datetime.timezone.utc)], [b"\x00\xff"]]
 
 
 class Typed:

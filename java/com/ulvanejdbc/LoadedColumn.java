@@ -21,6 +21,7 @@ public final class LoadedColumn {
   final String name;
   private final int type;
   private final boolean takesAnyType;
+  private final DatabaseDriver driver;
   private final Binder binder;
 
   /** Binds a text that is not null. */
@@ -33,6 +34,7 @@ public final class LoadedColumn {
     // PostgreSQL infers the type of such a parameter as it does a literal's; a null bound so is still SQL NULL.
     this.type = database.readsParametersAsLiterals() ? Types.OTHER : type;
     takesAnyType = database.anyTypeInAnyCell();
+    driver = database.driver();
     binder = database.readsParametersAsLiterals() ? asLiteral(type, database) : typed(type, typeName, database);
   }
 
@@ -42,6 +44,11 @@ public final class LoadedColumn {
     } else {
       binder.bind(statement, place, value);
     }
+  }
+
+  /** The form in which the database reads a date or a timestamp. */
+  public String dateLiteral(String text) {
+    return driver.dateLiteral(text);
   }
 
   /** What SQLite's driver binds as a decimal number arrives as text, as it does here. */

@@ -29,6 +29,11 @@ public final class TemporalFields {
   private final byte[] buffer = new byte[MAX_LENGTH];
   private int length;
 
+  /** Reads a text as a database shows it, in UTC; null if it is neither a date nor a time. */
+  public static TemporalFields of(String text) {
+    return new TemporalParser(text.getBytes(StandardCharsets.ISO_8859_1)).parse();
+  }
+
   /** Whether there is a date, and on the calendar: a month or a day of zero is not. */
   public boolean isDate() {
     if (!hasDate || month < 1 || month > 12 || day < 1) return false;

@@ -86,7 +86,7 @@ public final class TemporalReader {
   private TemporalFields libraryText() throws SQLException {
     String value = text();
     if (value == null) return null;
-    TemporalFields parsed = new TemporalParser(value.getBytes(StandardCharsets.ISO_8859_1)).parse();
+    TemporalFields parsed = TemporalFields.of(value);
     fields.clear();
     return parsed == null ? fields : parsed;
   }

@@ -17,28 +17,39 @@ final class BytesColumn extends Column {
     boolean read(ResultSet rows, int column, BlockText target) throws SQLException;
   }
 
+  /** Appends an element of an array, which is not null. */
+  private interface ElementReader {
+    void read(Object element, BlockText target);
+  }
+
   private final BlockText content = new BlockText(true, MAX_VALUE_BYTES);
   private final Reader reader;
+  private final ElementReader elementReader;
   private int[] ends = new int[1024];
 
-  private BytesColumn(String format, Reader reader) {
+  private BytesColumn(String format, Reader reader, ElementReader elementReader) {
     super(format);
     this.reader = reader;
+    this.elementReader = elementReader;
   }
 
   static BytesColumn ofText(ResultColumn column) throws SQLException {
     BlockCell cell = column.text();
-    return new BytesColumn("u", (rows, number, target) -> cell.pack(target));
+    return new BytesColumn("u", (rows, number, target) -> cell.pack(target), null);
   }
 
   static BytesColumn ofBytes(boolean takesAnyType) {
     if (takesAnyType)
-      return new BytesColumn("z", (rows, number, target) -> putBytes(Mixed.bytes(rows, number), target));
-    return new BytesColumn("z", (rows, number, target) -> putBytes(rows.getBytes(number), target));
+      return new BytesColumn("z", (rows, number, target) -> putBytes(Mixed.bytes(rows, number), target), null);
+    return new BytesColumn("z", (rows, number, target) -> putBytes(rows.getBytes(number), target), null);
   }
 
-  static BytesColumn ofElements() {
-    return new BytesColumn("u", null);
+  static BytesColumn ofTexts() {
+    return new BytesColumn("u", null, (element, target) -> target.put(element.toString()));
+  }
+
+  static BytesColumn ofByteArrays() {
+    return new BytesColumn("z", null, (element, target) -> putBytes((byte[]) element, target));
   }
 
   private static boolean putBytes(byte[] value, BlockText target) {
@@ -56,7 +67,7 @@ final class BytesColumn extends Column {
   @Override
   void append(Object element) {
     content.beginRow();
-    if (element != null) content.put(element.toString());
+    if (element != null) elementReader.read(element, content);
     end(element != null);
   }
 

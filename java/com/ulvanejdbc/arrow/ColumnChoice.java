@@ -8,18 +8,9 @@ import java.sql.ResultSet;
 import java.sql.SQLException;
 import java.sql.Types;
 import java.util.Locale;
-import java.util.concurrent.TimeUnit;
 
 /** Chooses a column's Arrow type, and how its values are read, by what the driver says of the column. */
 final class ColumnChoice {
-  private static final int MICRO_DIGITS = 6;
-  private static final long MICROS_PER_DAY = TimeUnit.DAYS.toMicros(1);
-
-  /** Farther from 1970 than this, a day's microseconds may not fit 64 bits. */
-  private static final long MAX_DAY = Long.MAX_VALUE / MICROS_PER_DAY - 1;
-
-  private static final long NO_NUMBER = Long.MIN_VALUE;
-
   private static final FixedColumn.Reader FLOAT = (rows, number) -> Float.floatToRawIntBits(rows.getFloat(number));
   private static final FixedColumn.Reader DOUBLE = (rows, number) -> Double.doubleToRawLongBits(rows.getDouble(number));
 
@@ -61,20 +52,20 @@ final class ColumnChoice {
       case Types.NUMERIC:
         return decimal();
       case Types.DATE:
-        return date();
+        return times(ArrowTime.DATE);
       case Types.TIME:
-        return time();
+        return times(ArrowTime.ofTime(column.scale));
       case Types.TIMESTAMP:
-        return timestamp("");
+        return times(ArrowTime.TIMESTAMP);
       case Types.TIMESTAMP_WITH_TIMEZONE:
-        return timestamp("UTC");
+        return times(ArrowTime.TIMESTAMP_IN_UTC);
       case Types.BINARY:
       case Types.VARBINARY:
       case Types.LONGVARBINARY:
       case Types.BLOB:
         return bytes();
       case Types.ARRAY:
-        return ElementChoice.listOf(column.typeName);
+        return ElementChoice.listOf(column, options);
       default:
         return null;
     }
@@ -139,9 +130,9 @@ final class ColumnChoice {
 
   private Column decimal() {
     // A DECFLOAT has digits, but no scale.
-    boolean hasScale = column.scale >= 0 && column.scale <= column.precision && !column.typeName.equals("DECFLOAT");
-    boolean hasArrowType = hasScale && column.precision > 0 && column.precision <= DecimalColumn.MAX_PRECISION;
-    if (hasArrowType) return new DecimalColumn(column.precision, column.scale, column);
+    boolean hasScale = !column.typeName.equals("DECFLOAT");
+    if (hasScale && DecimalColumn.holds(column.precision, column.scale))
+      return new DecimalColumn(column.precision, column.scale, column);
     if (options.decimals == Options.DECIMALS_AS_DOUBLE) return decimal64();
     if (options.decimals == Options.DECIMALS_AS_TEXT) return null;
     return new DecimalColumn(DecimalColumn.MAX_PRECISION, options.decimalScale, column);
@@ -153,47 +144,15 @@ final class ColumnChoice {
     return BytesColumn.ofBytes(column.takesAnyType);
   }
 
-  private Column date() throws SQLException {
-    return times("tdD", Integer.BYTES, column.times(), fields -> {
-      long day = fields.epochDay();
-      return fields.isDate() && fields.nanosOfDay() == 0 && day == (int) day ? day : NO_NUMBER;
-    });
-  }
-
-  private Column time() throws SQLException {
-    boolean inNanos = column.scale > MICRO_DIGITS;
-    return times(inNanos ? "ttn" : "ttu", Long.BYTES, column.times(), fields -> {
-      if (fields.hasDate() || !fields.isTimeOfDay()) return NO_NUMBER;
-      return inNanos ? fields.nanosOfDay() : micros(fields.nanosOfDay());
-    });
-  }
-
-  private Column timestamp(String zone) throws SQLException {
-    return times("tsu:" + zone, Long.BYTES, column.times(), fields -> {
-      long micros = micros(fields.nanosOfDay());
-      boolean isPointInTime = fields.isDate() && (fields.isTimeOfDay() || !fields.hasTime());
-      if (!isPointInTime || micros == NO_NUMBER || Math.abs(fields.epochDay()) > MAX_DAY) return NO_NUMBER;
-      return fields.epochDay() * MICROS_PER_DAY + micros;
-    });
-  }
-
-  private static long micros(long nanos) {
-    return nanos % 1000 == 0 ? nanos / 1000 : NO_NUMBER;
-  }
-
-  /** Converts a date or time to its Arrow number; {@link #NO_NUMBER} if there is none. */
-  private interface Count {
-    long of(TemporalFields fields);
-  }
-
-  private Column times(String format, int width, TemporalReader times, Count count) {
+  private Column times(ArrowTime type) throws SQLException {
+    TemporalReader times = column.times();
     FixedColumn.Reader reader = (rows, number) -> {
       TemporalFields fields = times.read();
       if (fields == null) return 0;
-      long value = count.of(fields);
-      if (value == NO_NUMBER) throw new UnfitValueException(times.text(), format);
+      long value = type.number(fields);
+      if (value == ArrowTime.NONE) throw new UnfitValueException(times.text(), type.format);
       return value;
     };
-    return FixedColumn.ofTimes(format, width, reader, options.outOfRangeAsNull);
+    return FixedColumn.ofTimes(type.format, type.width, reader, options.outOfRangeAsNull);
   }
 }

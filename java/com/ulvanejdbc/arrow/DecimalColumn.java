@@ -21,6 +21,12 @@ final class DecimalColumn extends Column {
   /** Two for each value, the low one first. */
   private long[] halves = new long[2048];
 
+  /** Whether there is a type for numbers with this many digits. */
+  static boolean holds(int precision, int scale) {
+    return precision > 0 && precision <= MAX_PRECISION && scale >= 0 && scale <= precision;
+  }
+
+  /** @param source null for elements of an array */
   DecimalColumn(int precision, int scale, ResultColumn source) {
     super("d:" + precision + ',' + scale);
     this.precision = precision;

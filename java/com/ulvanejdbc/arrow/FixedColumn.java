@@ -17,7 +17,7 @@ final class FixedColumn extends Column {
 
   /** Makes the bits of an array's element. */
   interface Converter {
-    long convert(Object element);
+    long convert(Object element) throws SQLException;
   }
 
   private final int width;
@@ -47,6 +47,11 @@ final class FixedColumn extends Column {
     return new FixedColumn(format, width, null, converter, false);
   }
 
+  /** @param unfitAsNull whether a value that does not fit is null, not an error */
+  static FixedColumn ofTimeElements(String format, int width, Converter converter, boolean unfitAsNull) {
+    return new FixedColumn(format, width, null, converter, unfitAsNull);
+  }
+
   @Override
   void append(ResultSet rows, int column) throws SQLException {
     try {
@@ -54,15 +59,23 @@ final class FixedColumn extends Column {
       boolean isNull = value == 0 && rows.wasNull();
       put(isNull ? addInvalid() : addValid(), value);
     } catch (UnfitValueException unfit) {
-      if (!unfitAsNull) throw unfit;
-      put(addInvalid(), 0);
+      putUnfit(unfit);
     }
   }
 
   @Override
-  void append(Object element) {
-    long value = element == null ? 0 : converter.convert(element);
-    put(element == null ? addInvalid() : addValid(), value);
+  void append(Object element) throws SQLException {
+    try {
+      long value = element == null ? 0 : converter.convert(element);
+      put(element == null ? addInvalid() : addValid(), value);
+    } catch (UnfitValueException unfit) {
+      putUnfit(unfit);
+    }
+  }
+
+  private void putUnfit(UnfitValueException unfit) throws UnfitValueException {
+    if (!unfitAsNull) throw unfit;
+    put(addInvalid(), 0);
   }
 
   private void put(int index, long value) {

@@ -7,33 +7,78 @@ import java.sql.SQLException;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
+import java.util.stream.Stream;
 
 /** Arrays with one dimension. */
 final class ListColumn extends Column {
+  /** What stands between the brackets of an array's text, and one of its elements, which may be quoted. */
+  private static final Pattern CONTENT = Pattern.compile("[^\\[{]*[\\[{](.*)[\\]}]");
+  private static final Pattern QUOTED = Pattern.compile("[^'\"]*['\"](.*)['\"]");
+
+  /** Reads the elements of the current row's array; null for SQL NULL. */
+  private interface Reader {
+    Object[] read(ResultSet rows, int column) throws SQLException;
+  }
+
   private final Column elements;
+  private final Reader reader;
   private int[] ends = new int[1024];
 
-  ListColumn(Column elements) {
+  private ListColumn(Column elements, Reader reader) {
     super("+l");
     this.elements = elements;
+    this.reader = reader;
+  }
+
+  static ListColumn ofObjects(Column elements) {
+    return new ListColumn(elements, ListColumn::objects);
+  }
+
+  /** Of elements whose text has no commas and no brackets. */
+  static ListColumn ofTexts(Column elements) {
+    return new ListColumn(elements, ListColumn::texts);
   }
 
   @Override
   void append(ResultSet rows, int column) throws SQLException {
-    Array value = rows.getArray(column);
-    if (value == null) {
+    Object[] values = reader.read(rows, column);
+    if (values == null) {
       end(addInvalid());
       return;
     }
+    for (Object element : values) {
+      if (element instanceof Object[]) throw new UnfitValueException(rows.getString(column), format);
+      elements.append(element);
+    }
+    end(addValid());
+  }
+
+  private static Object[] objects(ResultSet rows, int column) throws SQLException {
+    Array value = rows.getArray(column);
+    if (value == null) return null;
     try {
-      for (Object element : (Object[]) value.getArray()) {
-        if (element instanceof Object[]) throw new UnfitValueException(value, format);
-        elements.append(element);
-      }
+      return (Object[]) value.getArray();
     } finally {
       value.free();
     }
-    end(addValid());
+  }
+
+  private static Object[] texts(ResultSet rows, int column) throws SQLException {
+    String text = rows.getString(column);
+    if (text == null) return null;
+    Matcher content = CONTENT.matcher(text);
+    if (!content.matches()) throw new UnfitValueException(text, "+l");
+    if (content.group(1).trim().isEmpty()) return new Object[0];
+    return Stream.of(content.group(1).split(",")).map(ListColumn::element).toArray();
+  }
+
+  private static String element(String text) {
+    String trimmed = text.trim();
+    if (trimmed.equalsIgnoreCase("null")) return null;
+    Matcher quoted = QUOTED.matcher(trimmed);
+    return quoted.matches() ? quoted.group(1) : trimmed;
   }
 
   @Override

@@ -1,14 +1,20 @@
 package com.ulvanejdbc.arrow;
 
+import java.math.BigDecimal;
 import java.math.BigInteger;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
 import java.nio.charset.StandardCharsets;
+import java.sql.SQLException;
+import java.sql.SQLFeatureNotSupportedException;
+import java.util.function.IntFunction;
 
 /** A field's values in native memory, in Arrow's layout. The memory belongs to the caller and is only read. */
 final class ParameterField {
   /** How many buffers native code gives for a field; those that it does without are null. */
   static final int BUFFERS = 3;
+
+  private static final int DEFAULT_DECIMAL_BITS = 128;
 
   final String format;
 
@@ -36,6 +42,11 @@ final class ParameterField {
 
   int length() {
     return Math.toIntExact(length);
+  }
+
+  /** For a type whose values cannot be bound. */
+  SQLException unknown() {
+    return new SQLFeatureNotSupportedException("values of Arrow's type \"" + format + "\" cannot be bound", "0A000");
   }
 
   boolean isList() {
@@ -74,8 +85,16 @@ final class ParameterField {
     return second.getDouble(at(row) * Double.BYTES);
   }
 
+  /** The format is "d:", precision, scale and, unless it is 128, the number of bits. */
+  IntFunction<BigDecimal> decimals() {
+    String[] numbers = format.substring(2).split(",");
+    int scale = Integer.parseInt(numbers[1]);
+    int bits = numbers.length > 2 ? Integer.parseInt(numbers[2]) : DEFAULT_DECIMAL_BITS;
+    return row -> new BigDecimal(wholeNumber(row, bits / Byte.SIZE), scale);
+  }
+
   /** A whole number of this many bytes, the low one first. */
-  BigInteger wholeNumber(int row, int width) {
+  private BigInteger wholeNumber(int row, int width) {
     byte[] highFirst = new byte[width];
     int start = at(row) * width;
     for (int index = 0; index < width; ++index) highFirst[index] = second.get(start + width - 1 - index);

@@ -56,8 +56,7 @@ final class ParameterType {
   }
 
   private static String decimal(int precision, int scale) {
-    boolean fits = precision > 0 && precision <= DecimalColumn.MAX_PRECISION && scale >= 0 && scale <= precision;
-    return fits ? "d:" + precision + ',' + scale : "u";
+    return DecimalColumn.holds(precision, scale) ? "d:" + precision + ',' + scale : "u";
   }
 
   private static String format(int type) {
