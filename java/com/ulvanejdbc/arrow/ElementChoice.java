@@ -22,7 +22,9 @@ final class ElementChoice {
     wholeNumber("s", Short.BYTES, "INT2", "SMALLINT");
     wholeNumber("i", Integer.BYTES, "INT4", "INTEGER");
     wholeNumber("l", Long.BYTES, "INT8", "BIGINT");
-    add(() -> FixedColumn.ofElements("f", Float.BYTES, value -> Float.floatToRawIntBits((Float) value)), "FLOAT4", "REAL");
+    add(()
+            -> FixedColumn.ofElements("f", Float.BYTES, value -> Float.floatToRawIntBits((Float) value)),
+        "FLOAT4", "REAL");
     add(()
             -> FixedColumn.ofElements("g", Double.BYTES, value -> Double.doubleToRawLongBits((Double) value)),
         "FLOAT8", "DOUBLE PRECISION", "DOUBLE");
