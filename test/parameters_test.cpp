@@ -59,6 +59,66 @@ TEST_P(Parameters, TypedValuesGoIntoAnotherTableAsTheyAre) {
   EXPECT_GT(rows, 10);
 }
 
+TEST_P(Parameters, ListsKeepTheirElements) {
+  const struct {
+    const char* word;
+    const char* type;
+    const char* literal;
+    const char* elements;
+    bool isBound = true;
+  } rows[] = {
+      {"h2", "decimal(10, 2) array", "array[1.5, null, -0.01]", "[1.50, null, -0.01]"},
+      {"h2", "real array", "array[1.5, null]", "[1.5, null]"},
+      {"h2", "date array", "array[date '2024-12-31', null, date '-0043-03-15', date '10000-01-01']",
+       "[2024-12-31, null, -0043-03-15, +10000-01-01]"},
+      {"h2", "timestamp array", "array[timestamp '1500-03-01 02:30:00.5', null]", "[1500-03-01 02:30:00.5, null]"},
+      {"h2", "timestamp with time zone array", "array[timestamp with time zone '2024-12-31 23:30:00-01:00', null]",
+       "[2025-01-01 00:30:00, null]"},
+      {"h2", "varbinary(9) array", "array[x'00ff', null, x'']", "[00ff, null, ]"},
+      {"hsqldb", "date array", "array[date '2024-12-31', null]", "[2024-12-31, null]", false},
+      {"hsqldb", "timestamp array", "array[timestamp '2024-12-31 02:30:00.5']", "[2024-12-31 02:30:00.5]", false},
+      {"hsqldb", "varbinary(9) array", "array[x'00ff', null]", "[00ff, null]", false},
+      {"postgresql", "numeric(10, 2)[]", "'{1.5,NULL,-0.01}'", "[1.50, null, -0.01]"},
+      {"postgresql", "float4[]", "'{1.5,NULL}'", "[1.5, null]"},
+      {"postgresql", "date[]", "'[0:2]={2024-12-31,NULL,0044-03-15 BC}'", "[2024-12-31, null, -0043-03-15]"},
+      {"postgresql", "timestamp[]", "'{2024-03-10 02:30:00.5,NULL,0044-03-15 10:00:00 BC}'",
+       "[2024-03-10 02:30:00.5, null, -0043-03-15 10:00:00]"},
+      {"postgresql", "timestamptz[]", "'{2024-12-31 23:30:00-01,NULL}'", "[2025-01-01 00:30:00, null]"},
+      {"postgresql", "bytea[]", "array['\\x00ff'::bytea, null, '']", "[00ff, null, ]"},
+      {"postgresql", "date[]", "'{}'", "[]"},
+      {"postgresql", "date[]", "'{infinity}'", nullptr},
+      {"postgresql", "date[]", "'{{2024-12-31}}'", nullptr},
+      {"postgresql", "numeric(10, 2)[]", "'{NaN}'", nullptr},
+  };
+  for (const auto& row : rows) {
+    if (row.word != database.word) continue;
+    SCOPED_TRACE(std::string(row.type) + " of " + row.literal);
+    recreate("source", std::string("v ") + row.type);
+    recreate("target", std::string("v ") + row.type);
+    update(std::string("insert into source values (") + row.literal + ")");
+    query("select v from source");
+    const Batch batch(wrapper);
+    if (row.elements == nullptr) {
+      EXPECT_EQ(batch.failure.find("row 1, column "), 0U) << batch.failure;
+      continue;
+    }
+    ASSERT_EQ(batch.failure, "");
+    EXPECT_STREQ(batch.schema.children[0]->format, "+l");
+    EXPECT_EQ(ArrowText(*batch.schema.children[0], *batch.rows.children[0]).at(0), row.elements);
+    Query insert(wrapper, "insert into target values (?)");
+    ASSERT_EQ(insert.bind(batch.schema, batch.rows), "");
+    EXPECT_EQ(insert.updateAll(), row.isBound ? 1 : -2) << insert.failure();
+    if (row.isBound) {
+      query("select v from target");
+      const Batch bound(wrapper);
+      ASSERT_EQ(bound.rows.length, 1);
+      EXPECT_EQ(ArrowText(*bound.schema.children[0], *bound.rows.children[0]).at(0), row.elements);
+    } else {
+      EXPECT_EQ(insert.failure().find("row 1, parameter 1: "), 0U) << insert.failure();
+    }
+  }
+}
+
 TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
   recreate("source", "id int, name varchar(9)");
   recreate("target", "id int not null primary key, name varchar(9)");

@@ -2,6 +2,7 @@ package com.ulvanejdbc.arrow;
 
 import com.ulvanejdbc.LoadedColumn;
 import java.math.BigDecimal;
+import java.sql.Array;
 import java.sql.SQLException;
 import java.util.function.IntFunction;
 
@@ -78,5 +79,16 @@ final class ArrayElements {
       values[index] = field.isNull(start + index) ? null : reader.read(start + index);
     }
     return values;
+  }
+
+  /** HSQLDB's driver makes decimals without a fraction of them. */
+  void requireDigits(Object[] values, Array array) throws SQLException {
+    if (!sqlName.equals("decimal")) return;
+    Object[] made = (Object[]) array.getArray();
+    for (int index = 0; index < values.length; ++index) {
+      BigDecimal value = (BigDecimal) values[index];
+      if (value != null && value.compareTo((BigDecimal) made[index]) != 0)
+        throw new UnfitValueException(value, field.format);
+    }
   }
 }

@@ -13,8 +13,11 @@ import java.util.stream.Stream;
 
 /** Arrays with one dimension. */
 final class ListColumn extends Column {
-  /** What stands between the brackets of an array's text, and one of its elements, which may be quoted. */
-  private static final Pattern CONTENT = Pattern.compile("[^\\[{]*[\\[{](.*)[\\]}]");
+  /**
+   * What stands between the brackets of an array's text, before which PostgreSQL may write its bounds, and one of its
+   * elements, which may be quoted.
+   */
+  private static final Pattern CONTENT = Pattern.compile("(?:\\[[^=]*=|[^\\[{]*)[\\[{]([^\\[{]*)[\\]}]");
   private static final Pattern QUOTED = Pattern.compile("[^'\"]*['\"](.*)['\"]");
 
   /** Reads the elements of the current row's array; null for SQL NULL. */

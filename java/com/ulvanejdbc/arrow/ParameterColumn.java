@@ -115,6 +115,7 @@ final class ParameterColumn {
     return (statement, place, row) -> {
       Object[] values = elements.values(field.start(row), field.start(row + 1));
       Array array = statement.getConnection().createArrayOf(elements.sqlName, values);
+      elements.requireDigits(values, array);
       statement.setArray(place, array);
     };
   }
