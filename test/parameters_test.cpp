@@ -352,6 +352,33 @@ TEST(Sqlite, AStatementThatWasCancelledRunsAgain) {
   EXPECT_TRUE(wrapper.closeConnection());
 }
 
+TEST(Hsqldb, DecimalsWhoseFractionTheDriverDropsAreRefused) {
+  Database database = databases()[1];
+  jdbcWrapper wrapper;
+  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
+              wrapper.getConnection(database.user, database.password) && wrapper.getStatement())
+      << wrapper.errorMessage;
+  wrapper.executeUpdate("drop table target");
+  ASSERT_EQ(wrapper.executeUpdate("create table target (v decimal(10, 2) array)"), 0) << wrapper.errorMessage;
+  const struct {
+    std::int64_t digits;
+    std::int64_t stored;
+  } rows[] = {{200, 1}, {150, -2}};
+  for (const auto& row : rows) {
+    OneValue element("d:10,2,64", row.digits);
+    OneValue list("+l", std::int64_t{1} << 32);  // two offsets: 0 and 1
+    list.column.n_children = list.array.n_children = 1;
+    list.column.children = &element.columnAddress;
+    list.array.children = &element.arrayAddress;
+    Query insert(wrapper, "insert into target values (?)");
+    ASSERT_EQ(insert.bind(list.schema, list.rows), "");
+    EXPECT_EQ(insert.updateAll(), row.stored) << insert.failure();
+    const bool names = insert.failure().find("row 1, parameter 1: the value 1.50") == 0;
+    EXPECT_EQ(names, row.stored < 0) << insert.failure();
+  }
+  EXPECT_TRUE(wrapper.closeConnection());
+}
+
 TEST(Postgresql, NoRowIsNamedWhereTheDriverJoinsThem) {
   Database database = databases()[5];
   database.url += "?reWriteBatchedInserts=true";
