@@ -4,14 +4,13 @@
 
 #include <atomic>
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 
 #include "KivoArrow.h"
 #include "arrow/environment.h"
 #include "arrow_text.h"
+#include "golden.h"
 #include "jni/local_ref.h"
 #include "jni/method.h"
 #include "jni/numbers.h"
@@ -24,37 +23,24 @@ namespace {
 using Parameters = Databases;
 
 /// Types whose text, or whose date, the database does not take for one of its values.
-bool refusesItsOwn(const std::string& type) {
-  return type == "time(9) with time zone" || type == "year" || type == "date array[9]";
-}
+bool refusesItsOwn(const std::string& type) { return type == "time(9) with time zone" || type == "year"; }
 
 TEST_P(Parameters, TypedValuesGoIntoAnotherTableAsTheyAre) {
   int rows = 0;
-  for (const char* table : {"dates.tsv", "values.tsv"}) {
-    std::ifstream file(std::string(KIVO_GOLDEN) + "/" + table);
-    for (std::string line; std::getline(file, line);) {
-      std::istringstream fields(line);
-      std::string word;
-      std::string type;
-      std::string literal;
-      std::getline(fields, word, '\t');
-      std::getline(fields, type, '\t');
-      std::getline(fields, literal, '\t');
-      if (word != database.word || refusesItsOwn(type)) continue;
-      SCOPED_TRACE(line);
-      recreate("source", "v " + type);
-      recreate("target", "v " + type);
-      update("insert into source values (" + literal + ")");
-      query("select v from source");
-      const Batch batch(wrapper);
-      if (!batch.failure.empty()) continue;  // Arrow has no number for it.
-      Query insert(wrapper, "insert into target values (?)");
-      ASSERT_EQ(insert.bind(batch.schema, batch.rows), "");
-      EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
-      EXPECT_EQ(only("select v from target"), only("select v from source"))
-          << "as " << batch.schema.children[0]->format;
-      ++rows;
-    }
+  for (const Golden& row : goldenRows(database.word)) {
+    if (refusesItsOwn(row.type)) continue;
+    SCOPED_TRACE(row.type + ' ' + row.literal);
+    recreate("source", "v " + row.type);
+    recreate("target", "v " + row.type);
+    update("insert into source values (" + row.literal + ")");
+    query("select v from source");
+    const Batch batch(wrapper);
+    if (!batch.failure.empty()) continue;  // Arrow has no number for it.
+    Query insert(wrapper, "insert into target values (?)");
+    ASSERT_EQ(insert.bind(batch.schema, batch.rows), "");
+    EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
+    EXPECT_EQ(only("select v from target"), only("select v from source")) << "as " << batch.schema.children[0]->format;
+    ++rows;
   }
   EXPECT_GT(rows, 10);
 }
@@ -80,6 +66,7 @@ TEST_P(Parameters, ListsKeepTheirElements) {
       {"hsqldb", "varbinary(9) array", "array[x'00ff', null]", "[00ff, null]", false},
       {"postgresql", "numeric(10, 2)[]", "'{1.5,NULL,-0.01}'", "[1.50, null, -0.01]"},
       {"postgresql", "float4[]", "'{1.5,NULL}'", "[1.5, null]"},
+      {"postgresql", "time[]", "'{23:59:59.999999,NULL}'", "[23:59:59.999999, null]"},
       {"postgresql", "date[]", "'[0:2]={2024-12-31,NULL,0044-03-15 BC}'", "[2024-12-31, null, -0043-03-15]"},
       {"postgresql", "timestamp[]", "'{2024-03-10 02:30:00.5,NULL,0044-03-15 10:00:00 BC}'",
        "[2024-03-10 02:30:00.5, null, -0043-03-15 10:00:00]"},
@@ -324,10 +311,7 @@ TEST_P(Parameters, AStreamFailsOnceItsStatementIsClosed) {
 }
 
 TEST(Sqlite, AStatementThatWasCancelledRunsAgain) {
-  Database database = databases()[3];
-  jdbcWrapper wrapper;
-  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) && wrapper.getConnection("", "") &&
-              wrapper.getStatement());
+  ConnectedWrapper wrapper(databases()[3]);
   wrapper.executeUpdate("drop table target");
   ASSERT_EQ(wrapper.executeUpdate("create table target (v int)"), 0) << wrapper.errorMessage;
   {
@@ -349,15 +333,10 @@ TEST(Sqlite, AStatementThatWasCancelledRunsAgain) {
     EXPECT_NE(insert.failure().find("row 1"), std::string::npos) << insert.failure();
     EXPECT_EQ(insert.updateAll(), 1) << insert.failure();
   }
-  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Hsqldb, DecimalsWhoseFractionTheDriverDropsAreRefused) {
-  Database database = databases()[1];
-  jdbcWrapper wrapper;
-  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
-              wrapper.getConnection(database.user, database.password) && wrapper.getStatement())
-      << wrapper.errorMessage;
+  ConnectedWrapper wrapper(databases()[1]);
   wrapper.executeUpdate("drop table target");
   ASSERT_EQ(wrapper.executeUpdate("create table target (v decimal(10, 2) array)"), 0) << wrapper.errorMessage;
   const struct {
@@ -376,16 +355,12 @@ TEST(Hsqldb, DecimalsWhoseFractionTheDriverDropsAreRefused) {
     const bool names = insert.failure().find("row 1, parameter 1: the value 1.50") == 0;
     EXPECT_EQ(names, row.stored < 0) << insert.failure();
   }
-  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Postgresql, NoRowIsNamedWhereTheDriverJoinsThem) {
   Database database = databases()[5];
   database.url += "?reWriteBatchedInserts=true";
-  jdbcWrapper wrapper;
-  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
-              wrapper.getConnection(database.user, database.password) && wrapper.getStatement())
-      << wrapper.errorMessage;
+  ConnectedWrapper wrapper(database);
   wrapper.executeUpdate("drop table target");
   ASSERT_EQ(wrapper.executeUpdate("create table target (v int not null)"), 0) << wrapper.errorMessage;
   {
@@ -397,23 +372,15 @@ TEST(Postgresql, NoRowIsNamedWhereTheDriverJoinsThem) {
     EXPECT_NE(insert.failure().find("row "), 0U) << insert.failure();
     EXPECT_NE(insert.failure().find("23502"), std::string::npos) << insert.failure();
   }
-  EXPECT_TRUE(wrapper.closeConnection());
 }
 
 TEST(Postgresql, RowsWithoutColumnsAreCounted) {
-  Database database = databases()[5];
-  jdbcWrapper wrapper;
-  ASSERT_TRUE(wrapper.setUrl("", "", "", "", "", database.url) &&
-              wrapper.getConnection(database.user, database.password) && wrapper.getStatement() &&
-              wrapper.executeQuery("select from generate_series(1, 3)", 0))
-      << wrapper.errorMessage;
-  {
-    const Batch batch(wrapper);
-    EXPECT_EQ(batch.failure, "");
-    EXPECT_EQ(batch.rows.length, 3);
-    EXPECT_EQ(batch.schema.n_children, 0);
-  }
-  EXPECT_TRUE(wrapper.closeConnection());
+  ConnectedWrapper wrapper(databases()[5]);
+  ASSERT_TRUE(wrapper.query("select from generate_series(1, 3)")) << wrapper.errorMessage;
+  const Batch batch(wrapper);
+  EXPECT_EQ(batch.failure, "");
+  EXPECT_EQ(batch.rows.length, 3);
+  EXPECT_EQ(batch.schema.n_children, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(OnAll, Parameters, testing::Range(0, 6), nameOf);
