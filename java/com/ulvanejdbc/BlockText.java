@@ -6,6 +6,10 @@ import java.util.Arrays;
 /** The text of a block of rows, in standard or modified UTF-8; it grows, up to a limit for each row. */
 public final class BlockText {
   private static final int MAX_DIGITS = 20;
+
+  /** Of a longer text, a second copy in the heap costs more than its encoding. */
+  private static final int MAX_ENCODED = 1 << 16;
+
   private static final char REPLACEMENT = '\uFFFD';
 
   /** Near the longest array that a Java VM makes. */
@@ -42,7 +46,7 @@ public final class BlockText {
   public void put(String value) {
     if (isPlain(value)) {
       putPlain(value, value.length());
-    } else if (!standard || !putEncoded(value)) {
+    } else if (!standard || value.length() > MAX_ENCODED || !putEncoded(value)) {
       int plain = 0;
       while (isPlain(value.charAt(plain))) ++plain;
       putPlain(value, plain);

@@ -20,10 +20,10 @@ public final class ResultColumn {
   /** A code of {@link java.sql.Types}. */
   public final int type;
 
-  /** Of a decimal or an array, or the number of bits; 0 for other types. */
+  /** Of a decimal or of PostgreSQL's array of them, or the number of bits; 0 for other types. */
   public final int precision;
 
-  /** Of a decimal or an array, or the digits of a time's fraction; 0 for other types. */
+  /** Of a decimal or of PostgreSQL's array of them, or the digits of a time's fraction; 0 for other types. */
   public final int scale;
 
   /** False for whole numbers that are never negative. */
@@ -47,9 +47,9 @@ public final class ResultColumn {
     typeName = String.valueOf(columns.getColumnTypeName(number));
     type = database.driver().typeOf(columns, number);
     // A driver need not have an answer for other types.
-    boolean mayBeDecimal = isDecimal() || type == Types.ARRAY;
-    precision = mayBeDecimal || type == Types.BIT ? columns.getPrecision(number) : 0;
-    scale = mayBeDecimal || type == Types.TIME ? columns.getScale(number) : 0;
+    boolean hasDecimals = isDecimal() || typeName.equals("_numeric");
+    precision = hasDecimals || type == Types.BIT ? columns.getPrecision(number) : 0;
+    scale = hasDecimals || type == Types.TIME ? columns.getScale(number) : 0;
     signed = !isWholeNumber() || columns.isSigned(number);
     isServerText = database.driver().sendsText(rows, number);
     takesAnyType = database.anyTypeInAnyCell();
