@@ -15,7 +15,8 @@ namespace kivosql {
 
 namespace {
 
-constexpr int kBlockRows = 1024;
+/// A person sees each row as it comes.
+int blockRows() { return outputOnTerminal ? 1 : 1024; }
 
 /// Runs one statement and shows what it gave.
 using Run = void (*)(Context& context, const std::string& sql, Progress& progress);
@@ -32,6 +33,8 @@ void flush(Output& out) {
 
 /// Writes the rows of the query that the session has begun.
 void writeRows(Context& context, const std::vector<Column>& columns, Progress& progress) {
+  // On one terminal the rows and the moving line would run into each other.
+  if (outputOnTerminal) progress.stop();
   const std::unique_ptr<Writer> writer = makeWriter(context);
   if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
   writer->begin(columns);
@@ -50,19 +53,16 @@ void writeRows(Context& context, const std::vector<Column>& columns, Progress& p
 }
 
 void query(Context& context, const std::string& sql, Progress& progress) {
-  // A person sees each row as it comes.
-  const int blockRows = outputOnTerminal ? 1 : kBlockRows;
-  const std::vector<Column> columns = context.session.query(sql, context.options.maxRows, blockRows);
-  // On one terminal the rows and the moving line would run into each other.
-  if (outputOnTerminal) progress.stop();
-  writeRows(context, columns, progress);
+  writeRows(context, context.session.query(sql, context.options.maxRows, blockRows()), progress);
 }
 
-void update(Context& context, const std::string& sql, Progress& progress) {
-  const auto count = static_cast<unsigned>(context.session.writing()->update(sql));
-  progress.advance(count);
+void execute(Context& context, const std::string& sql, Progress& progress) {
+  std::vector<Column> columns;
+  const auto changed = context.session.writing()->execute(sql, context.options.maxRows, blockRows(), columns);
+  if (!changed) return writeRows(context, columns, progress);
+  progress.advance(static_cast<unsigned>(*changed));
   progress.stop();
-  remark(context, counted(count, "row") + " changed");
+  remark(context, counted(static_cast<unsigned>(*changed), "row") + " changed");
 }
 
 ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
@@ -137,9 +137,8 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
   for (const Statement& statement : splitStatements(script, dialect)) {
     // If the reader of the output has had enough, the rest of the script is not run.
     if (!context.out.good()) return kFailed;
-    const Run run = givesRows(statement.text, dialect) ? query : update;
     const std::string place = path + ':' + std::to_string(statement.line) + ": ";
-    const ExitCode code = runStatement(context, statement, run, place);
+    const ExitCode code = runStatement(context, statement, execute, place);
     if (code != kDone) worst = code;
     // What was written stays open, so that nobody takes it for the whole.
     if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
@@ -199,7 +198,7 @@ void remark(Context& context, const std::string& text) {
 
 ExitCode runQuery(Context& context) { return runOne(context, query); }
 
-ExitCode runUpdate(Context& context) { return runOne(context, update); }
+ExitCode runUpdate(Context& context) { return runOne(context, execute); }
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];

@@ -13,15 +13,16 @@ namespace kivosql {
 /// The open result of a JdbcUtils or a jdbcWrapper, read by the block.
 class BlockRows {
  public:
-  /// @param number of the first column, as the source counts them. @return false if a column cannot be described.
+  /// @param first number of a column, as the source counts them. @param types the Java object with their types' names.
+  /// @return false if a column cannot be described.
   template <typename Source>
-  bool open(Source& source, int number, int blockRows) {
+  bool open(Source& source, int first, jobject types, int blockRows) {
     columns_.clear();
     const int count = source.getNumColumns();
-    for (const int end = number + count; number < end; ++number) {
+    for (int index = 0; index < count; ++index) {
       Column column;
-      if (!source.getColumnInfo(number, column.name, column.type)) return false;
-      columns_.push_back({fromJava(column.name), column.type, typeName(source.env, column.type)});
+      if (!source.getColumnInfo(first + index, column.name, column.type)) return false;
+      columns_.push_back({fromJava(column.name), column.type, columnTypeName(source.env, types, index + 1)});
     }
     if (count < 0) return false;
     RowBlocksOptions options;

@@ -88,24 +88,16 @@ void JavaErrors::check(JNIEnv* env, bool worked, const std::string& text) const 
   if (!worked || pending) throw javaFailure(text, printed);
 }
 
-std::string typeName(JNIEnv* env, int type) {
-  std::string text = std::to_string(type);
-  // Of the call that gave the type.
-  if (env->ExceptionCheck() == JNI_TRUE) return text;
-  const jclass types = env->FindClass("java/sql/JDBCType");
-  const jmethodID valueOf =
-      types == nullptr ? nullptr : env->GetStaticMethodID(types, "valueOf", "(I)Ljava/sql/JDBCType;");
-  const jobject found = valueOf == nullptr ? nullptr : env->CallStaticObjectMethod(types, valueOf, type);
-  auto* const name =
-      static_cast<jstring>(call<jobject>(env, found, "getName", "()Ljava/lang/String;").value_or(nullptr));
+std::string columnTypeName(JNIEnv* env, jobject columns, int number) {
+  std::string text;
+  auto* const name = static_cast<jstring>(
+      call<jobject>(env, columns, "getColumnTypeName", "(I)Ljava/lang/String;", number).value_or(nullptr));
   if (const char* letters = name == nullptr ? nullptr : env->GetStringUTFChars(name, nullptr)) {
-    text = letters;
+    text = fromJava(letters);
     env->ReleaseStringUTFChars(name, letters);
   }
   env->ExceptionClear();
   env->DeleteLocalRef(name);
-  env->DeleteLocalRef(found);
-  env->DeleteLocalRef(types);
   return text;
 }
 

@@ -70,8 +70,8 @@ std::optional<Result> call(JNIEnv* env, jobject object, const char* name, const 
   return env->ExceptionCheck() == JNI_TRUE ? std::nullopt : std::optional<Result>(result);
 }
 
-/// The name of a code of java.sql.Types; for an unknown one the code itself.
-std::string typeName(JNIEnv* env, int type);
+/// What getColumnTypeName() of a Java object returns for a column, empty on failure.
+std::string columnTypeName(JNIEnv* env, jobject columns, int number);
 
 /// Calls cancel() of a Java object, from a thread that is not attached. @return whether that worked.
 bool cancelInJava(jobject object);

@@ -13,7 +13,7 @@ class JdbcSession : public Session {
     std::string text = toJava(sql);
     failed_ = true;
     check(database_.setAutoCommit(false));
-    check(database_.executeQuery(text, maxRows) && rows_.open(database_, 0, blockRows));
+    check(database_.executeQuery(text, maxRows) && rows_.open(database_, 0, database_.resultSetMetaData, blockRows));
     failed_ = false;
     return rows_.columns();
   }

@@ -4,6 +4,9 @@ namespace kivosql {
 
 namespace {
 
+/// What the companion jar's execute() returns on failure.
+constexpr jint kFailedInJava = -2;
+
 /// Throws why the last call that went to the companion jar by a method's name failed, unless it returned true.
 void checkCall(jdbcWrapper& database, std::optional<bool> worked) {
   if (worked == true) return;
@@ -55,14 +58,25 @@ std::optional<Result> RowLoader::callWithRows(const char* method, const char* si
 }
 
 std::vector<Column> WrapperSession::query(const std::string& sql, int maxRows, int blockRows) {
-  check(database_.executeQuery(toJava(sql), maxRows) && rows_.open(database_, 1, blockRows));
-  return rows_.columns();
+  check(database_.executeQuery(toJava(sql), maxRows));
+  return readRows(blockRows);
 }
 
-int WrapperSession::update(const std::string& sql) {
-  const int count = database_.executeUpdate(toJava(sql));
-  check(count >= 0);
-  return count;
+std::optional<int> WrapperSession::execute(const std::string& sql, int maxRows, int blockRows,
+                                           std::vector<Column>& columns) {
+  JNIEnv* const env = database_.env;
+  const jstring text = env->NewStringUTF(toJava(sql).c_str());
+  const auto count = call<jint>(env, database_.utilitiesObject, "execute", "(Ljava/lang/String;I)I", text, maxRows);
+  env->DeleteLocalRef(text);
+  checkCall(database_, count.value_or(kFailedInJava) != kFailedInJava);
+  if (*count >= 0) return *count;
+  columns = readRows(blockRows);
+  return {};
+}
+
+std::vector<Column> WrapperSession::readRows(int blockRows) {
+  check(rows_.open(database_, 1, database_.utilitiesObject, blockRows));
+  return rows_.columns();
 }
 
 RowLoader WrapperSession::loader(const std::string& table, const std::vector<Column>& columns) {

@@ -51,8 +51,8 @@ class WrapperSession : public Session {
   bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
   void close() override { check(database_.closeConnection()); }
 
-  /// @return the number of rows changed.
-  int update(const std::string& sql);
+  /// Runs a statement. @return how many rows it changed; nothing if it gives rows, which are then a query's
+  std::optional<int> execute(const std::string& sql, int maxRows, int blockRows, std::vector<Column>& columns);
 
   /// Begins a transaction that includes all that follows, loaded rows too.
   void beginTransaction() { transact("beginTransaction"); }
@@ -67,6 +67,7 @@ class WrapperSession : public Session {
   bool connect(Target& java) override;
   bool list(std::vector<std::string>& tables) override { return database_.getTables(tables); }
   void check(bool worked) override;
+  std::vector<Column> readRows(int blockRows);
   void transact(const char* method);
 
   jdbcWrapper database_;

@@ -97,30 +97,21 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   return {isDigit(byte) ? TokenKind::other : TokenKind::word, at};
 }
 
-using Words = std::vector<std::string>;
-
-/// The words outside all parentheses, in lower case.
-Words outerWords(std::string_view sql, Dialect dialect) {
-  Words words;
-  bool begun = false;
-  int depth = 0;
-  for (std::size_t at = 0; at < sql.size();) {
-    const Token token = tokenAt(sql, at, dialect);
-    begun = begun || token.kind == TokenKind::word;
-    // Parentheses around the whole statement, before its first word, do not count.
-    if (sql[at] == '(' && begun) ++depth;
-    if (sql[at] == ')' && depth > 0) --depth;
-    if (token.kind == TokenKind::word && depth == 0) {
-      std::string& word = words.emplace_back(sql.substr(at, token.end - at));
-      for (char& byte : word) byte = static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));
-    }
+/// The first words, in lower case.
+std::vector<std::string> wordsOf(std::string_view sql, std::size_t count) {
+  std::vector<std::string> words;
+  for (std::size_t at = 0; at < sql.size() && words.size() < count;) {
+    const Token token = tokenAt(sql, at, Dialect::standard);
+    if (token.kind == TokenKind::word) words.emplace_back(sql.substr(at, token.end - at));
     at = token.end;
   }
+  words.resize(count);
+  for (std::string& word : words) std::transform(word.begin(), word.end(), word.begin(), ::tolower);
   return words;
 }
 
-bool contains(const Words& words, std::string_view wanted) {
-  return std::find(words.begin(), words.end(), wanted) != words.end();
+bool isOneOf(const std::string& word, std::initializer_list<std::string_view> list) {
+  return std::find(list.begin(), list.end(), word) != list.end();
 }
 
 }  // namespace
@@ -168,30 +159,14 @@ std::vector<Statement> splitStatements(std::string_view script, Dialect dialect)
   return statements;
 }
 
-bool givesRows(std::string_view statement, Dialect dialect) {
-  static const Words reads = {"select", "values", "table", "show", "explain", "describe", "desc", "fetch"};
-  static const Words writes = {"insert", "update", "delete", "merge", "replace"};
-  const Words words = outerWords(statement, dialect);
-  auto verb = words.begin();
-  if (verb != words.end() && *verb == "with") {
-    verb = std::find_if(verb, words.end(),
-                        [](const auto& word) { return contains(reads, word) || contains(writes, word); });
-  }
-  if (verb == words.end()) return false;
-  if (*verb == "pragma") return statement.find('=') == kNone;
-  if (*verb == "select") return !contains(words, "into");
-  return contains(writes, *verb) ? contains(words, "returning") : contains(reads, *verb);
-}
-
 bool controlsTransaction(std::string_view statement) {
-  Words words = outerWords(statement, Dialect::standard);
-  words.resize(std::max<std::size_t>(words.size(), 2));
-  const std::string& first = words[0];
-  if (first == "start") return words[1] == "transaction";
+  const std::vector<std::string> words = wordsOf(statement, 3);
+  if (words[0] == "start") return words[1] == "transaction";
   // Before another word, "begin" begins a block of a procedural language.
-  if (first == "begin") return contains({"", "transaction", "tran", "work", "isolation", "read"}, words[1]);
+  if (words[0] == "begin") return isOneOf(words[1], {"", "transaction", "tran", "work", "isolation", "read"});
   // A rollback to a savepoint stays in the transaction.
-  return contains({"commit", "rollback", "end", "abort"}, first) && !contains(words, "to");
+  const bool isToSavepoint = words[1] == "to" || words[2] == "to";
+  return isOneOf(words[0], {"commit", "rollback", "end", "abort"}) && !isToSavepoint;
 }
 
 }  // namespace kivosql

@@ -31,9 +31,6 @@ std::vector<Statement> splitStatements(std::string_view script, Dialect dialect)
 /// Whether the text is a table's name, qualified or quoted, and nothing else.
 bool isTableName(const std::string& text);
 
-/// Whether the statement returns rows, judged by its words.
-bool givesRows(std::string_view statement, Dialect dialect);
-
 /// Whether the statement begins or ends a transaction.
 bool controlsTransaction(std::string_view statement);
 

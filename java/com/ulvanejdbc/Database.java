@@ -1,6 +1,7 @@
 package com.ulvanejdbc;
 
 import java.sql.Connection;
+import java.sql.PreparedStatement;
 import java.sql.ResultSet;
 import java.sql.ResultSetMetaData;
 import java.sql.SQLException;
@@ -140,6 +141,14 @@ public enum Database {
               return Types.DECIMAL;
             default:
               return super.typeOf(columns, column);
+          }
+        }
+
+        /** After a "create table", say, execute() leaves the count of the statement before. */
+        @Override
+        boolean givesNoRows(Connection connection, String sql) throws SQLException {
+          try (PreparedStatement statement = connection.prepareStatement(sql)) {
+            return DescribedRows.of(statement, Database.SQLITE) == null;
           }
         }
 

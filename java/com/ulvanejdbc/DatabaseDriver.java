@@ -22,6 +22,11 @@ public class DatabaseDriver {
     return false;
   }
 
+  /** Whether the statement is known to give no rows; asked where only executeUpdate counts what such a one changes. */
+  boolean givesNoRows(Connection connection, String sql) throws SQLException {
+    return false;
+  }
+
   /** Any thread. */
   void cancel(Statement statement) throws SQLException {
     statement.cancel();

@@ -75,6 +75,15 @@ public final class Session {
     openRows(ready, sql, maxRows, () -> ready.executeQuery(sql));
   }
 
+  /** Runs any statement. @return how many rows it changed; -1 when it gives rows, which are then those of a query */
+  int execute(String sql, int maxRows) throws SQLException {
+    if (database().driver().givesNoRows(connection, sql)) return update(sql);
+    Statement ready = statement();
+    endRows();
+    openRows(ready, sql, maxRows, () -> ready.execute(sql) ? ready.getResultSet() : null);
+    return rows == null ? Math.max(0, ready.getUpdateCount()) : -1;
+  }
+
   /** Runs a prepared query, whose parameters are bound. @param maxRows how many rows to read at most; 0 is no limit */
   public void query(PreparedStatement prepared, String sql, int maxRows) throws SQLException {
     endRows();
@@ -82,6 +91,7 @@ public final class Session {
   }
 
   private interface Execution {
+    /** @return null from a statement without rows */
     ResultSet run() throws SQLException;
   }
 
@@ -100,11 +110,15 @@ public final class Session {
     rows = null;
     rowsStatement = source;
     try {
-      rows = new Rows(execution.run(), database.anyTypeInAnyCell(), maxRows);
+      ResultSet result = execution.run();
+      if (result != null) rows = new Rows(result, database.anyTypeInAnyCell(), maxRows);
     } catch (Throwable failure) {
       abandonRows(failure);
       throw failure;
     }
+    if (rows != null) return;
+    cancellation.end();
+    transactions.endRows(true);
   }
 
   /** Goes to the next row; false once past the last one. */

@@ -119,6 +119,11 @@ public class jdbcUtilities {
     return attempt(null, () -> session.rows().label(column));
   }
 
+  /** The database's name for a column's type, counted from 1. */
+  public String getColumnTypeName(int column) {
+    return attempt(null, () -> session.rows().source().getMetaData().getColumnTypeName(column));
+  }
+
   /** The {@link java.sql.Types} code of a column, counted from 1. */
   public int getColumnType(int column) {
     return attempt(0, () -> session.rows().type(column));
@@ -127,6 +132,15 @@ public class jdbcUtilities {
   /** Runs a statement that gives no rows. @return how many rows it changed */
   public int executeUpdate(String sql) {
     return attempt(-1, () -> session.update(sql));
+  }
+
+  /**
+   * Runs a statement that may give rows, which are then read like those of {@link #executeQuery}.
+   *
+   * @return how many rows it changed; -1 when it gives rows, -2 when it failed
+   */
+  public int execute(String sql, int maxRows) {
+    return attempt(-2, () -> session.execute(sql, maxRows));
   }
 
   /**
