@@ -9,6 +9,7 @@
 #include "cli/commands.h"
 #include "session/java.h"
 #include "sql/csv_reader.h"
+#include "sql/patterns.h"
 #include "sql/statement_splitter.h"
 #include "terminal/display.h"
 #include "terminal/formats.h"

@@ -4,7 +4,7 @@
 #include "cli/commands.h"
 #include "kivo_version.h"
 #include "session/java_vm.h"
-#include "sql/statement_splitter.h"
+#include "sql/patterns.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
 

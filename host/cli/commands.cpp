@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "sql/patterns.h"
 #include "sql/statement_splitter.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
@@ -36,7 +37,7 @@ void writeRows(Context& context, const std::vector<Column>& columns, Progress& p
   // On one terminal the rows and the moving line would run into each other.
   if (outputOnTerminal) progress.stop();
   const std::unique_ptr<Writer> writer = makeWriter(context);
-  if (context.results++ > 0) context.out.write(context.options.format->ofScript.between);
+  if (context.results++ > 0) context.out.write(context.options.format->between);
   writer->begin(columns);
   unsigned long long rows = 0;
   const auto failure = attempt([&] {
@@ -124,15 +125,15 @@ ExitCode runOne(Context& context, Run run) {
 /// Throws if a statement begins or ends a transaction.
 void checkTransactions(const std::string& script, Dialect dialect, const std::string& path) {
   for (const Statement& statement : splitStatements(script, dialect)) {
-    if (!controlsTransaction(statement.text)) continue;
+    if (!controlsTransaction(std::string(statement.text))) continue;
     throw Failure(path + ':' + std::to_string(statement.line) +
                   ": with --single-transaction, a script has no transactions of its own; nothing was run");
   }
 }
 
 ExitCode runStatements(Context& context, const std::string& path, const std::string& script, Dialect dialect) {
-  const Results& results = context.options.format->ofScript;
-  context.out.write(results.open);
+  const Format& format = *context.options.format;
+  context.out.write(format.open);
   ExitCode worst = kDone;
   for (const Statement& statement : splitStatements(script, dialect)) {
     // If the reader of the output has had enough, the rest of the script is not run.
@@ -143,7 +144,7 @@ ExitCode runStatements(Context& context, const std::string& path, const std::str
     // What was written stays open, so that nobody takes it for the whole.
     if (code != kDone && (!context.options.keepGoing || code == kInterrupted)) return worst;
   }
-  context.out.write(results.close);
+  context.out.write(format.close);
   flush(context.out);
   return worst;
 }

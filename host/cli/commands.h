@@ -71,23 +71,17 @@ ExitCode runDescribe(Context& context);
 ExitCode runLoad(Context& context);
 
 constexpr Argument kSql = {"SQL", "The statement, or - for standard input"};
+constexpr Argument kScript = {"FILE", "A file of statements that end with ;, or - for standard input"};
+constexpr Argument kCsv = {"FILE", "A CSV file whose first line names columns of the table, or - for standard input"};
+constexpr Argument kTable = {"TABLE", "The name of an existing table, as in SQL"};
 
 constexpr Command kCommands[] = {
     {"query", "Run a query and print its rows", {kSql}, false, runQuery},
     {"update", "Run a statement that changes data or tables", {kSql}, true, runUpdate},
-    {"run",
-     "Run the statements of a file",
-     {{"FILE", "A file of statements that end with ;, or - for standard input"}},
-     true,
-     runScript},
+    {"run", "Run the statements of a file", {kScript}, true, runScript},
     {"tables", "List the tables", {}, false, runTables},
-    {"describe", "List a table's columns", {{"TABLE", "Its name, as in SQL"}}, false, runDescribe},
-    {"load",
-     "Add a CSV file's rows to a table",
-     {{"FILE", "A CSV file whose first line names columns of the table, or - for standard input"},
-      {"TABLE", "The name of an existing table, as in SQL"}},
-     true,
-     runLoad},
+    {"describe", "List a table's columns", {kTable}, false, runDescribe},
+    {"load", "Add a CSV file's rows to a table", {kCsv, kTable}, true, runLoad},
     {"doctor", "Check the set-up, and say how to fix what does not work", {}, false, nullptr},
 };
 

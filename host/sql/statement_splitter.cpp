@@ -9,7 +9,7 @@ namespace kivosql {
 
 namespace {
 
-enum class TokenKind { blank, word, other, unfinished };
+enum class TokenKind { blank, text, unfinished };
 
 struct Token {
   TokenKind kind;
@@ -57,7 +57,7 @@ Token quoted(std::string_view sql, std::size_t at, bool backslashes) {
   const char quote = sql[at];
   const char stops[] = {quote, backslashes ? '\\' : quote, '\0'};
   for (at = sql.find_first_of(stops, at + 1); at < sql.size(); at = sql.find_first_of(stops, at + 2)) {
-    if (sql[at] == quote) return {TokenKind::other, at + 1};
+    if (sql[at] == quote) return {TokenKind::text, at + 1};
   }
   return {TokenKind::unfinished, sql.size()};
 }
@@ -66,8 +66,8 @@ Token quoted(std::string_view sql, std::size_t at, bool backslashes) {
 Token dollarQuoted(std::string_view sql, std::size_t at) {
   std::size_t mark = at + 1;
   while (mark < sql.size() && isWordByte(sql[mark]) && sql[mark] != '$') ++mark;
-  if (mark == sql.size() || sql[mark] != '$' || isDigit(sql[at + 1])) return {TokenKind::other, at + 1};
-  return through(sql, sql.substr(at, mark + 1 - at), mark + 1, TokenKind::other);
+  if (mark == sql.size() || sql[mark] != '$' || isDigit(sql[at + 1])) return {TokenKind::text, at + 1};
+  return through(sql, sql.substr(at, mark + 1 - at), mark + 1, TokenKind::text);
 }
 
 bool beginsLineComment(std::string_view sql, std::size_t at, Dialect dialect) {
@@ -82,36 +82,19 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   if (beginsLineComment(sql, at, dialect)) return {TokenKind::blank, std::min(sql.find('\n', at), sql.size() - 1) + 1};
   // After these marks comes code that some servers alone run: MySQL's and MariaDB's.
   const bool isCode = startsAt(sql, at, "/*!") || startsAt(sql, at, "/*M!");
-  if (backslashes && isCode) return {TokenKind::other, sql.find('!', at) + 1};
+  if (backslashes && isCode) return {TokenKind::text, sql.find('!', at) + 1};
   if (startsAt(sql, at, "/*")) {
     return dialect == Dialect::standard ? nestedComment(sql, at) : through(sql, "*/", at + 2, TokenKind::blank);
   }
   if (byte == '\'' || byte == '"' || byte == '`') return quoted(sql, at, backslashes && byte != '`');
   if (byte == '$' && !backslashes) return dollarQuoted(sql, at);
-  if (!isWordByte(byte)) return {TokenKind::other, at + 1};
+  if (!isWordByte(byte)) return {TokenKind::text, at + 1};
   const std::size_t begin = at;
   while (at < sql.size() && isWordByte(sql[at])) ++at;
   // PostgreSQL's E'...' knows backslashes whatever the settings.
   const bool escapes = at == begin + 1 && (byte == 'e' || byte == 'E') && startsAt(sql, at, "'");
   if (escapes) return quoted(sql, at, true);
-  return {isDigit(byte) ? TokenKind::other : TokenKind::word, at};
-}
-
-/// The first words, in lower case.
-std::vector<std::string> wordsOf(std::string_view sql, std::size_t count) {
-  std::vector<std::string> words;
-  for (std::size_t at = 0; at < sql.size() && words.size() < count;) {
-    const Token token = tokenAt(sql, at, Dialect::standard);
-    if (token.kind == TokenKind::word) words.emplace_back(sql.substr(at, token.end - at));
-    at = token.end;
-  }
-  words.resize(count);
-  for (std::string& word : words) std::transform(word.begin(), word.end(), word.begin(), ::tolower);
-  return words;
-}
-
-bool isOneOf(const std::string& word, std::initializer_list<std::string_view> list) {
-  return std::find(list.begin(), list.end(), word) != list.end();
+  return {TokenKind::text, at};
 }
 
 }  // namespace
@@ -122,18 +105,6 @@ Dialect dialectOf(std::string_view url) {
   if (word == "mariadb" || word == "mysql") return Dialect::backslash;
   if (word == "oracle" || word == "hsqldb" || word == "sqlite") return Dialect::flat;
   return Dialect::standard;
-}
-
-bool isTableName(const std::string& text) {
-  for (std::size_t at = 0;; ++at) {
-    const std::size_t begin = at;
-    const bool quoted = text[at] == '"' || text[at] == '`';
-    // Without a closing quote this is 0.
-    if (quoted) at = text.find(text[at], at + 1) + 1;
-    while (!quoted && (isWordByte(text[at]) || text[at] == '#')) ++at;
-    if (at <= begin + (quoted ? 2 : 0)) return false;
-    if (text[at] != '.') return at == text.size();
-  }
 }
 
 std::vector<Statement> splitStatements(std::string_view script, Dialect dialect) {
@@ -157,16 +128,6 @@ std::vector<Statement> splitStatements(std::string_view script, Dialect dialect)
     if ((isSemicolon || at == script.size()) && !current.text.empty()) statements.push_back(std::exchange(current, {}));
   }
   return statements;
-}
-
-bool controlsTransaction(std::string_view statement) {
-  const std::vector<std::string> words = wordsOf(statement, 3);
-  if (words[0] == "start") return words[1] == "transaction";
-  // Before another word, "begin" begins a block of a procedural language.
-  if (words[0] == "begin") return isOneOf(words[1], {"", "transaction", "tran", "work", "isolation", "read"});
-  // A rollback to a savepoint stays in the transaction.
-  const bool isToSavepoint = words[1] == "to" || words[2] == "to";
-  return isOneOf(words[0], {"commit", "rollback", "end", "abort"}) && !isToSavepoint;
 }
 
 }  // namespace kivosql

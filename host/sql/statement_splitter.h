@@ -28,10 +28,4 @@ struct Statement {
 /// statement. @param script outlives the statements.
 std::vector<Statement> splitStatements(std::string_view script, Dialect dialect);
 
-/// Whether the text is a table's name, qualified or quoted, and nothing else.
-bool isTableName(const std::string& text);
-
-/// Whether the statement begins or ends a transaction.
-bool controlsTransaction(std::string_view statement);
-
 }  // namespace kivosql

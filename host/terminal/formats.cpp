@@ -214,22 +214,11 @@ std::unique_ptr<Writer> make(Output& out, const Style& style) {
 }  // namespace
 
 const Format kFormats[4] = {
-    {"table", "aligned, for a terminal", "∅", true, false, {"", "", ""}, make<TableWriter>},
-    {"csv",
-     "separated by commas; NULL is empty, an empty text is \"\"",
-     "",
-     false,
-     true,
-     {"", "\n", ""},
-     make<CsvWriter>},
-    {"json",
-     "an array of objects; for a script an array of such arrays",
-     "",
-     false,
-     false,
-     {"[\n", ",\n", "]\n"},
+    {"table", "aligned, for a terminal", "∅", true, false, "", "", "", make<TableWriter>},
+    {"csv", "comma-separated; NULL is empty, an empty text is \"\"", "", false, true, "", "\n", "", make<CsvWriter>},
+    {"json", "an array of objects; for a script, an array of such arrays", "", false, false, "[\n", ",\n", "]\n",
      make<JsonWriter<true>>},
-    {"jsonl", "one object per line", "", false, false, {"", "", ""}, make<JsonWriter<false>>},
+    {"jsonl", "one object per line", "", false, false, "", "", "", make<JsonWriter<false>>},
 };
 
 }  // namespace kivosql

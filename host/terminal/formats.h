@@ -79,20 +79,13 @@ class Writer {
   const Style style_;
 };
 
-/// What stands around and between the results of a script.
-struct Results {
-  const char* open;
-  const char* between;
-  const char* close;
-};
-
 struct Format {
   const char* name;
   const char* about;
   const char* null;  ///< how NULL is written by default
   bool forPeople;    ///< remarks may stand between its rows
   bool isCsv;
-  Results ofScript;
+  const char *open, *between, *close;  ///< what stands around and between the results of a script
   std::unique_ptr<Writer> (*make)(Output& out, const Style& style);
 };
 

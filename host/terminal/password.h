@@ -8,7 +8,4 @@ namespace kivosql {
 /// user and on a terminal, what is typed at a prompt; else nothing. Throws Failure.
 std::string findPassword(const std::string& user, const std::string& file);
 
-/// Whether the URL carries a password, as a parameter or before the host.
-bool holdsPassword(const std::string& url);
-
 }  // namespace kivosql

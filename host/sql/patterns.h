@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+namespace kivosql {
+
+/// Whether the text is a table's name, qualified or quoted, and nothing else.
+bool isTableName(const std::string& text);
+
+/// Whether the statement, which begins with its first word, begins or ends a transaction.
+bool controlsTransaction(const std::string& statement);
+
+/// Whether the URL carries a password, as a parameter or before the host.
+bool holdsPassword(const std::string& url);
+
+}  // namespace kivosql
