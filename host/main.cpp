@@ -14,11 +14,7 @@ using namespace kivosql;
 
 void startJava(const Options& options) {
   const Jvm jvm = kivo::findJvm(options.jvm);
-  const ClassPath classPath = findClassPath(options.classPath);
-  if (!classPath.missing.empty()) {
-    throw Failure("the class path has " + classPath.missing[0] + ", which does not exist", kWrongUse);
-  }
-  const std::string error = startVm(jvm, classPath, options.heapMegabytes);
+  const std::string error = startVm(jvm, findClassPath(options.classPath), options.heapMegabytes);
   if (!error.empty()) throw Failure(error + "; kivosql doctor shows details", kNoJvm);
 }
 

@@ -12,7 +12,7 @@ sql 'create table seen (id int primary key, note text)'
 for carrier in wrapper jdbc bridge; do
   check "tables through $carrier" yes "$(csv $postgres --through $carrier tables | grep -q 'seen' && echo yes)"
   check "columns through $carrier" 2 "$(csv $postgres --through $carrier describe seen | wc -l)"
-  check "doctor through $carrier" 1 "$("$kivosql" $postgres --through $carrier doctor | grep -c '✓ connect')"
+  check "doctor through $carrier" 1 "$("$kivosql" $postgres --through $carrier doctor | grep -c '✓ connected')"
 done
 
 echo "== connections"

@@ -46,35 +46,34 @@ std::string fixFor(const std::string& error, const std::string& url, const Class
   }
   for (const DriverJar& driver : kDriverJars) {
     if (url.rfind(std::string("jdbc:") + driver.word + ':', 0) != 0) continue;
-    if (contains(classPath.entries, driver.jar)) return "the driver is installed: check the form of --url";
+    if (contains(classPath, driver.jar)) return "the driver is installed: check the form of --url";
     return std::string("apt-get install ") + driver.package + ", or --class-path with the driver's jar";
   }
   return "put the driver's jar on the class path, --class-path JAR, or check the word after jdbc: in --url";
 }
 
-void report(Output& out, const char* mark, const std::string& name, const std::string& text) {
-  out.write("  ").write(mark).write(" ").write(name).fill(" ", 12 - std::min<std::size_t>(name.size(), 11));
-  // Flushed, since the next check may take long or end the process.
-  out.write(visible(masked(text))).write("\n").flush();
+/// Flushed, since the next check may take long or end the process.
+void report(Output& out, const char* mark, const std::string& text) {
+  out.write("  ").write(mark).write(" ").write(visible(masked(text))).write("\n").flush();
 }
 
 /// @return false
-bool bad(Output& out, const std::string& name, const std::string& text, const std::string& fix) {
-  report(out, "✗", name, text);
-  report(out, " ", "", "fix: " + fix);
+bool bad(Output& out, const std::string& text, const std::string& fix) {
+  report(out, "✗", text);
+  report(out, " ", "fix: " + fix);
   return false;
 }
 
 bool checkVm(Output& out, const Options& options, const Jvm& jvm) {
   out.write("Java VM\n");
   if (jvm.library.empty()) {
-    return bad(out, "library", options.jvm.empty() ? "no Java VM found" : "no Java VM in " + options.jvm,
+    return bad(out, options.jvm.empty() ? "no Java VM found" : "no Java VM in " + options.jvm,
                "apt-get install default-jre-headless, or --jvm with a Java home");
   }
-  report(out, "✓", "library", jvm.library + ", by " + jvm.foundBy);
-  report(out, "✓", "version", jvm.version.empty() ? "unknown" : jvm.version);
-  report(out, "✓", "heap",
-         "at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " +
+  report(out, "✓", jvm.library + ", by " + jvm.foundBy);
+  report(out, "✓", "version " + (jvm.version.empty() ? "unknown" : jvm.version));
+  report(out, "✓",
+         "a heap of at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " +
              grouped(kivo::machineMegabytes()) + " MB");
   return true;
 }
@@ -90,31 +89,21 @@ bool isJar(const std::string& path) {
   return end.find("PK\x05\x06") != std::string::npos;
 }
 
-bool checkEntry(Output& out, const std::string& name, const std::string& entry, const std::string& fix) {
-  std::error_code unknown;
-  const bool good = std::filesystem::is_directory(entry, unknown) || isJar(entry);
-  if (good) report(out, "✓", name, entry);
-  return good || bad(out, name, entry + " is not a jar, or not all of one", fix);
-}
-
 bool checkClassPath(Output& out, const ClassPath& classPath) {
-  constexpr const char* kBuild = "--class-path with the jar of the build";
   out.write("Class path\n");
-  bool good = classPath.companion.empty() ? bad(out, "companion", "kivo-jdbc.jar is not beside this program", kBuild)
-                                          : checkEntry(out, "companion", classPath.companion, kBuild);
-  for (const std::string& entry : classPath.missing) {
-    good = bad(out, "entry", entry + " does not exist", "correct --class-path");
+  bool good = true;
+  bool hasCompanion = false;
+  for (const std::filesystem::path entry : classPath) {
+    std::error_code unknown;
+    const bool usable = std::filesystem::is_directory(entry, unknown) || isJar(entry);
+    if (usable) report(out, "✓", entry);
+    if (!usable) good = bad(out, entry.string() + " is not a jar, or not all of one", "install it again");
+    hasCompanion = hasCompanion || entry.filename() == kCompanionJar;
   }
-  for (const std::string& entry : classPath.given) {
-    good &= checkEntry(out, "entry", entry, "get it again, or take it out of --class-path");
-  }
+  if (!hasCompanion) good = bad(out, "no kivo-jdbc.jar beside this program", "--class-path with the jar of the build");
   for (const DriverJar& driver : kDriverJars) {
-    const std::string package = driver.package;
-    if (contains(classPath.entries, driver.jar)) {
-      good &= checkEntry(out, driver.word, driver.jar, "apt-get install --reinstall " + package);
-    } else {
-      report(out, "·", driver.word, "not installed: apt-get install " + package);
-    }
+    if (contains(classPath, driver.jar)) continue;
+    report(out, "·", driver.word + std::string(" is not installed: apt-get install ") + driver.package);
   }
   return good;
 }
@@ -123,13 +112,13 @@ bool checkConnection(Output& out, const Options& options, const ClassPath& class
   out.write("Connection, through ").write(options.carrier->name).write("\n");
   const std::unique_ptr<Session> session = options.carrier->make();
   const std::optional<Failure> failure = attempt([&] { session->open(options.target); });
-  const std::string name = session->url().empty() ? options.target.url + options.target.type : session->url();
+  const std::string url = session->url().empty() ? options.target.url + options.target.type : session->url();
   if (failure) {
-    bad(out, "connect", name + ": " + failure->what(), fixFor(failure->what(), name, classPath));
+    bad(out, url + ": " + failure->what(), fixFor(failure->what(), url, classPath));
     if (options.verbose) out.write(visible(masked(failure->details), "\n\t")).write("\n");
     return false;
   }
-  report(out, "✓", "connect", name);
+  report(out, "✓", "connected to " + url);
   attempt([&session] { session->close(); });
   return true;
 }
@@ -142,7 +131,7 @@ ExitCode runDoctor(const Options& options, Output& out) {
   const bool found = checkVm(out, options, jvm);
   const bool complete = checkClassPath(out, classPath);
   const std::string error = startVm(jvm, classPath, options.heapMegabytes);
-  if (found && !error.empty()) bad(out, "start", error, "another Java VM: --jvm");
+  if (found && !error.empty()) bad(out, error, "another Java VM: --jvm");
   if (!error.empty()) return kNoJvm;
   return checkConnection(out, options, classPath) && complete ? kDone : kNoConnection;
 }

@@ -23,11 +23,11 @@ void add(ClassPath& classPath, const std::string& entry) {
   const std::vector<std::string> jars = kivo::pathsLike(std::regex_replace(folder, special, R"(\$&)") + "*.jar");
   std::error_code error;
   if (!isWildcard && fs::exists(entry, error)) {
-    classPath.entries.push_back(entry);
+    classPath.push_back(entry);
   } else if (jars.empty()) {
-    classPath.missing.push_back(entry);
+    throw Failure("the class path has " + entry + ", which does not exist", kWrongUse);
   }
-  classPath.entries.insert(classPath.entries.end(), jars.begin(), jars.end());
+  classPath.insert(classPath.end(), jars.begin(), jars.end());
 }
 
 /// Java encodes the names of files, and what it writes to standard error, as the locale says; "C" has ASCII alone.
@@ -45,16 +45,12 @@ ClassPath findClassPath(const std::vector<std::string>& given) {
   for (const std::string& entries : given) {
     for (const std::string& entry : kivo::splitPath(entries)) add(classPath, entry);
   }
-  classPath.given = classPath.entries;
   std::error_code error;
   const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
-  for (const fs::path& folder : {program / "../share/java", fs::path("/usr/share/java")}) {
-    const fs::path jar = (folder / "kivo-jdbc.jar").lexically_normal();
-    if (classPath.companion.empty() && fs::exists(jar, error)) classPath.companion = jar;
-  }
-  if (!classPath.companion.empty()) classPath.entries.push_back(classPath.companion);
+  const fs::path companion = (program / "../share/java" / kCompanionJar).lexically_normal();
+  if (fs::exists(companion, error)) classPath.push_back(companion);
   for (const DriverJar& driver : kDriverJars) {
-    if (fs::exists(driver.jar, error)) classPath.entries.emplace_back(driver.jar);
+    if (fs::exists(driver.jar, error)) classPath.emplace_back(driver.jar);
   }
   return classPath;
 }
@@ -63,7 +59,7 @@ std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabyte
   if (jvm.library.empty()) return "no Java VM found";
   std::string library = jvm.library;
   std::string entries;
-  for (const std::string& entry : classPath.entries) entries += (entries.empty() ? "" : ":") + entry;
+  for (const std::string& entry : classPath) entries += (entries.empty() ? "" : ":") + entry;
   std::string error;
   haveJavaUseUtf8();
   return javaInit(library, entries, heapMegabytes, error) ? "" : error;

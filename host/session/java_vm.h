@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "failure.h"
 #include "jvm/find_jvm.h"
 
 namespace kivosql {
@@ -25,15 +26,13 @@ constexpr DriverJar kDriverJars[] = {
     {"postgresql", "/usr/share/java/postgresql.jar", "libpostgresql-jdbc-java"},
 };
 
-struct ClassPath {
-  std::vector<std::string> entries;
-  std::vector<std::string> given;    ///< those of them that the user named
-  std::vector<std::string> missing;  ///< given, but not there
-  std::string companion;             ///< the library's own jar; empty when not found
-};
+using ClassPath = std::vector<std::string>;
+
+/// The library's own jar, found beside the program.
+constexpr const char* kCompanionJar = "kivo-jdbc.jar";
 
 /// The given entries first, then the companion jar and the distribution's driver jars. A folder means itself and the
-/// jars in it, as does "folder/*": a VM started through JNI expands neither.
+/// jars in it, as does "folder/*": a VM started through JNI expands neither. Throws Failure if a given one is missing.
 ClassPath findClassPath(const std::vector<std::string>& given);
 
 /// Starts the process's Java VM. @return why not; empty when it runs
