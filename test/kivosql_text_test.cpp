@@ -88,13 +88,13 @@ TEST(Kivosql, ReadsCsv) {
       {"\xEF\xBB", {{"\xEF\xBB"}}, ""},
       {"\n,\n", {{""}, {"", ""}}, ""},
       {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
-      {"a\n\"b", {{"a"}}, "a quote that begins in the record on line 2 never ends"},
-      {"a\n\"b\"c\nd", {{"a"}}, "line 2 has text after a closing quote, or a lone carriage return"},
-      {"a\rb", {}, "line 1 has text after a closing quote, or a lone carriage return"},
+      {"a\n\"b", {{"a"}}, "f: line 2 has a quote that never ends"},
+      {"a\n\"b\"c\nd", {{"a"}}, "f: line 2 has text after a closing quote, or a lone carriage return"},
+      {"a\rb", {}, "f: line 1 has text after a closing quote, or a lone carriage return"},
   };
   for (const auto& row : rows) {
     std::istringstream input(row.csv);
-    CsvReader reader(*input.rdbuf());
+    CsvReader reader("f", *input.rdbuf());
     std::vector<Texts> found;
     const auto failure = attempt([&] {
       for (std::vector<CsvField> record; reader.next(record);) {

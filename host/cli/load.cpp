@@ -28,56 +28,6 @@ std::string range(unsigned long long first, unsigned long long last) {
   return first == last ? "row " + grouped(first) : "rows " + grouped(first) + " to " + grouped(last);
 }
 
-/// The records of a CSV file, checked.
-class Records {
- public:
-  Records(const std::string& path, std::streambuf& input) : path_(path), reader_(input) {}
-
-  /// Reads the header. @return those of @p columns that it names, in its order
-  std::vector<Column> header(const std::vector<Column>& columns, const std::string& table) {
-    Record header;
-    if (!read(header)) fail("the file is empty");
-    std::vector<Column> chosen;
-    for (const CsvField& field : header) {
-      const Column* column = findColumn(columns, field.text);
-      if (column == nullptr) fail(table + " has no column \"" + field.text + "\"");
-      chosen.push_back(*column);
-    }
-    return chosen;
-  }
-
-  /// Reads a record with a value for each column. @return false at the end.
-  bool next(Record& record, std::size_t columns) {
-    do {
-      if (!read(record)) return false;
-      // An empty line is a value only where there is one column.
-    } while (columns > 1 && record.size() == 1 && record[0].text.empty() && !record[0].quoted);
-    const std::string line = "line " + std::to_string(reader_.line());
-    if (record.size() != columns) {
-      fail(line + " has " + counted(record.size(), "value") + " for " + counted(columns, "column"));
-    }
-    for (const CsvField& field : record) {
-      if (!isUtf8(field.text)) fail(line + " is not UTF-8");
-    }
-    return true;
-  }
-
-  std::size_t line() const { return reader_.line(); }
-
- private:
-  [[noreturn]] void fail(const std::string& fault) const { throw Failure(path_ + ": " + fault); }
-
-  bool read(Record& record) {
-    bool found = false;
-    const auto failure = attempt([&] { found = reader_.next(record); });
-    if (failure) fail(failure->what());
-    return found;
-  }
-
-  const std::string& path_;
-  CsvReader reader_;
-};
-
 /// Which rows of the file are in the table.
 struct Outcome {
   unsigned long long stored = 0;
@@ -96,7 +46,7 @@ struct Outcome {
 class Loader {
  public:
   Loader(Context& context, std::streambuf& input)
-      : context_(context), writing_(*context.session.writing()), records_(path_, input) {}
+      : context_(context), writing_(*context.session.writing()), reader_(path_, input) {}
 
   ExitCode run() {
     const auto failure = attempt([this] { load(); });
@@ -115,24 +65,50 @@ class Loader {
  private:
   void load() {
     std::vector<Column> columns = context_.session.describe(table_);
-    if (!context_.options.noHeader) columns = records_.header(columns, table_);
+    if (!context_.options.noHeader) columns = readHeader(columns);
     rows_.emplace(writing_.loader(table_, columns));
     durable_ = !attempt([this] { rows_->sync(); });
     undoes_ = rows_->undoes();
     if (context_.options.singleTransaction) begin();
-    for (Record record; records_.next(record, columns.size());) {
+    for (Record record; readRow(record, columns.size());) {
       for (const CsvField& field : record) rows_->add({field.text, !field.quoted && field.text == null_});
-      lines_.push_back(records_.line());
+      lines_.push_back(reader_.line());
       if (lines_.size() >= context_.options.batchRows || rows_->bytes() >= kMaxBatchBytes) store();
     }
     store();
     if (asOne_) finish();
   }
 
-  void begin() {
-    if (!undoes_) {
-      throw Failure(path_ + ": " + table_ + " is not known to have transactions, which --single-transaction needs");
+  /// @return those of @p columns that the header names, in its order
+  std::vector<Column> readHeader(const std::vector<Column>& columns) {
+    Record header;
+    if (!reader_.next(header)) reader_.fail("the file is empty");
+    std::vector<Column> chosen;
+    for (const CsvField& field : header) {
+      const Column* column = findColumn(columns, field.text);
+      if (column == nullptr) reader_.fail(table_ + " has no column \"" + field.text + "\"");
+      chosen.push_back(*column);
     }
+    return chosen;
+  }
+
+  /// Reads a record with a value for each column. @return false at the end.
+  bool readRow(Record& record, std::size_t columns) {
+    do {
+      if (!reader_.next(record)) return false;
+      // An empty line is a value only where there is one column.
+    } while (columns > 1 && record.size() == 1 && record[0].text.empty() && !record[0].quoted);
+    if (record.size() != columns) {
+      reader_.failRecord("has " + counted(record.size(), "value") + " for " + counted(columns, "column"));
+    }
+    for (const CsvField& field : record) {
+      if (!isUtf8(field.text)) reader_.failRecord("is not UTF-8");
+    }
+    return true;
+  }
+
+  void begin() {
+    if (!undoes_) reader_.fail(table_ + " is not known to have transactions, which --single-transaction needs");
     writing_.beginTransaction();
     asOne_ = true;
   }
@@ -202,7 +178,7 @@ class Loader {
   const std::string& path_ = context_.options.arguments[0];
   const std::string& table_ = context_.options.arguments[1];
   const std::string null_ = context_.options.null.value_or("");
-  Records records_;
+  CsvReader reader_;
   std::optional<RowLoader> rows_;   ///< the batch
   std::vector<std::size_t> lines_;  ///< where each row of the batch begins
   bool durable_ = false;            ///< the user may make the database write to disk

@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "failure.h"
-
 namespace kivosql {
 
 int CsvReader::take() {
@@ -35,7 +33,7 @@ void CsvReader::takeQuoted(std::string& text) {
     if (byte == '"' && !takeIf('"')) return;
     text += static_cast<char>(byte);
   }
-  throw Failure("a quote that begins in the record on line " + std::to_string(recordLine_) + " never ends");
+  failRecord("has a quote that never ends");
 }
 
 void CsvReader::takePlain(std::string& text) {
@@ -61,7 +59,7 @@ bool CsvReader::next(std::vector<CsvField>& record) {
   } while (takeIf(','));
   takeIf('\r');
   if (takeIf('\n') || input_.sgetc() == EOF) return true;
-  throw Failure("line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return");
+  failRecord("has text after a closing quote, or a lone carriage return");
 }
 
 }  // namespace kivosql
