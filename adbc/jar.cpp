@@ -1,7 +1,6 @@
 // The companion jar, whose classes are loaded here once per process.
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <array>
 #include <mutex>
@@ -14,6 +13,7 @@
 #include "jni/method.h"
 #include "jni/pending.h"
 #include "jni/text.h"
+#include "jvm/class_path.h"
 
 namespace kivo::adbc {
 
@@ -35,13 +35,10 @@ std::string ownFolder() {
   return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-/// Where builds and packages put the jar: beside the library, or in share/java of the same prefix.
 std::string companionJar() {
   const std::string folder = ownFolder();
-  for (const char* place : {"/", "/../share/java/", "/../../share/java/"}) {
-    std::string path = folder + place + "kivo-jdbc.jar";
-    if (access(path.c_str(), R_OK) == 0) return path;
-  }
+  const std::string path = findCompanion(folder);
+  if (!path.empty()) return path;
   throw Fault(ADBC_STATUS_INVALID_STATE, "kivo-jdbc.jar is missing: it belongs beside this library, in " + folder +
                                              ", or in share/java of the same prefix");
 }

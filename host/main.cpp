@@ -1,9 +1,12 @@
 // kivosql: reads from and writes to any JDBC database through libkivo_java_native_lib.so.
 
+#include <unistd.h>
+
 #include <csignal>
 
 #include "cli/commands.h"
-#include "session/java_vm.h"
+#include "jvm/class_path.h"
+#include "session/java.h"
 #include "terminal/interrupt.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"
@@ -13,8 +16,12 @@ namespace {
 using namespace kivosql;
 
 void startJava(const Options& options) {
-  const Jvm jvm = kivo::findJvm(options.jvm);
-  const std::string error = startVm(jvm, findClassPath(options.classPath), options.heapMegabytes);
+  const std::vector<std::string> classPath = kivo::findClassPath(options.classPath);
+  for (const std::string& entry : classPath) {
+    if (access(entry.c_str(), F_OK) == 0) continue;
+    throw Failure("the class path has " + entry + ", which does not exist", kWrongUse);
+  }
+  const std::string error = startVm(kivo::findJvm(options.jvm), classPath, options.heapMegabytes);
   if (!error.empty()) throw Failure(error + "; kivosql doctor shows details", kNoJvm);
 }
 

@@ -25,6 +25,15 @@ std::string environment(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+/// The paths of a pattern with braces and wildcards.
+std::vector<std::string> pathsLike(const std::string& pattern) {
+  glob_t found{};
+  glob(pattern.c_str(), GLOB_BRACE, nullptr, &found);
+  std::vector<std::string> paths(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  return paths;
+}
+
 /// @param library in home/lib/server
 std::string versionOf(const fs::path& library) {
   constexpr std::string_view kKey = "JAVA_VERSION=\"";
@@ -92,14 +101,6 @@ std::vector<std::string> splitPath(const std::string& text) {
     if (!part.empty()) parts.push_back(part);
   }
   return parts;
-}
-
-std::vector<std::string> pathsLike(const std::string& pattern) {
-  glob_t found{};
-  glob(pattern.c_str(), GLOB_BRACE, nullptr, &found);
-  std::vector<std::string> paths(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-  globfree(&found);
-  return paths;
 }
 
 }  // namespace kivo

@@ -24,7 +24,4 @@ unsigned long machineMegabytes();
 /// The parts of a text that stand between colons, without empty ones.
 std::vector<std::string> splitPath(const std::string& text);
 
-/// The paths of a pattern with braces and wildcards.
-std::vector<std::string> pathsLike(const std::string& pattern);
-
 }  // namespace kivo

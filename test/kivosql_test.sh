@@ -83,7 +83,7 @@ check "doctor without the driver" "3 1" "$code $(grep -c "fix: put the driver's 
 head -c 100000 /usr/share/java/h2.jar >half.jar
 code=0
 "$kivosql" --url jdbc:postgres://h/d --class-path half.jar:/usr/share/java/h2.jar doctor >out || code=$?
-check "doctor with half a jar and a wrong word" "3 1 2 1" "$code $(grep -c '✗ .*half.jar is not a jar' out) $(
+check "doctor with half a jar and a wrong word" "3 1 2 1" "$code $(grep -c '✗ .*half.jar is not a folder or a complete jar' out) $(
   grep -c '✗' out) $(grep -c 'fix: .* check the word after jdbc:' out)"
 check "stack traces of doctor" yes \
   "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"

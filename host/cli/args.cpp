@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "cli/commands.h"
+#include "jvm/find_jvm.h"
 #include "kivo_version.h"
-#include "session/java_vm.h"
 #include "sql/patterns.h"
 #include "terminal/messages.h"
 #include "terminal/password.h"

@@ -3,7 +3,8 @@
 #include <fstream>
 
 #include "cli/commands.h"
-#include "session/java_vm.h"
+#include "jvm/class_path.h"
+#include "session/java.h"
 #include "terminal/display.h"
 #include "terminal/messages.h"
 
@@ -37,14 +38,14 @@ bool contains(const std::vector<std::string>& entries, const std::string& entry)
   return std::find(entries.begin(), entries.end(), entry) != entries.end();
 }
 
-std::string fixFor(const std::string& error, const std::string& url, const ClassPath& classPath) {
+std::string fixFor(const std::string& error, const std::string& url, const std::vector<std::string>& classPath) {
   if (error.find("no driver found") == std::string::npos) {
     const auto* const fix = std::find_if(std::begin(kFixes), std::end(kFixes), [&error](const Fix& row) {
       return error.find(row.sign) != std::string::npos;
     });
     return fix->fix;
   }
-  for (const DriverJar& driver : kDriverJars) {
+  for (const kivo::DriverJar& driver : kivo::kDriverJars) {
     if (url.rfind(std::string("jdbc:") + driver.word + ':', 0) != 0) continue;
     if (contains(classPath, driver.jar)) return "the driver is installed: check the form of --url";
     return std::string("apt-get install ") + driver.package + ", or --class-path with the driver's jar";
@@ -64,7 +65,7 @@ bool bad(Output& out, const std::string& text, const std::string& fix) {
   return false;
 }
 
-bool checkVm(Output& out, const Options& options, const Jvm& jvm) {
+bool checkVm(Output& out, const Options& options, const kivo::Jvm& jvm) {
   out.write("Java VM\n");
   if (jvm.library.empty()) {
     return bad(out, options.jvm.empty() ? "no Java VM found" : "no Java VM in " + options.jvm,
@@ -89,7 +90,7 @@ bool isJar(const std::string& path) {
   return end.find("PK\x05\x06") != std::string::npos;
 }
 
-bool checkClassPath(Output& out, const ClassPath& classPath) {
+bool checkClassPath(Output& out, const std::vector<std::string>& classPath) {
   out.write("Class path\n");
   bool good = true;
   bool hasCompanion = false;
@@ -97,18 +98,18 @@ bool checkClassPath(Output& out, const ClassPath& classPath) {
     std::error_code unknown;
     const bool usable = std::filesystem::is_directory(entry, unknown) || isJar(entry);
     if (usable) report(out, "✓", entry);
-    if (!usable) good = bad(out, entry.string() + " is not a jar, or not all of one", "install it again");
-    hasCompanion = hasCompanion || entry.filename() == kCompanionJar;
+    if (!usable) good = bad(out, entry.string() + " is not a folder or a complete jar", "install it again");
+    hasCompanion = hasCompanion || entry.filename() == kivo::kCompanionJar;
   }
   if (!hasCompanion) good = bad(out, "no kivo-jdbc.jar beside this program", "--class-path with the jar of the build");
-  for (const DriverJar& driver : kDriverJars) {
+  for (const kivo::DriverJar& driver : kivo::kDriverJars) {
     if (contains(classPath, driver.jar)) continue;
     report(out, "·", driver.word + std::string(" is not installed: apt-get install ") + driver.package);
   }
   return good;
 }
 
-bool checkConnection(Output& out, const Options& options, const ClassPath& classPath) {
+bool checkConnection(Output& out, const Options& options, const std::vector<std::string>& classPath) {
   out.write("Connection, through ").write(options.carrier->name).write("\n");
   const std::unique_ptr<Session> session = options.carrier->make();
   const std::optional<Failure> failure = attempt([&] { session->open(options.target); });
@@ -126,8 +127,8 @@ bool checkConnection(Output& out, const Options& options, const ClassPath& class
 }  // namespace
 
 ExitCode runDoctor(const Options& options, Output& out) {
-  const Jvm jvm = kivo::findJvm(options.jvm);
-  const ClassPath classPath = findClassPath(options.classPath);
+  const kivo::Jvm jvm = kivo::findJvm(options.jvm);
+  const std::vector<std::string> classPath = kivo::findClassPath(options.classPath);
   const bool found = checkVm(out, options, jvm);
   const bool complete = checkClassPath(out, classPath);
   const std::string error = startVm(jvm, classPath, options.heapMegabytes);

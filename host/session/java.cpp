@@ -1,8 +1,11 @@
 #include "session/java.h"
 
+#include <langinfo.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <clocale>
+#include <cstdlib>
 #include <regex>
 #include <sstream>
 
@@ -12,6 +15,14 @@
 namespace kivosql {
 
 namespace {
+
+/// Java encodes the names of files, and what it writes to standard error, as the locale says; "C" has ASCII alone.
+void haveJavaUseUtf8() {
+  const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+  const bool does = locale != nullptr && std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+  if (locale != nullptr) freelocale(locale);
+  if (!does) setenv("LC_ALL", "C.UTF-8", 1);
+}
 
 /// Adds a line of Java's without what stands before an exception's message: the thread or that it is a cause, and the
 /// package of its class. Nothing is added for a line of a trace, nor twice: causes repeat one another, often under
@@ -44,6 +55,16 @@ bool whileAttached(Work work) {
 }
 
 }  // namespace
+
+std::string startVm(const kivo::Jvm& jvm, const std::vector<std::string>& classPath, int heapMegabytes) {
+  if (jvm.library.empty()) return "no Java VM found";
+  std::string library = jvm.library;
+  std::string entries;
+  for (const std::string& entry : classPath) entries += (entries.empty() ? "" : ":") + entry;
+  std::string error;
+  haveJavaUseUtf8();
+  return javaInit(library, entries, heapMegabytes, error) ? "" : error;
+}
 
 std::string toJava(std::string_view text) { return kivo::utf8::toModified(text).text; }
 

@@ -6,10 +6,15 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "failure.h"
+#include "jvm/find_jvm.h"
 
 namespace kivosql {
+
+/// Starts the process's Java VM. @return why not; empty when it runs
+std::string startVm(const kivo::Jvm& jvm, const std::vector<std::string>& classPath, int heapMegabytes);
 
 /// Text on its way to Java and back.
 std::string toJava(std::string_view text);

@@ -1,11 +1,10 @@
 #include "terminal/interrupt.h"
 
-#include <fcntl.h>
-#include <poll.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <string>
 
@@ -15,22 +14,21 @@ namespace kivosql {
 
 namespace {
 
-constexpr unsigned kPatienceSeconds = 5;
-constexpr int kAgainMilliseconds = 200;
-constexpr char kSignalled = 's';
-constexpr char kFinished = 'f';
+constexpr auto kPatience = std::chrono::seconds(5);
+constexpr auto kAgain = std::chrono::milliseconds(200);
 
 std::atomic<int> signalled{0};
-int wake[2] = {-1, -1};  // a pipe, since a handler may do little more than write
+sem_t woken;  // by a signal, or at the end
 
 /// The first signal cancels. A database that hangs does not react to that, so a second Ctrl-C ends the process. Other
 /// signals do not count twice: shells and service managers send them twice.
 void onSignal(int signal) {
-  const int error = errno;
   int none = 0;
-  const bool first = signalled.compare_exchange_strong(none, signal);
-  if (first ? write(wake[1], &kSignalled, 1) < 0 : signal == SIGINT) _exit(Interrupt::exitCode());
-  errno = error;
+  if (signalled.compare_exchange_strong(none, signal)) {
+    sem_post(&woken);
+  } else if (signal == SIGINT) {
+    _exit(Interrupt::exitCode());
+  }
 }
 
 [[noreturn]] void leave(const std::string& why) {
@@ -41,16 +39,15 @@ void onSignal(int signal) {
 }
 
 /// Cancels until all has ended, since a statement that was about to begin misses the first time.
-void watch(const std::function<bool()>& cancel) {
-  char what = kFinished;
-  if (read(wake[0], &what, 1) != 1 || what == kFinished) return;
-  pollfd finished{wake[0], POLLIN, 0};
-  std::thread canceller([&cancel, finished]() mutable {
+void watch(const std::function<bool()>& cancel, const std::shared_future<void>& finished) {
+  while (sem_wait(&woken) != 0) continue;
+  if (finished.wait_for(std::chrono::seconds(0)) == std::future_status::ready) return;
+  std::thread canceller([&cancel, finished] {
     if (!cancel()) leave(", which could not be reached");
-    while (poll(&finished, 1, kAgainMilliseconds) == 0) cancel();
+    while (finished.wait_for(kAgain) == std::future_status::timeout) cancel();
   });
-  if (poll(&finished, 1, kPatienceSeconds * 1000) != 1) {
-    leave(": it had not ended after " + counted(kPatienceSeconds, "second"));
+  if (finished.wait_for(kPatience) == std::future_status::timeout) {
+    leave(": it had not ended after " + counted(kPatience.count(), "second"));
   }
   canceller.join();
 }
@@ -58,8 +55,8 @@ void watch(const std::function<bool()>& cancel) {
 }  // namespace
 
 Interrupt::Interrupt(const std::function<bool()>& cancel) {
-  if (pipe2(wake, O_CLOEXEC) != 0) return;
-  watcher_ = std::thread(watch, cancel);
+  sem_init(&woken, 0, 0);
+  watcher_ = std::thread(watch, cancel, finished_.get_future().share());
   for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction action {};
     sigaction(signal, nullptr, &action);
@@ -73,9 +70,10 @@ Interrupt::Interrupt(const std::function<bool()>& cancel) {
 }
 
 Interrupt::~Interrupt() {
-  if (!watcher_.joinable()) return;
-  // Handler and pipe stay: if the process ended while its database closes, stored rows could be lost.
-  if (write(wake[1], &kFinished, 1) == 1) watcher_.join();
+  // The handlers stay: if the process ended while its database closes, stored rows could be lost.
+  finished_.set_value();
+  sem_post(&woken);
+  watcher_.join();
 }
 
 bool Interrupt::happened() { return signalled != 0; }

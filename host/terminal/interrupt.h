@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <future>
 #include <thread>
 
 namespace kivosql {
@@ -25,6 +26,7 @@ class Interrupt {
   static int exitCode();
 
  private:
+  std::promise<void> finished_;
   std::thread watcher_;
 };
 

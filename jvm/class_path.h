@@ -3,12 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "failure.h"
-#include "jvm/find_jvm.h"
-
-namespace kivosql {
-
-using kivo::Jvm;
+namespace kivo {
 
 /// A driver that the distribution has as a package.
 struct DriverJar {
@@ -26,16 +21,15 @@ constexpr DriverJar kDriverJars[] = {
     {"postgresql", "/usr/share/java/postgresql.jar", "libpostgresql-jdbc-java"},
 };
 
-using ClassPath = std::vector<std::string>;
-
-/// The library's own jar, found beside the program.
+/// The library's own jar, which builds and packages put beside a program or library, or in share/java of its prefix.
 constexpr const char* kCompanionJar = "kivo-jdbc.jar";
 
-/// The given entries first, then the companion jar and the distribution's driver jars. A folder means itself and the
-/// jars in it, as does "folder/*": a VM started through JNI expands neither. Throws Failure if a given one is missing.
-ClassPath findClassPath(const std::vector<std::string>& given);
+/// @param folder of the program or library. @return its path; empty if it is missing
+std::string findCompanion(const std::string& folder);
 
-/// Starts the process's Java VM. @return why not; empty when it runs
-std::string startVm(const Jvm& jvm, const ClassPath& classPath, int heapMegabytes);
+/// The given entries first, then the companion jar of this program and the distribution's driver jars. A folder means
+/// itself and the jars in it, as does "folder/*": a VM started through JNI expands neither. A given entry that does not
+/// exist stays as it is.
+std::vector<std::string> findClassPath(const std::vector<std::string>& given);
 
-}  // namespace kivosql
+}  // namespace kivo
