@@ -37,7 +37,7 @@ std::string ownFolder() {
 
 std::string companionJar() {
   const std::string folder = ownFolder();
-  const std::string path = findCompanion(folder);
+  std::string path = findCompanion(folder);
   if (!path.empty()) return path;
   throw Fault(ADBC_STATUS_INVALID_STATE, "kivo-jdbc.jar is missing: it belongs beside this library, in " + folder +
                                              ", or in share/java of the same prefix");

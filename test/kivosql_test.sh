@@ -119,6 +119,9 @@ check "a table a result" "$(printf 'A\n1\n\nB\n\nC\n-1\n\nD\n3')" \
 check "one JSON document" '[[{"A":1}],[],[{"C":-1}],[{"D":3}]]' \
   "$("$kivosql" run several.sql --keep-going --format json 2>err | tr -d '\n')"
 check "a JSON document that is cut off" '[[{"A":1}],[],[{"C":-1}' "$("$kivosql" run several.sql --format json 2>err | tr -d '\n')"
+check "a call that gives rows" 42 "$(csv update 'call 42')"
+check "counts on SQLite" "0 rows changed 3 rows changed 0 rows changed" "$(echo 'create table t (a int);
+  insert into t values (1), (2), (3); create table u (a int)' | "$kivosql" --url jdbc:sqlite::memory: run - | xargs)"
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"
 
 report
