@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "cli/commands.h"
 #include "jvm/class_path.h"
@@ -12,17 +13,11 @@ namespace kivosql {
 
 namespace {
 
-/// What a failed connection's text holds, and what helps.
-struct Fix {
-  const char* sign;
-  const char* fix;
-};
-
 constexpr const char* kServer = "check that the server runs, and check --host and --port, or --url";
 constexpr const char* kLogin = "check --user and the password";
 
-/// The SQLState in brackets, or words of the library and of Java.
-constexpr Fix kFixes[] = {
+/// What a failed connection's text holds, the SQLState in brackets or words of the library and of Java, and what helps.
+constexpr std::pair<const char*, const char*> kFixes[] = {
     {"NoClassDefFound", "put the jar or folder with this class on the class path: --class-path"},
     {"Unknown vendor", "--through wrapper takes any driver; jdbc only the vendors of JdbcUtils"},
     {"[08", kServer},
@@ -39,11 +34,9 @@ bool contains(const std::vector<std::string>& entries, const std::string& entry)
 }
 
 std::string fixFor(const std::string& error, const std::string& url, const std::vector<std::string>& classPath) {
-  if (error.find("no driver found") == std::string::npos) {
-    const auto* const fix = std::find_if(std::begin(kFixes), std::end(kFixes), [&error](const Fix& row) {
-      return error.find(row.sign) != std::string::npos;
-    });
-    return fix->fix;
+  const bool hasDriver = error.find("no driver found") == std::string::npos;
+  for (const auto& [sign, fix] : kFixes) {
+    if (hasDriver && error.find(sign) != std::string::npos) return fix;
   }
   for (const kivo::DriverJar& driver : kivo::kDriverJars) {
     if (url.rfind(std::string("jdbc:") + driver.word + ':', 0) != 0) continue;
