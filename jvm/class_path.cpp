@@ -15,7 +15,7 @@ std::vector<std::string> jarsIn(const fs::path& folder) {
   std::vector<std::string> jars;
   std::error_code error;
   for (const fs::directory_entry& file : fs::directory_iterator(folder, error)) {
-    if (file.path().extension() == ".jar") jars.push_back(file.path());
+    if (file.is_regular_file(error) && file.path().extension() == ".jar") jars.push_back(file.path());
   }
   std::sort(jars.begin(), jars.end());
   return jars;
@@ -23,7 +23,7 @@ std::vector<std::string> jarsIn(const fs::path& folder) {
 
 void add(std::vector<std::string>& classPath, const fs::path& entry) {
   const bool isWildcard = entry.filename() == "*";
-  const std::vector<std::string> jars = jarsIn(isWildcard ? entry.parent_path() : entry);
+  const std::vector<std::string> jars = jarsIn(isWildcard ? fs::absolute(entry).parent_path() : entry);
   if (!isWildcard || jars.empty()) classPath.push_back(entry);
   classPath.insert(classPath.end(), jars.begin(), jars.end());
 }
@@ -32,9 +32,10 @@ void add(std::vector<std::string>& classPath, const fs::path& entry) {
 
 std::string findCompanion(const std::string& folder) {
   std::error_code error;
-  for (const char* place : {".", "../share/java", "../../share/java"}) {
-    const fs::path jar = (fs::path(folder) / place / kCompanionJar).lexically_normal();
-    if (fs::exists(jar, error)) return jar;
+  for (const char* place : {".", "../share/java", "../../share/java", "/usr/share/java"}) {
+    // Not by its text alone: ".." after a link leads elsewhere.
+    const fs::path jar = fs::canonical(fs::path(folder) / place, error) / kCompanionJar;
+    if (!error && fs::exists(jar, error)) return jar;
   }
   return {};
 }

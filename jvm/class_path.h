@@ -21,15 +21,16 @@ constexpr DriverJar kDriverJars[] = {
     {"postgresql", "/usr/share/java/postgresql.jar", "libpostgresql-jdbc-java"},
 };
 
-/// The library's own jar, which builds and packages put beside a program or library, or in share/java of its prefix.
+/// The library's own jar. Builds and packages put it beside a program or library, or in share/java of its prefix.
 constexpr const char* kCompanionJar = "kivo-jdbc.jar";
 
-/// @param folder of the program or library. @return its path; empty if it is missing
+/// Looks in those places, then in the distribution's. @param folder of the program or library. @return the jar's path;
+/// empty if it is missing
 std::string findCompanion(const std::string& folder);
 
 /// The given entries first, then the companion jar of this program and the distribution's driver jars. A folder means
-/// itself and the jars in it, as does "folder/*": a VM started through JNI expands neither. A given entry that does not
-/// exist stays as it is.
+/// itself and the jars in it, "folder/*" the jars alone: a VM started through JNI expands neither. A given entry that
+/// does not exist stays as it is.
 std::vector<std::string> findClassPath(const std::vector<std::string>& given);
 
 }  // namespace kivo

@@ -83,7 +83,7 @@ check "doctor without the driver" "3 1" "$code $(grep -c "fix: put the driver's 
 head -c 100000 /usr/share/java/h2.jar >half.jar
 code=0
 "$kivosql" --url jdbc:postgres://h/d --class-path half.jar:/usr/share/java/h2.jar doctor >out || code=$?
-check "doctor with half a jar and a wrong word" "3 1 2 1" "$code $(grep -c '✗ .*half.jar is not a folder or a complete jar' out) $(
+check "doctor with half a jar and a wrong word" "3 1 2 1" "$code $(grep -c '✗ .*half.jar is missing, or neither a folder nor a complete jar' out) $(
   grep -c '✗' out) $(grep -c 'fix: .* check the word after jdbc:' out)"
 check "stack traces of doctor" yes \
   "$("$kivosql" --url jdbc:postgresql://127.0.0.1:1/x --through jdbc --verbose doctor | grep -q '	at ' && echo yes)"
@@ -119,7 +119,7 @@ check "a table a result" "$(printf 'A\n1\n\nB\n\nC\n-1\n\nD\n3')" \
 check "one JSON document" '[[{"A":1}],[],[{"C":-1}],[{"D":3}]]' \
   "$("$kivosql" run several.sql --keep-going --format json 2>err | tr -d '\n')"
 check "a JSON document that is cut off" '[[{"A":1}],[],[{"C":-1}' "$("$kivosql" run several.sql --format json 2>err | tr -d '\n')"
-check "a call that gives rows" 42 "$(csv update 'call 42')"
+check "a call that gives rows, then a shutdown" 42 "$(echo 'call 42; shutdown' | csv run - 2>err)$(grep kivosql: err)"
 check "counts on SQLite" "0 rows changed 3 rows changed 0 rows changed" "$(echo 'create table t (a int);
   insert into t values (1), (2), (3); create table u (a int)' | "$kivosql" --url jdbc:sqlite::memory: run - | xargs)"
 check "timing" 1 "$("$kivosql" query 'select 1' --timing 2>&1 >out | grep -c '^1 row in .* per second')"

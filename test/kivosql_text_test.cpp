@@ -28,6 +28,7 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
     Texts statements;  // "line:text", with "!" in front of one that never ends
   } rows[] = {
       {"", Dialect::standard, {}},
+      {"\xEF\xBB\xBFselect 1;\n\xEF\xBB\xBF;\xEF\xBB\xBF/**/ж", Dialect::standard, {"1:select 1", "2:ж"}},
       {" ; ;-- no more\n; /* nothing */", Dialect::standard, {}},
       {"select 1;\n\nselect 2", Dialect::standard, {"1:select 1", "3:select 2"}},
       {"a 'x;''y;' b; c \"d;\"", Dialect::standard, {"1:a 'x;''y;' b", "1:c \"d;\""}},
@@ -65,11 +66,11 @@ TEST(Kivosql, CutsScriptsAtTheirStatements) {
 
 TEST(Kivosql, RecognisesTransactionControl) {
   for (const char* sql : {"BEGIN", "begin isolation level serializable", "start transaction", "commit", "Rollback work",
-                          "end", "abort", "commit and chain"}) {
+                          "end", "abort", "commit and chain", "start /* * */ -- ;\n transaction"}) {
     EXPECT_TRUE(controlsTransaction(sql)) << sql;
   }
   for (const char* sql :
-       {"rollback to savepoint s", "ROLLBACK WORK TO s", "select 1", "begin declare x int", "start"}) {
+       {"rollback to savepoint s", "ROLLBACK/**/WORK TO s", "select 1", "begin declare x int", "start"}) {
     EXPECT_FALSE(controlsTransaction(sql)) << sql;
   }
 }
@@ -88,7 +89,7 @@ TEST(Kivosql, ReadsCsv) {
       {"\xEF\xBB", {{"\xEF\xBB"}}, ""},
       {"\n,\n", {{""}, {"", ""}}, ""},
       {"5\" disk,\xC3\xA9", {{"5\" disk", "\xC3\xA9"}}, ""},
-      {"a\n\"b", {{"a"}}, "f: line 2 has a quote that never ends"},
+      {"a\n\"b", {{"a"}}, "f: a quote in the record that begins on line 2 never ends"},
       {"a\n\"b\"c\nd", {{"a"}}, "f: line 2 has text after a closing quote, or a lone carriage return"},
       {"a\rb", {}, "f: line 1 has text after a closing quote, or a lone carriage return"},
   };

@@ -5,8 +5,6 @@
 #include "jvm/find_jvm.h"
 #include "kivo_version.h"
 #include "sql/patterns.h"
-#include "terminal/messages.h"
-#include "terminal/password.h"
 
 namespace kivosql {
 

@@ -57,20 +57,29 @@ void query(Context& context, const std::string& sql, Progress& progress) {
   writeRows(context, context.session.query(sql, context.options.maxRows, blockRows()), progress);
 }
 
+void showChanged(Context& context, int rows, Progress& progress) {
+  progress.advance(static_cast<unsigned>(rows));
+  progress.stop();
+  remark(context, counted(static_cast<unsigned>(rows), "row") + " changed");
+}
+
+void update(Context& context, const std::string& sql, Progress& progress) {
+  showChanged(context, context.session.writing()->update(sql), progress);
+}
+
 void execute(Context& context, const std::string& sql, Progress& progress) {
   std::vector<Column> columns;
   const auto changed = context.session.writing()->execute(sql, context.options.maxRows, blockRows(), columns);
   if (!changed) return writeRows(context, columns, progress);
-  progress.advance(static_cast<unsigned>(*changed));
-  progress.stop();
-  remark(context, counted(static_cast<unsigned>(*changed), "row") + " changed");
+  showChanged(context, *changed, progress);
 }
 
-ExitCode writeList(Context& context, const std::vector<Column>& columns, const std::vector<Row>& rows) {
+template <typename Found, typename MakeRow>
+ExitCode writeList(Context& context, const std::vector<Column>& heading, const Found& found, MakeRow rowOf) {
   const std::unique_ptr<Writer> writer = makeWriter(context);
-  writer->begin(columns);
-  for (const Row& row : rows) writer->row(row);
-  writer->end(rows.size());
+  writer->begin(heading);
+  for (const auto& item : found) writer->row(rowOf(item));
+  writer->end(found.size());
   flush(context.out);
   return kDone;
 }
@@ -102,7 +111,6 @@ ExitCode runStatement(Context& context, const Statement& statement, Run run, con
 std::string readScript(const std::string& path) {
   auto file = openInput(path);
   std::string script(std::istreambuf_iterator<char>(&file), {});
-  if (script.rfind("\xEF\xBB\xBF", 0) == 0) script.erase(0, 3);  // a byte order mark
   const std::size_t nul = script.find('\0');
   if (nul == std::string::npos) return script;
   // Some drivers end the text there, and what is left of a statement may do far more than the whole of it.
@@ -199,7 +207,7 @@ void remark(Context& context, const std::string& text) {
 
 ExitCode runQuery(Context& context) { return runOne(context, query); }
 
-ExitCode runUpdate(Context& context) { return runOne(context, execute); }
+ExitCode runUpdate(Context& context) { return runOne(context, update); }
 
 ExitCode runScript(Context& context) {
   const std::string& path = context.options.arguments[0];
@@ -222,19 +230,14 @@ ExitCode runScript(Context& context) {
 }
 
 ExitCode runTables(Context& context) {
-  const std::vector<std::string> names = context.session.tables();
-  std::vector<Row> rows;
-  rows.reserve(names.size());
-  for (const std::string& name : names) rows.push_back({{name, false}});
-  return writeList(context, {{"table", 0, ""}}, rows);
+  const auto rowOf = [](const std::string& name) { return Row{{name, false}}; };
+  return writeList(context, {{"table", 0, ""}}, context.session.tables(), rowOf);
 }
 
 ExitCode runDescribe(Context& context) {
-  const std::vector<Column> columns = context.session.describe(context.options.arguments[0]);
-  std::vector<Row> rows;
-  rows.reserve(columns.size());
-  for (const Column& column : columns) rows.push_back({{column.name, false}, {column.typeName, false}});
-  return writeList(context, {{"column", 0, ""}, {"type", 0, ""}}, rows);
+  const auto rowOf = [](const Column& column) { return Row{{column.name, false}, {column.typeName, false}}; };
+  return writeList(context, {{"column", 0, ""}, {"type", 0, ""}},
+                   context.session.describe(context.options.arguments[0]), rowOf);
 }
 
 }  // namespace kivosql

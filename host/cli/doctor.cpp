@@ -29,10 +29,6 @@ constexpr std::pair<const char*, const char*> kFixes[] = {
     {"", "read the driver's error; --verbose shows all of it"},
 };
 
-bool contains(const std::vector<std::string>& entries, const std::string& entry) {
-  return std::find(entries.begin(), entries.end(), entry) != entries.end();
-}
-
 std::string fixFor(const std::string& error, const std::string& url, const std::vector<std::string>& classPath) {
   const bool hasDriver = error.find("no driver found") == std::string::npos;
   for (const auto& [sign, fix] : kFixes) {
@@ -40,7 +36,8 @@ std::string fixFor(const std::string& error, const std::string& url, const std::
   }
   for (const kivo::DriverJar& driver : kivo::kDriverJars) {
     if (url.rfind(std::string("jdbc:") + driver.word + ':', 0) != 0) continue;
-    if (contains(classPath, driver.jar)) return "the driver is installed: check the form of --url";
+    if (std::count(classPath.begin(), classPath.end(), driver.jar) > 0)
+      return "the driver is installed: check the form of --url";
     return std::string("apt-get install ") + driver.package + ", or --class-path with the driver's jar";
   }
   return "put the driver's jar on the class path, --class-path JAR, or check the word after jdbc: in --url";
@@ -64,8 +61,8 @@ bool checkVm(Output& out, const Options& options, const kivo::Jvm& jvm) {
     return bad(out, options.jvm.empty() ? "no Java VM found" : "no Java VM in " + options.jvm,
                "apt-get install default-jre-headless, or --jvm with a Java home");
   }
-  report(out, "✓", jvm.library + ", by " + jvm.foundBy);
-  report(out, "✓", "version " + (jvm.version.empty() ? "unknown" : jvm.version));
+  report(out, "✓",
+         jvm.library + ", by " + jvm.foundBy + ", version " + (jvm.version.empty() ? "unknown" : jvm.version));
   report(out, "✓",
          "a heap of at most " + std::to_string(options.heapMegabytes) + " MB of this machine's " +
              grouped(kivo::machineMegabytes()) + " MB");
@@ -75,12 +72,10 @@ bool checkVm(Output& out, const Options& options, const kivo::Jvm& jvm) {
 /// Whether a jar is complete. A zip file ends with a record of its contents and a comment of up to 65,535 bytes; a Java
 /// VM ignores a file without it silently.
 bool isJar(const std::string& path) {
-  std::ifstream file(path, std::ios::binary | std::ios::ate);
-  const std::streamoff size = std::min<std::streamoff>(file.tellg(), 22 + 65535);
-  if (size <= 0) return false;
-  std::string end(static_cast<std::size_t>(size), '\0');
-  file.seekg(-size, std::ios::end).read(end.data(), size);
-  return end.find("PK\x05\x06") != std::string::npos;
+  std::ifstream file(path, std::ios::binary);
+  const std::string jar(std::istreambuf_iterator<char>(file), {});
+  const std::size_t record = jar.rfind("PK\x05\x06");
+  return record != std::string::npos && record + 22 + 65535 >= jar.size();
 }
 
 bool checkClassPath(Output& out, const std::vector<std::string>& classPath) {
@@ -91,12 +86,15 @@ bool checkClassPath(Output& out, const std::vector<std::string>& classPath) {
     std::error_code unknown;
     const bool usable = std::filesystem::is_directory(entry, unknown) || isJar(entry);
     if (usable) report(out, "✓", entry);
-    if (!usable) good = bad(out, entry.string() + " is not a folder or a complete jar", "install it again");
+    if (!usable)
+      good = bad(out, entry.string() + " is missing, or neither a folder nor a complete jar", "install it again");
     hasCompanion = hasCompanion || entry.filename() == kivo::kCompanionJar;
   }
-  if (!hasCompanion) good = bad(out, "no kivo-jdbc.jar beside this program", "--class-path with the jar of the build");
+  if (!hasCompanion)
+    good = bad(out, "kivo-jdbc.jar is not beside this program or in ../share/java",
+               "--class-path with the jar of the build");
   for (const kivo::DriverJar& driver : kivo::kDriverJars) {
-    if (contains(classPath, driver.jar)) continue;
+    if (std::count(classPath.begin(), classPath.end(), driver.jar) > 0) continue;
     report(out, "·", driver.word + std::string(" is not installed: apt-get install ") + driver.package);
   }
   return good;

@@ -69,7 +69,11 @@ class Loader {
     rows_.emplace(writing_.loader(table_, columns));
     durable_ = !attempt([this] { rows_->sync(); });
     undoes_ = rows_->undoes();
-    if (context_.options.singleTransaction) begin();
+    if (context_.options.singleTransaction) {
+      if (!undoes_) reader_.fail(table_ + " is not known to have transactions, which --single-transaction needs");
+      writing_.beginTransaction();
+      asOne_ = true;
+    }
     for (Record record; readRow(record, columns.size());) {
       for (const CsvField& field : record) rows_->add({field.text, !field.quoted && field.text == null_});
       lines_.push_back(reader_.line());
@@ -98,19 +102,14 @@ class Loader {
       if (!reader_.next(record)) return false;
       // An empty line is a value only where there is one column.
     } while (columns > 1 && record.size() == 1 && record[0].text.empty() && !record[0].quoted);
+    const std::string line = "line " + std::to_string(reader_.line());
     if (record.size() != columns) {
-      reader_.failRecord("has " + counted(record.size(), "value") + " for " + counted(columns, "column"));
+      reader_.fail(line + " has " + counted(record.size(), "value") + " for " + counted(columns, "column"));
     }
     for (const CsvField& field : record) {
-      if (!isUtf8(field.text)) reader_.failRecord("is not UTF-8");
+      if (!isUtf8(field.text)) reader_.fail(line + " is not UTF-8");
     }
     return true;
-  }
-
-  void begin() {
-    if (!undoes_) reader_.fail(table_ + " is not known to have transactions, which --single-transaction needs");
-    writing_.beginTransaction();
-    asOne_ = true;
   }
 
   /// Stores the batch.

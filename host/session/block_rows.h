@@ -13,16 +13,15 @@ namespace kivosql {
 /// The open result of a JdbcUtils or a jdbcWrapper, read by the block.
 class BlockRows {
  public:
-  /// @param first number of a column, as the source counts them. @param types the Java object with their types' names.
-  /// @return false if a column cannot be described.
+  /// @param number of the first column, as the source counts them. @return false if a column cannot be described.
   template <typename Source>
-  bool open(Source& source, int first, jobject types, int blockRows) {
+  bool open(Source& source, int number, int blockRows) {
     columns_.clear();
     const int count = source.getNumColumns();
-    for (int index = 0; index < count; ++index) {
+    for (const int end = number + count; number < end; ++number) {
       Column column;
-      if (!source.getColumnInfo(first + index, column.name, column.type)) return false;
-      columns_.push_back({fromJava(column.name), column.type, columnTypeName(source.env, types, index + 1)});
+      if (!source.getColumnInfo(number, column.name, column.type)) return false;
+      columns_.push_back({fromJava(column.name), column.type, ""});
     }
     if (count < 0) return false;
     RowBlocksOptions options;

@@ -109,7 +109,7 @@ void JavaErrors::check(JNIEnv* env, bool worked, const std::string& text) const 
   if (!worked || pending) throw javaFailure(text, printed);
 }
 
-std::string columnTypeName(JNIEnv* env, jobject columns, int number) {
+std::string typeNameOf(JNIEnv* env, jobject columns, int number) {
   std::string text;
   auto* const name = static_cast<jstring>(
       call<jobject>(env, columns, "getColumnTypeName", "(I)Ljava/lang/String;", number).value_or(nullptr));

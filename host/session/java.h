@@ -75,8 +75,8 @@ std::optional<Result> call(JNIEnv* env, jobject object, const char* name, const 
   return env->ExceptionCheck() == JNI_TRUE ? std::nullopt : std::optional<Result>(result);
 }
 
-/// What getColumnTypeName() of a Java object returns for a column, empty on failure.
-std::string columnTypeName(JNIEnv* env, jobject columns, int number);
+/// What getColumnTypeName() of a Java object returns for a column, counted from 1; empty on failure.
+std::string typeNameOf(JNIEnv* env, jobject columns, int number);
 
 /// Calls cancel() of a Java object, from a thread that is not attached. @return whether that worked.
 bool cancelInJava(jobject object);

@@ -32,6 +32,7 @@ std::vector<std::string> Session::tables() {
 
 std::vector<Column> Session::describe(const std::string& table) {
   std::vector<Column> columns = query("select * from " + table + " where 1 = 0", 0, 1);
+  for (Column& column : columns) column.typeName = typeName(1 + static_cast<int>(&column - columns.data()));
   Row none;
   next(none);
   return columns;

@@ -63,6 +63,9 @@ class Session {
   virtual bool list(std::vector<std::string>& tables) = 0;
   virtual void check(bool worked) = 0;
 
+  /// The database's name for the type of a column of the query, counted from 1.
+  virtual std::string typeName(int /*column*/) { return {}; }
+
  private:
   std::string url_;
 };

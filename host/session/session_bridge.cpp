@@ -59,6 +59,7 @@ class BridgeSession : public Session {
  private:
   static constexpr std::size_t kMaxColumns = 10000;
 
+  using Texts = std::vector<std::string>;
   using Value = std::optional<std::string>;
 
   bool connect(Target& java) override {
@@ -72,9 +73,7 @@ class BridgeSession : public Session {
 
   void check(bool worked) override { printed_.check(java_->env, worked); }
 
-  bool setParameters(std::vector<std::string> names, std::vector<std::string> values) {
-    return java_->setParams(names, values);
-  }
+  bool setParameters(Texts names, Texts values) { return java_->setParams(names, values); }
 
   /// The end of the rows differs from a failure only in that nothing is printed.
   bool advance() {

@@ -13,7 +13,7 @@ class JdbcSession : public Session {
     std::string text = toJava(sql);
     failed_ = true;
     check(database_.setAutoCommit(false));
-    check(database_.executeQuery(text, maxRows) && rows_.open(database_, 0, database_.resultSetMetaData, blockRows));
+    check(database_.executeQuery(text, maxRows) && rows_.open(database_, 0, blockRows));
     failed_ = false;
     return rows_.columns();
   }
@@ -48,6 +48,8 @@ class JdbcSession : public Session {
   }
 
   bool list(std::vector<std::string>& tables) override { return database_.getTables(tables); }
+
+  std::string typeName(int column) override { return typeNameOf(database_.env, database_.resultSetMetaData, column); }
 
   void check(bool worked) override { printed_.check(database_.env, worked, fromJava(text_)); }
 

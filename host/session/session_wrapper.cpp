@@ -4,9 +4,6 @@ namespace kivosql {
 
 namespace {
 
-/// What the companion jar's execute() returns on failure.
-constexpr jint kFailedInJava = -2;
-
 /// Throws why the last call that went to the companion jar by a method's name failed, unless it returned true.
 void checkCall(jdbcWrapper& database, std::optional<bool> worked) {
   if (worked == true) return;
@@ -41,8 +38,6 @@ std::optional<std::size_t> RowLoader::failedRow(Failure& why) {
 
 void RowLoader::sync() { checkCall(database_, call<bool>(database_.env, loader_, "sync", "()Z")); }
 
-bool RowLoader::undoes() { return call<bool>(database_.env, loader_, "undoes", "()Z") == true; }
-
 template <typename Result>
 std::optional<Result> RowLoader::callWithRows(const char* method, const char* signature) {
   JNIEnv* const env = database_.env;
@@ -68,14 +63,20 @@ std::optional<int> WrapperSession::execute(const std::string& sql, int maxRows, 
   const jstring text = env->NewStringUTF(toJava(sql).c_str());
   const auto count = call<jint>(env, database_.utilitiesObject, "execute", "(Ljava/lang/String;I)I", text, maxRows);
   env->DeleteLocalRef(text);
-  checkCall(database_, count.value_or(kFailedInJava) != kFailedInJava);
+  checkCall(database_, count.value_or(-1) != -1);
   if (*count >= 0) return *count;
   columns = readRows(blockRows);
   return {};
 }
 
+int WrapperSession::update(const std::string& sql) {
+  const int count = database_.executeUpdate(toJava(sql));
+  check(count >= 0);
+  return count;
+}
+
 std::vector<Column> WrapperSession::readRows(int blockRows) {
-  check(rows_.open(database_, 1, database_.utilitiesObject, blockRows));
+  check(rows_.open(database_, 1, blockRows));
   return rows_.columns();
 }
 

@@ -29,7 +29,7 @@ class RowLoader {
   void sync();
 
   /// Whether the table can undo rows.
-  bool undoes();
+  bool undoes() { return call<bool>(database_.env, loader_, "undoes", "()Z") == true; }
 
  private:
   template <typename Result>
@@ -51,7 +51,10 @@ class WrapperSession : public Session {
   bool isBroken() override { return isBrokenInJava(database_.env, database_.utilitiesObject); }
   void close() override { check(database_.closeConnection()); }
 
-  /// Runs a statement. @return how many rows it changed; nothing if it gives rows, which are then a query's
+  /// Runs a statement that gives no rows. @return how many it changed
+  int update(const std::string& sql);
+
+  /// Runs any statement. @return how many rows it changed; nothing if it gives rows, which are then a query's
   std::optional<int> execute(const std::string& sql, int maxRows, int blockRows, std::vector<Column>& columns);
 
   /// Begins a transaction that includes all that follows, loaded rows too.
@@ -66,6 +69,7 @@ class WrapperSession : public Session {
  private:
   bool connect(Target& java) override;
   bool list(std::vector<std::string>& tables) override { return database_.getTables(tables); }
+  std::string typeName(int column) override { return typeNameOf(database_.env, database_.utilitiesObject, column); }
   void check(bool worked) override;
   std::vector<Column> readRows(int blockRows);
   void transact(const char* method);

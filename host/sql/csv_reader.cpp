@@ -33,7 +33,7 @@ void CsvReader::takeQuoted(std::string& text) {
     if (byte == '"' && !takeIf('"')) return;
     text += static_cast<char>(byte);
   }
-  failRecord("has a quote that never ends");
+  fail("a quote in the record that begins on line " + std::to_string(recordLine_) + " never ends");
 }
 
 void CsvReader::takePlain(std::string& text) {
@@ -59,7 +59,7 @@ bool CsvReader::next(std::vector<CsvField>& record) {
   } while (takeIf(','));
   takeIf('\r');
   if (takeIf('\n') || input_.sgetc() == EOF) return true;
-  failRecord("has text after a closing quote, or a lone carriage return");
+  fail("line " + std::to_string(line_) + " has text after a closing quote, or a lone carriage return");
 }
 
 }  // namespace kivosql

@@ -30,11 +30,6 @@ class CsvReader {
   /// Throws a Failure that names the file.
   [[noreturn]] void fail(const std::string& fault) const { throw Failure(name_ + ": " + fault); }
 
-  /// The same, of the last record.
-  [[noreturn]] void failRecord(const std::string& fault) const {
-    fail("line " + std::to_string(recordLine_) + ' ' + fault);
-  }
-
  private:
   int take();
   bool takeIf(char byte);

@@ -6,41 +6,47 @@ namespace kivosql {
 
 namespace {
 
-/// Parts of a name, each with a dot after it. A letter may be one of any script.
-constexpr const char* kTableName = "^((([^[:space:][:punct:][:cntrl:]]|[_$#])+|\"[^\"]+\"|`[^`]+`)[.])+$";
+/// Blanks and comments.
+constexpr std::string_view kGap = "([[:space:]]|--[^\n]*\n|/[*]([^*]|[*]+[^*/])*[*]+/)+";
 
-/// Before another word, "begin" begins a block of a procedural language.
-constexpr const char* kTransaction =
-    "^(commit|rollback|end|abort|start[[:space:]]+transaction)\\>"
-    "|^begin([[:space:]]+(tran|transaction|work|isolation|read)\\>|$)";
-
-/// A rollback to a savepoint stays in the transaction.
-constexpr const char* kToSavepoint = "^rollback([[:space:]]+[a-z]+)?[[:space:]]+to\\>";
-
-constexpr const char* kPassword =
-    "(password|passwd|passphrase|pwd)=|[?&;]pass="
-    "|^jdbc:(q|kx):([^:]*:){3}"   // kdb+: host:port:user:password
-    "|^jdbc:oracle:[^@]*/[^@]*@"  // thin:user/password@host
-    // //user:password@host, but not //host:port/path@ with several hosts or IPv6 addresses.
-    "|//(\\[[^]]*]|[^:/?;@[]|:[0-9]*,)*:[0-9]*([^0-9,/?;@][^@]*)?@";
-
-/// The C library matches, since the expressions of C++ overflow the stack on a long text.
-bool matches(const std::string& text, const char* expression) {
+/// Compiles an expression, in which a blank stands for a gap. The C library matches it, since the expressions of C++
+/// overflow the stack on a long text.
+regex_t compiled(std::string expression) {
+  for (std::size_t at = 0; (at = expression.find(' ', at)) != std::string::npos; at += kGap.size()) {
+    expression.replace(at, 1, kGap);
+  }
   regex_t form;
-  const bool found = regcomp(&form, expression, REG_EXTENDED | REG_ICASE | REG_NOSUB) == 0 &&
-                     regexec(&form, text.c_str(), 0, nullptr, 0) == 0;
-  regfree(&form);
-  return found;
+  regcomp(&form, expression.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
+  return form;
 }
+
+bool matches(const std::string& text, const regex_t& form) { return regexec(&form, text.c_str(), 0, nullptr, 0) == 0; }
 
 }  // namespace
 
-bool isTableName(const std::string& text) { return matches(text + '.', kTableName); }
-
-bool controlsTransaction(const std::string& statement) {
-  return matches(statement, kTransaction) && !matches(statement, kToSavepoint);
+bool isTableName(const std::string& text) {
+  // Parts, each with a dot after it. A letter may be one of any script.
+  static const regex_t form = compiled("^((([^[:space:][:punct:][:cntrl:]]|[_$#])+|\"[^\"]+\"|`[^`]+`)[.])+$");
+  return matches(text + '.', form);
 }
 
-bool holdsPassword(const std::string& url) { return matches(url, kPassword); }
+bool controlsTransaction(const std::string& statement) {
+  // Before another word, "begin" begins a block of a procedural language.
+  static const regex_t control = compiled(
+      "^(commit|rollback|end|abort|start transaction)\\>|^begin( (tran|transaction|work|isolation|read)\\>|$)");
+  // A rollback to a savepoint stays in the transaction.
+  static const regex_t toSavepoint = compiled("^rollback( [a-z]+)? to\\>");
+  return matches(statement, control) && !matches(statement, toSavepoint);
+}
+
+bool holdsPassword(const std::string& url) {
+  static const regex_t form = compiled(
+      "(password|passwd|passphrase|pwd)=|[?&;]pass="
+      "|^jdbc:(q|kx):([^:]*:){3}"   // kdb+: host:port:user:password
+      "|^jdbc:oracle:[^@]*/[^@]*@"  // thin:user/password@host
+      // //user:password@host, but not //host:port/path@ with several hosts or IPv6 addresses.
+      "|//(\\[[^]]*]|[^:/?;@[]|:[0-9]*,)*:[0-9]*([^0-9,/?;@][^@]*)?@");
+  return matches(url, form);
+}
 
 }  // namespace kivosql

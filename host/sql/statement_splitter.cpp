@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <string>
 #include <utility>
 
 namespace kivosql {
@@ -25,12 +24,6 @@ bool startsAt(std::string_view text, std::size_t at, std::string_view start) {
 bool isBlank(char byte) { return std::isspace(static_cast<unsigned char>(byte)) != 0; }
 
 bool isDigit(char byte) { return std::isdigit(static_cast<unsigned char>(byte)) != 0; }
-
-/// Bytes beyond ASCII belong to letters of any script.
-bool isWordByte(char byte) {
-  const auto unsignedByte = static_cast<unsigned char>(byte);
-  return std::isalnum(unsignedByte) != 0 || byte == '_' || byte == '$' || unsignedByte >= 0x80;
-}
 
 /// Up to and including @p mark, which is searched for from @p from.
 Token through(std::string_view sql, std::string_view mark, std::size_t from, TokenKind kind) {
@@ -79,6 +72,8 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
   const bool backslashes = dialect == Dialect::backslash;
   const char byte = sql[at];
   if (isBlank(byte)) return {TokenKind::blank, at + 1};
+  // A byte order mark, which stands within a script where two files were joined.
+  if (startsAt(sql, at, "\xEF\xBB\xBF")) return {TokenKind::blank, at + 3};
   if (beginsLineComment(sql, at, dialect)) return {TokenKind::blank, std::min(sql.find('\n', at), sql.size() - 1) + 1};
   // After these marks comes code that some servers alone run: MySQL's and MariaDB's.
   const bool isCode = startsAt(sql, at, "/*!") || startsAt(sql, at, "/*M!");
@@ -98,6 +93,11 @@ Token tokenAt(std::string_view sql, std::size_t at, Dialect dialect) {
 }
 
 }  // namespace
+
+bool isWordByte(char byte) {
+  const auto unsignedByte = static_cast<unsigned char>(byte);
+  return std::isalnum(unsignedByte) != 0 || byte == '_' || byte == '$' || unsignedByte >= 0x80;
+}
 
 Dialect dialectOf(std::string_view url) {
   constexpr std::size_t kWord = 5;  // after "jdbc:"

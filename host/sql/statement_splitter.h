@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +13,9 @@ enum class Dialect {
   backslash,  ///< MySQL's family: a backslash escapes in quotes, "--" needs a blank after it, "#" begins a comment
               ///< and "/*!" code, block comments do not nest
 };
+
+/// Whether the byte belongs to a word. Bytes beyond ASCII belong to letters of any script.
+bool isWordByte(char byte);
 
 /// @param url a JDBC URL
 Dialect dialectOf(std::string_view url);

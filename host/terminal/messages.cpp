@@ -3,10 +3,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
+#include "sql/statement_splitter.h"
 #include "terminal/display.h"
 
 namespace kivosql {
@@ -25,14 +25,9 @@ const int errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
 
 std::string secret;
 
-bool isPartOfWord(char byte) {
-  const auto unsignedByte = static_cast<unsigned char>(byte);
-  return std::isalnum(unsignedByte) != 0 || byte == '_' || unsignedByte >= 0x80;
-}
-
 /// Whether a word runs across @p at.
 bool isInWord(const std::string& text, std::size_t at) {
-  return at > 0 && at < text.size() && isPartOfWord(text[at - 1]) && isPartOfWord(text[at]);
+  return at > 0 && at < text.size() && isWordByte(text[at - 1]) && isWordByte(text[at]);
 }
 
 /// Of a statement, on either side of a fault.

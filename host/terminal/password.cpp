@@ -45,11 +45,12 @@ std::string fromEnvironment(char* value) {
   return password;
 }
 
-/// Ctrl-C ends the process, after the echo has come back.
+/// Without a terminal, nothing. Ctrl-C ends the process, after the echo has come back.
 std::string fromPrompt(const std::string& user) {
   char line[4096];  // as long as one can be on a terminal
   const std::string prompt = "Password of " + user + ": ";
   const char* password = readpassphrase(prompt.c_str(), line, sizeof line, RPP_REQUIRE_TTY);
+  if (password == nullptr && errno != ENOTTY) throw Failure("interrupted", kInterrupted);
   return password == nullptr ? "" : password;
 }
 

@@ -22,8 +22,8 @@ public class DatabaseDriver {
     return false;
   }
 
-  /** Whether the statement is known to give no rows; asked where only executeUpdate counts what such a one changes. */
-  boolean givesNoRows(Connection connection, String sql) throws SQLException {
+  /** Whether a statement gives no rows; always false where execute() returns the right count for those. */
+  boolean givesNoRows(Connection connection, String sql) {
     return false;
   }
 

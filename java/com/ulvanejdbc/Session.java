@@ -15,7 +15,9 @@ public final class Session {
     void run(Connection connection) throws SQLException;
   }
 
+  private static final int GIVES_ROWS = -2;
   private static final int SECONDS_TO_ANSWER = 5;
+  private static final String NEGATIVE_LIMIT = "the row limit must not be negative";
 
   private final Batch batch = new Batch();
   private Connection connection;
@@ -69,19 +71,26 @@ public final class Session {
 
   /** @param maxRows how many rows to read at most; 0 is no limit */
   void query(String sql, int maxRows) throws SQLException {
-    if (maxRows < 0) throw new MisuseException("the row limit must not be negative");
+    if (maxRows < 0) throw new MisuseException(NEGATIVE_LIMIT);
     Statement ready = statement();
     endRows();
     openRows(ready, sql, maxRows, () -> ready.executeQuery(sql));
   }
 
-  /** Runs any statement. @return how many rows it changed; -1 when it gives rows, which are then those of a query */
+  /**
+   * Runs any statement, and keeps its first result.
+   *
+   * @return how many rows it changed; {@link #GIVES_ROWS} when it gives rows, which are then read like a query's
+   */
   int execute(String sql, int maxRows) throws SQLException {
+    if (maxRows < 0) throw new MisuseException(NEGATIVE_LIMIT);
     if (database().driver().givesNoRows(connection, sql)) return update(sql);
     Statement ready = statement();
     endRows();
     openRows(ready, sql, maxRows, () -> ready.execute(sql) ? ready.getResultSet() : null);
-    return rows == null ? Math.max(0, ready.getUpdateCount()) : -1;
+    if (rows != null) return GIVES_ROWS;
+    // A "shutdown" closes it.
+    return connection.isClosed() ? 0 : Math.max(0, ready.getUpdateCount());
   }
 
   /** Runs a prepared query, whose parameters are bound. @param maxRows how many rows to read at most; 0 is no limit */

@@ -137,10 +137,10 @@ public class jdbcUtilities {
   /**
    * Runs a statement that may give rows, which are then read like those of {@link #executeQuery}.
    *
-   * @return how many rows it changed; -1 when it gives rows, -2 when it failed
+   * @return how many rows it changed; -2 when it gives rows
    */
   public int execute(String sql, int maxRows) {
-    return attempt(-2, () -> session.execute(sql, maxRows));
+    return attempt(-1, () -> session.execute(sql, maxRows));
   }
 
   /**
