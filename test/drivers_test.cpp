@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -284,6 +285,19 @@ TEST_F(Drivers, OnlyWhatReadsGetsATransactionForItsRows) {
     EXPECT_EQ(transactionCalls(), row.reads ? "setAutoCommit(false) " : "");
     while (wrapper.next()) continue;
     EXPECT_EQ(transactionCalls(), row.reads ? "commit() setAutoCommit(true) " : "");
+  }
+}
+
+TEST_F(Drivers, TheTransactionOfRowsIsCommittedHoweverTheyEnd) {
+  const std::function<void()> ends[] = {[this] { wrapper.executeUpdate("any"); },
+                                        [this] { wrapper.closeConnection(); }};
+  for (const auto& end : ends) {
+    connect("jdbc:postgresql:telling");
+    answer("Connection.getTransactionState", "0");
+    EXPECT_TRUE(wrapper.executeQuery("select 1", 0) && wrapper.next());
+    EXPECT_EQ(transactionCalls(), "setAutoCommit(false) ");
+    end();
+    EXPECT_EQ(transactionCalls(), "commit() setAutoCommit(true) ");
   }
 }
 
