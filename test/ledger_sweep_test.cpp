@@ -16,8 +16,6 @@
 #include "JavaConnectionUtils.h"
 #include "JdbcUtils.h"
 #include "KivoArrow.h"
-#include "RowBlocks.h"
-#include "arrow/parameters.h"
 #include "arrow_text.h"
 #include "bridge_operations.h"
 #include "jni/local_ref.h"
@@ -132,64 +130,21 @@ bool listTables(JdbcUtils& utils) {
   return listed;
 }
 
-/// Rows by the block, one at a time: all of them, or an error that says why not.
-bool readBlocks(JdbcUtils& utils) {
-  RowBlocks blocks(utils, {1});
-  int rows = 0;
-  while (blocks.next()) rows += blocks.rows();
-  EXPECT_EQ(blocks.errorState == 0, rows == 2 && blocks.errorMessage.empty());
-  return blocks.errorState == 0;
-}
-
-bool readFailingBlocks(JdbcUtils& utils) {
-  std::string sql = "failing rows";
-  if (!utils.executeQuery(sql, 0)) return false;
-  RowBlocks blocks(utils);
-  while (blocks.next()) continue;
-  EXPECT_NE(blocks.errorState, 0);
-  return false;
-}
-
 /// Typed rows by the batch, one at a time: all of them, or an error that says why not.
-bool readStream(JdbcUtils& utils, const char* sql, std::optional<std::int64_t> expected) {
-  std::string query = sql;
-  if (!utils.executeQuery(query, 0)) return false;
+bool readStream(JdbcUtils& utils) {
+  std::string sql = "typed rows";
+  if (!utils.executeQuery(sql, 0)) return false;
   ArrowStreamOptions options;
   options.maxRows = 1;
   Held<ArrowArrayStream> stream;
   std::string error;
-  if (makeArrowStream(utils, stream, error, options)) {
-    const std::optional<std::int64_t> rows = countRows(stream);
-    EXPECT_TRUE(rows == expected || (!rows && JniLedger::faultFired()));
-    return rows.has_value();
+  if (!makeArrowStream(utils, stream, error, options)) {
+    EXPECT_FALSE(error.empty());
+    return false;
   }
-  EXPECT_FALSE(error.empty());
-  return false;
-}
-
-/// Hands two parameters to a query without a connection, which refuses them after all the calls of one that takes them.
-bool bindRefused(JdbcUtils& utils) {
-  JNIEnv* env = utils.env;
-  const LocalRef<jclass> type(env, env->FindClass("com/ulvanejdbc/arrow/PreparedQuery"));
-  const jmethodID of = !type ? nullptr
-                             : env->GetStaticMethodID(type.get(), "of",
-                                                      "(Lcom/ulvanejdbc/jdbcUtilities;)"
-                                                      "Lcom/ulvanejdbc/arrow/PreparedQuery;");
-  if (of == nullptr) return false;
-  const LocalRef<jobject> query(env, env->CallStaticObjectMethod(type.get(), of, nullptr));
-  if (!query || isPending(env)) return false;
-  const std::int32_t numbers[] = {1, 2};
-  const void* buffers[] = {nullptr, numbers};
-  ArrowArray column{2, 0, 0, 2, 0, buffers, nullptr, nullptr, nullptr, nullptr};
-  ArrowArray* columns[] = {&column, &column};
-  const ArrowArray batch{2, 0, 0, 1, 2, buffers, columns, nullptr, nullptr, nullptr};
-  ArrowSchema field{"i", "", nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr};
-  ArrowSchema* fields[] = {&field, &field};
-  const ArrowSchema schema{"+s", "", nullptr, 0, 2, fields, nullptr, nullptr, nullptr};
-  std::string fault;
-  EXPECT_FALSE(bindParameters(env, query.get(), schema, batch, fault));
-  EXPECT_FALSE(fault.empty());
-  return false;
+  const std::optional<std::int64_t> rows = countRows(stream);
+  EXPECT_TRUE(rows == 2 || (!rows && JniLedger::faultFired()));
+  return rows.has_value();
 }
 
 constexpr bool kPending = true;
@@ -238,12 +193,7 @@ const JdbcRow kJdbcRows[] = {
 const JdbcRow kRowsAround[] = {
     {"javaInit", State::fresh, attach},
     {"getColumn of a date", State::row, readColumn<JdbcUtils>(3UL), kPending},
-    {"RowBlocks", State::result, readBlocks},
-    {"RowBlocks of a failing row", State::statement, readFailingBlocks},
-    {"makeArrowStream", State::statement, [](auto& j) { return readStream(j, "typed rows", 3); }},
-    {"makeArrowStream of a failing row", State::statement,
-     [](auto& j) { return readStream(j, "failing rows", std::nullopt); }},
-    {"bindParameters", State::configured, bindRefused, kPending},
+    {"makeArrowStream", State::statement, readStream},
 };
 
 /// Whatever failed, the object must still close, and hold nothing then.
