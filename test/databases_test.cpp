@@ -63,9 +63,6 @@ TEST_P(Databases, RowsAreCountedNamedAndLimited) {
   int limited = 0;
   while (wrapper.next()) ++limited;
   EXPECT_EQ(limited, 7);
-
-  // SQLite takes up to a million bytes.
-  EXPECT_EQ(only("select name from numbered where id =" + std::string(999000, ' ') + "7"), "n7");
 }
 
 TEST_P(Databases, ErrorsCarryTheDriversTextAndTheStateOfTheObject) {
@@ -138,28 +135,13 @@ TEST_P(Databases, TheBridgesClassDiscoversATableByItsVeryName) {
 }
 
 TEST_P(Databases, LargeTextComesWhole) {
-  const std::size_t tenMegabytes = 10 << 20;
-  const std::string repeated = "repeat('x', 10485760)";
-  const struct {
-    const char* word;
-    const char* type;
-    std::string value;
-    std::size_t size;
-  } rows[] = {
-      {"h2", "clob", repeated, tenMegabytes},
-      {"hsqldb", "clob", repeated, tenMegabytes},
-      {"derby", "clob", "'" + std::string(30000, 'x') + "'", 30000},
-      {"sqlite", "text", "replace(hex(zeroblob(5242880)), '0', 'x')", tenMegabytes},
-      {"mariadb", "longtext", repeated, tenMegabytes},
-      {"postgresql", "text", repeated, tenMegabytes},
-  };
-  const auto& row = rows[GetParam()];
-  ASSERT_EQ(database.word, row.word);
-  recreate("large", std::string("t ") + row.type);
-  update("insert into large values (" + row.value + ")");
+  const char* const types[] = {"clob", "clob", "clob", "text", "longtext", "text"};
+  // Derby takes up to 32 kB in quotes, SQLite a statement of up to a million bytes.
+  const std::string large(database.word == "derby" ? 30000 : 999000, 'x');
+  recreate("large", std::string("t ") + types[GetParam()]);
+  update("insert into large values ('" + large + "')");
   const std::string read = only("select t from large").value_or("");
-  EXPECT_EQ(read.size(), row.size) << read.substr(0, 200);
-  EXPECT_TRUE(read == std::string(row.size, 'x'));
+  EXPECT_TRUE(read == large) << read.size() << " bytes: " << read.substr(0, 200);
   update("drop table large");
 }
 
