@@ -36,7 +36,6 @@ std::string columnsOf(int count, const std::string& from) {
   return sql + from;
 }
 
-const std::string kMany = columnsOf(10000, "x from system_range(1, 3)");
 const std::string kWide = columnsOf(1600, "g from generate_series(1, 1000) g");
 const struct {
   const char* what;
@@ -50,11 +49,6 @@ const struct {
     {"a block", "h2", "select x from system_range(1, 128)", {128, false, 100}, {128, 0, ""}},
     {"a row more than a block", "h2", "select x from system_range(1, 129)", {128, false, 100}, {129, 0, ""}},
     {"rows that grow by a byte", "h2", "select repeat('x', x) from system_range(1, 300)", {1}, {300, 0, ""}},
-    {"few rows of many columns, where a full block would not fit the heap",
-     "h2",
-     kMany.c_str(),
-     {65536, false, 1 << 20},
-     {std::size_t{3} * 10000, 0, ""}},
     {"rows of many columns, of which the heap holds few",
      "postgresql",
      kWide.c_str(),

@@ -64,10 +64,8 @@ TEST(VmHost, AFailureReplacesTheErrorTextAndNamesItsCause) {
     bool silent;
     std::string expected;
   } rows[] = {
-      {kNowhere, 64, false, "false, " + kNotOpened + reason},
       {kNowhere, 8, false, "false, " + kNotOpened + reason},
       {kNowhere, 64, true, "false, " + kNotOpened},
-      {"libm.so.6", 64, false, "false, could not find function to create Java VM"},
       {"libm.so.6", 8, false, "false, could not find function to create Java VM"},
   };
   for (const auto& row : rows) {
@@ -91,8 +89,6 @@ TEST(VmHost, CreatesTheVmWithFourOptionsAndLetsAVmOtherThanHotSpotJudgeTheHeap) 
   } rows[] = {
       {1, 0, "-Xmx1m", "true, text before"},
       {15, JNI_ERR, "-Xmx15m", "false, could not create Java VM"},
-      {512, JNI_ERR, "-Xmx512m", "false, could not create Java VM"},
-      {512, 0, "-Xmx512m", "true, text before"},
       {16, 5, "-Xmx16m", "true, text before"},
       {0, 0, "-Xmx0m", "true, text before"},
       {INT_MIN, 0, "-Xmx-2147483648m", "true, text before"},
@@ -145,10 +141,8 @@ TEST(VmHost, AVmThatAnotherLibraryMadeIsRefusedAndCanBeHandedOver) {
 }
 
 TEST(VmHost, AHeapThatTheVmRefusesIsAFailureAndTheSmallestOneWorks) {
-  const std::pair<int, const char*> rows[] = {{0, "false, could not create Java VM"},
-                                              {-5, "false, could not create Java VM"},
-                                              {15, "false, could not create Java VM"},
-                                              {16, "true, text before"}};
+  const std::pair<int, const char*> rows[] = {
+      {0, "false, could not create Java VM"}, {15, "false, could not create Java VM"}, {16, "true, text before"}};
   for (const auto& [maxHeapMb, expected] : rows) {
     const auto create = [heap = maxHeapMb] { return init(kivo::test::jvmLibrary(), heap); };
     EXPECT_EQ(inChild(create), expected) << maxHeapMb;
