@@ -6,6 +6,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
@@ -243,10 +244,7 @@ TEST_F(Drivers, TransactionsAreOpenedAsFarAsTheStateIsKnown) {
 }
 
 TEST_F(Drivers, OnlyWhatReadsGetsATransactionForItsRows) {
-  const struct {
-    const char* sql;
-    bool reads;
-  } rows[] = {
+  const std::pair<const char*, bool> rows[] = {
       {"select 1", true},
       {" -- (insert\n /* a /* nested */ delete */ ((Select 1) union (select 2))", true},
       {"# a remark\nselect 1", true},
@@ -271,13 +269,13 @@ TEST_F(Drivers, OnlyWhatReadsGetsATransactionForItsRows) {
   };
   connect("jdbc:postgresql:telling");
   answer("Connection.getTransactionState", "0");
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.sql);
-    EXPECT_TRUE(wrapper.executeQuery(row.sql, 0)) << wrapper.errorMessage;
+  for (const auto& [sql, reads] : rows) {
+    SCOPED_TRACE(sql);
+    EXPECT_TRUE(wrapper.executeQuery(sql, 0)) << wrapper.errorMessage;
     EXPECT_TRUE(wrapper.next());
-    EXPECT_EQ(transactionCalls(), row.reads ? "setAutoCommit(false) " : "");
+    EXPECT_EQ(transactionCalls(), reads ? "setAutoCommit(false) " : "");
     while (wrapper.next()) continue;
-    EXPECT_EQ(transactionCalls(), row.reads ? "commit() setAutoCommit(true) " : "");
+    EXPECT_EQ(transactionCalls(), reads ? "commit() setAutoCommit(true) " : "");
   }
 }
 

@@ -24,16 +24,12 @@ bool isReportedOnce(const std::string& errorMessage) {
 TEST_P(Databases, ABatchThatFailsInTheMiddleLeavesNothing) {
   recreate("batched", "id int primary key");
   update("insert into batched values (1)");
-  const struct {
-    int failing;
-    int size;
-  } rows[] = {{1, 3}, {2, 3}, {3, 3}, {1002, 1003}};
-  for (const auto& row : rows) {
-    const std::string which = std::to_string(row.failing) + " of " + std::to_string(row.size);
+  for (const auto& [failing, size] : {std::pair(1, 3), {2, 3}, {3, 3}, {1002, 1003}}) {
+    const std::string which = std::to_string(failing) + " of " + std::to_string(size);
     SCOPED_TRACE(which);
     std::vector<std::string> inserts;
-    for (int number = 1; number <= row.size; ++number) {
-      const int id = number == row.failing ? 1 : number + 1;
+    for (int number = 1; number <= size; ++number) {
+      const int id = number == failing ? 1 : number + 1;
       inserts.push_back("insert into batched values (" + std::to_string(id) + ")");
     }
     EXPECT_LT(batch(inserts), 0);
@@ -68,12 +64,9 @@ TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
   const ConnectedWrapper keeper(database);  // of SQLite's database, which is in memory
   recreate("whole", "id int primary key");
   wrapper.executeUpdate("drop table whole_more");
-  const struct {
-    const char* end;
-    const char* kept;
-  } rows[] = {{"rollbackTransaction", "0"}, {"closeConnection", "0"}, {"commitTransaction", "3"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.end);
+  for (const auto& [end, kept] :
+       {std::pair("rollbackTransaction", "0"), {"closeConnection", "0"}, {"commitTransaction", "3"}}) {
+    SCOPED_TRACE(end);
     EXPECT_TRUE(call(wrapper, "beginTransaction"));
     EXPECT_FALSE(call(wrapper, "beginTransaction")) << "one within the other";
     update("insert into whole values (1)");
@@ -81,10 +74,10 @@ TEST_P(Databases, ATransactionBegunHereStandsAsAWholeOrNotAtAll) {
     EXPECT_EQ(batch({"insert into whole values (2)", "insert into whole values (3)"}), 2) << wrapper.errorMessage;
     query("select id from whole");
     EXPECT_TRUE(wrapper.next());
-    EXPECT_TRUE(call(wrapper, row.end));
+    EXPECT_TRUE(call(wrapper, end));
     EXPECT_FALSE(call(wrapper, "commitTransaction")) << "it has ended";
     connect(wrapper);
-    EXPECT_EQ(othersOnly("select count(*) from whole"), row.kept);
+    EXPECT_EQ(othersOnly("select count(*) from whole"), kept);
   }
   update("insert into whole values (4)");
   EXPECT_EQ(othersOnly("select count(*) from whole"), "4") << "auto-commit was not given back";
@@ -102,19 +95,15 @@ class DatabasesWithBegin : public Databases {};
 
 TEST_P(DatabasesWithBegin, ATransactionOpenedInSqlIsTheCallersToEnd) {
   recreate("owned", "id int primary key");
-  const struct {
-    const char* end;
-    const char* kept;
-  } rows[] = {{"rollback", "0"}, {"commit", "1"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.end);
+  for (const auto& [end, kept] : {std::pair("rollback", "0"), {"commit", "1"}}) {
+    SCOPED_TRACE(end);
     update("begin");
     EXPECT_EQ(batch({"insert into owned values (1)"}), 1) << wrapper.errorMessage;
     EXPECT_LT(batch({"insert into owned values (2)", "insert into owned values (1)"}), 0);
     query("select id from owned");
     EXPECT_TRUE(wrapper.next());
-    update(row.end);
-    EXPECT_EQ(only("select count(*) from owned"), row.kept);
+    update(end);
+    EXPECT_EQ(only("select count(*) from owned"), kept);
   }
   EXPECT_EQ(update("insert into owned values (7)"), 1);
   EXPECT_EQ(othersOnly("select count(*) from owned"), "2") << "auto-commit was not given back";
