@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -41,8 +40,6 @@ class DyingServer : public testing::TestWithParam<const char*> {
   }
 
   void SetUp() override {
-    // A wait without an end ends the process.
-    alarm(480 * patience());
     const StderrCapture quiet;
     client_ = newClient(GetParam());
     expectWorks();
@@ -57,7 +54,6 @@ class DyingServer : public testing::TestWithParam<const char*> {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_LE(openFiles(), files_);
-    alarm(0);
   }
 
   bool connect() {
