@@ -10,7 +10,6 @@
 #include <optional>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "JavaConnectionUtils.h"
@@ -19,7 +18,6 @@
 #include "arrow_text.h"
 #include "bridge_operations.h"
 #include "jni/local_ref.h"
-#include "jni/pending.h"
 
 namespace kivo::test {
 namespace {
