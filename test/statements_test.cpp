@@ -102,21 +102,16 @@ TEST_F(Statements, AStepOfAQueryThatFailsIsPrintedAndLeavesNoResult) {
   const std::string noHelper = "*** could not get toAsUtcString method!!!! ***\n";
   const struct {
     bool result;
-    bool statementHeld;
     std::string line;
     std::vector<std::string> troubles;
   } rows[] = {
+      {true, "", {"throw Statement.setFetchSize", "throw Statement.setMaxRows"}},
+      {true, "Could not set the maxrows in the statement.\n", {"hide setMaxRows"}},
+      {false, noHelper, {"hide com/ulvanejdbc/datetime", "hide getAsUtcString"}},
       {false,
-       false,
        "",
-       {"hide createStatement", "throw Connection.createStatement", "null Connection.createStatement"}},
-      {true, true, "", {"throw Statement.setFetchSize", "throw Statement.setMaxRows"}},
-      {true, true, "Could not set the maxrows in the statement.\n", {"hide setMaxRows"}},
-      {false, true, noHelper, {"hide com/ulvanejdbc/datetime", "hide getAsUtcString"}},
-      {false,
-       true,
-       "",
-       {"hide setFetchSize", "hide executeQuery", "throw Statement.executeQuery", "null Statement.executeQuery",
+       {"hide createStatement", "throw Connection.createStatement", "null Connection.createStatement",
+        "hide setFetchSize", "hide executeQuery", "throw Statement.executeQuery", "null Statement.executeQuery",
         "hide getMetaData", "throw ResultSet.getMetaData", "null ResultSet.getMetaData", "hide next", "hide getString",
         "hide getObject"}},
   };
@@ -128,7 +123,7 @@ TEST_F(Statements, AStepOfAQueryThatFailsIsPrintedAndLeavesNoResult) {
         EXPECT_EQ(printed([&] { EXPECT_EQ(query(), row.result); }), row.line + trouble.complaint);
       }
       EXPECT_FALSE(env->ExceptionCheck());
-      EXPECT_EQ(utils.statement != nullptr, row.statementHeld);
+      EXPECT_EQ(utils.statement == nullptr, text.find("createStatement") != std::string::npos);
       EXPECT_EQ(utils.next(), row.result);
       EXPECT_EQ(column(1), row.result ? "1" : "untouched");
       EXPECT_EQ(utils.getNumColumns(), row.result ? 1 : -1);

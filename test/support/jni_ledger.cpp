@@ -1,5 +1,6 @@
 #include "jni_ledger.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <iterator>
@@ -46,7 +47,6 @@ JniLedger::JniLedger() : real_(_globaljvm) {
   JNIEnv* real = attachThread().real;
   outOfMemory_ = globalClass(real, "java/lang/OutOfMemoryError");
   injected_ = globalClass(real, "java/lang/IllegalStateException");
-  for (Rule* rule : rules()) rule->calls = 0;
   _globaljvm = &vm_;
 }
 
@@ -77,11 +77,8 @@ int JniLedger::openFrames() const {
 }
 
 long JniLedger::callCount(std::string_view function) const {
-  long calls = 0;
-  for (const Rule* rule : rules()) {
-    if (function.empty() || function == rule->name) calls += rule->calls;
-  }
-  return calls;
+  return std::count_if(trace_.begin(), trace_.end(),
+                       [function](const std::string& call) { return call.substr(0, call.find(' ')) == function; });
 }
 
 void JniLedger::plan(Fault fault, int nth, bool lasting) {
@@ -105,11 +102,10 @@ JniLedger::Thread& JniLedger::attachThread() {
   return thread;
 }
 
-jint JniLedger::attach(Rule& rule, void** environment, Attach how) {
+jint JniLedger::attach(const Rule& rule, void** environment, Attach how) {
   const AllocationPause pause;
   {
     const Lock lock(mutex_);
-    ++rule.calls;
     if (trace_.size() < kTraceLimit) trace_.emplace_back(rule.name);
   }
   if (faultHits(rule.faults)) return JNI_ERR;
@@ -145,7 +141,6 @@ jint JniLedger::detach() {
 bool JniLedger::admit(Call& call) {
   {
     const Lock lock(mutex_);
-    ++call.rule.calls;
     if (trace_.size() < kTraceLimit) trace_.push_back(describe(call));
     const bool ownThread = call.thread.number == thisThread() && call.thread.real != nullptr;
     if (const char* fault = ownThread ? judge(call) : "wrong thread") {

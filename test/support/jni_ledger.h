@@ -63,8 +63,8 @@ class JniLedger {
   /// The first 10,000 calls in order, as "CallVoidMethod setServerName", "FindClass java/lang/String",
   /// "DeleteLocalRef".
   const std::vector<std::string>& trace() const { return trace_; }
-  /// How many calls were made, of one function or of all.
-  long callCount(std::string_view function = {}) const;
+  /// How many of those were calls of one function.
+  long callCount(std::string_view function) const;
 
   /// Of the calling thread. Neither is counted as a call.
   bool exceptionPending() { return attachThread().real->ExceptionCheck() == JNI_TRUE; }
@@ -103,11 +103,10 @@ class JniLedger {
     const char* call = "";
     bool whilePending = false;
     int failure = 0;  ///< A failed call's answer, where it is a number.
-    long calls = 0;
   };
   struct Call {
     Thread& thread;
-    Rule& rule;
+    const Rule& rule;
     std::array<const void*, 4> arguments;
     Fault fault = Fault::kNull;
   };
@@ -120,11 +119,10 @@ class JniLedger {
   struct Slots;
   static const JNINativeInterface_& table();
   static const JNIInvokeInterface_& vmTable();
-  static std::vector<Rule*>& rules();
 
   Thread& attachThread();
   using Attach = jint (JavaVM::*)(void**, void*);
-  jint attach(Rule& rule, void** environment, Attach how);
+  jint attach(const Rule& rule, void** environment, Attach how);
   jint environment(void** environment, jint version);
   jint detach();
   bool admit(Call& call);

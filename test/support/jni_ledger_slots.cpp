@@ -64,17 +64,12 @@ struct JniLedger::Slots {
   template <auto Slot>
   static void use(T& table, const Rule& rule) {
     Forward<Slot>::rule = rule;
-    rules().push_back(&Forward<Slot>::rule);
     table.*Slot = &Forward<Slot>::call;
   }
 
-  static inline Rule attachRule{"AttachCurrentThread", "", '-', "T"};
-  static inline Rule daemonRule{"AttachCurrentThreadAsDaemon", "", '-', "T"};
+  static inline const Rule attachRule{"AttachCurrentThread", "", '-', "T"};
+  static inline const Rule daemonRule{"AttachCurrentThreadAsDaemon", "", '-', "T"};
   static JniLedger& ledgerOf(JavaVM* vm) { return *static_cast<Vm*>(vm)->ledger; }
-  static jint refuse(JavaVM* vm, const char* function) {
-    reportUnused(ledgerOf(vm), function);
-    return JNI_ERR;
-  }
 
   static void useArrays(T& t);
   static T usedTable();
@@ -144,7 +139,10 @@ JNIInvokeInterface_ JniLedger::Slots::usedVmTable() {
     return ledgerOf(vm).attach(daemonRule, env, &JavaVM::AttachCurrentThreadAsDaemon);
   };
   t.DetachCurrentThread = [](JavaVM* vm) { return ledgerOf(vm).detach(); };
-  t.DestroyJavaVM = [](JavaVM* vm) { return refuse(vm, "DestroyJavaVM"); };
+  t.DestroyJavaVM = [](JavaVM* vm) {
+    reportUnused(ledgerOf(vm), "DestroyJavaVM");
+    return jint{JNI_ERR};
+  };
   t.GetEnv = [](JavaVM* vm, void** env, jint version) { return ledgerOf(vm).environment(env, version); };
   return t;
 }
@@ -152,11 +150,6 @@ JNIInvokeInterface_ JniLedger::Slots::usedVmTable() {
 const JNIInvokeInterface_& JniLedger::vmTable() {
   static const JNIInvokeInterface_ used = Slots::usedVmTable();
   return used;
-}
-
-std::vector<JniLedger::Rule*>& JniLedger::rules() {
-  static std::vector<Rule*> all{&Slots::attachRule, &Slots::daemonRule};
-  return all;
 }
 
 }  // namespace kivo::test

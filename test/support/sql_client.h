@@ -25,8 +25,13 @@ class SqlClient {
   virtual bool next() = 0;
   /// After next() said no: whether that was a failure and not the end. Of the bridge only standard error tells.
   virtual bool failed() { return false; }
+  virtual bool getColumn(int number, char*& value) = 0;
   /// @return text that the caller frees, or null.
-  virtual char* column(int number) = 0;
+  char* column(int number) {
+    char* value = nullptr;
+    getColumn(number, value);
+    return value;
+  }
   /// Whether one row was reported as changed.
   virtual bool update(std::string) { return false; }
   /// Whether all of it was reported as done.
@@ -46,10 +51,8 @@ class JdbcClient : public SqlClient {
   bool query(std::string sql) override { return utils.setAutoCommit(false) && utils.executeQuery(sql, 0); }
   bool next() override { return utils.next(); }
   bool failed() override { return utils.env->ExceptionCheck() == JNI_TRUE; }
-  char* column(int number) override {
-    char* value = nullptr;
-    utils.getColumn(static_cast<unsigned long>(number), value);
-    return value;
+  bool getColumn(int number, char*& value) override {
+    return utils.getColumn(static_cast<unsigned long>(number), value);
   }
   bool update(std::string sql) override {
     return utils.setAutoCommit(true) && utils.getStatement() && utils.executeUpdate(sql) == 1;
@@ -78,11 +81,7 @@ class WrapperClient : public SqlClient {
   bool query(std::string sql) override { return wrapper.executeQuery(sql, 0); }
   bool next() override { return wrapper.next(); }
   bool failed() override { return wrapper.errorState != 0; }
-  char* column(int number) override {
-    char* value = nullptr;
-    wrapper.getColumn(number, value);
-    return value;
-  }
+  bool getColumn(int number, char*& value) override { return wrapper.getColumn(number, value); }
   bool update(std::string sql) override { return wrapper.executeUpdate(sql) == 1; }
   bool batch(std::vector<std::string> statements) override {
     for (const std::string& sql : statements) wrapper.addToBatch(sql);
@@ -109,11 +108,7 @@ class BridgeClient : public SqlClient {
     return bridge.setParams(name, value) && bridge.query();
   }
   bool next() override { return bridge.next(); }
-  char* column(int number) override {
-    char* value = nullptr;
-    bridge.getColumn(number, value);
-    return value;
-  }
+  bool getColumn(int number, char*& value) override { return bridge.getColumn(number, value); }
 
  private:
   std::string className = "com/ulvanejdbc/JdbcConnection";

@@ -69,9 +69,4 @@ std::string TestServer::sql(const std::string& statement) const {
   return output;
 }
 
-void TestServer::killBackends() const {
-  sql("select count(pg_terminate_backend(pid)) from pg_stat_activity where pid <> pg_backend_pid() and datname = "
-      "current_database()");
-}
-
 }  // namespace kivo::test

@@ -17,9 +17,6 @@ class TestServer {
   /// PostgreSQL: runs a statement beside the connections under test. @return what it printed, without the last newline.
   std::string sql(const std::string& statement) const;
 
-  /// PostgreSQL: ends every connection but its own.
-  void killBackends() const;
-
   std::string host;
   std::string port;
   std::string database;

@@ -48,7 +48,7 @@ struct Operation {
 };
 
 inline const Operation kOperations[] = {
-    {"setUrl", [](jdbcWrapper& w, Given& g) { return w.setUrl("type", "host", "1521", "instance", "base", g.text); },
+    {"setUrl", [](jdbcWrapper& w, Given& g) { return w.setUrl("type", "host", " 1521x", "instance", "base", g.text); },
      "setUrl(type, host, 1521, instance, base, before)\ngetUrl()\n", "text=url", ""},
     {"getUrl", [](jdbcWrapper& w, Given& g) { return w.getUrl(g.text); }, "getUrl()\n", "text=url", "text="},
     {"getVendor", [](jdbcWrapper& w, Given& g) { return w.getVendor(g.text); }, "getVendor()\n", "text=vendor",

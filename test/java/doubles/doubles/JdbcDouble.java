@@ -57,7 +57,6 @@ final class JdbcDouble implements InvocationHandler {
         return answer.isEmpty();
       case "Connection.isClosed":
       case "Statement.isClosed":
-      case "ResultSet.isClosed":
         return closed;
       case "Connection.close":
       case "Statement.close":

@@ -35,7 +35,7 @@ public final class Recorder {
   }
 
   /** Records a call, then answers as scripted. */
-  static String enter(String member, String otherwise, Object... arguments) {
+  public static String enter(String member, String otherwise, Object... arguments) {
     StringJoiner joined = new StringJoiner(", ", member + "(", ")\n");
     for (Object argument : arguments == null ? new Object[0] : arguments) {
       joined.add(argument instanceof Object[] ? Arrays.toString((Object[]) argument) : String.valueOf(argument));
