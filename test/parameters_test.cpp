@@ -11,9 +11,6 @@
 #include "arrow/environment.h"
 #include "arrow_text.h"
 #include "golden.h"
-#include "jni/local_ref.h"
-#include "jni/method.h"
-#include "jni/numbers.h"
 #include "prepared_query.h"
 #include "wrapper_on_databases.h"
 
@@ -127,86 +124,6 @@ TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
   EXPECT_EQ(insert.updateAll(), 3) << insert.failure();
   EXPECT_EQ(othersOnly("select count(*) from target"), "3");
   EXPECT_EQ(only("select count(*) from target where name is null"), "1");
-}
-
-/// The jar's TypedConnection, as native code drives it.
-class Settings {
- public:
-  explicit Settings(const jdbcWrapper& wrapper) : connection_(wrapper, "com/ulvanejdbc/arrow/TypedConnection") {}
-
-  bool run(const char* method) { return connection_.isTrue(method, "()Z"); }
-
-  bool setAutoCommit(bool on) { return connection_.isTrue("setAutoCommit", "(Z)Z", static_cast<jboolean>(on)); }
-
-  std::string failure() { return connection_.failure(); }
-
-  /// @return a BatchReader, null after a failure.
-  LocalRef<jobject> list(const char* listing, const char* table) {
-    JNIEnv* env = connection_.env;
-    LocalRef<jclass> textClass(env);
-    LocalRef<jobjectArray> names(env);
-    const char* const texts[] = {nullptr, nullptr, table, nullptr};
-    EXPECT_TRUE(makeTextArray(env, textClass, names, 4, [&texts](jsize index) { return texts[index]; }));
-    const LocalRef<jintArray> options = newIntArray(env, {1024, 1 << 20, 0, 0, 0, 0});
-    const LocalRef<jstring> word = newJavaText(env, listing);
-    const jmethodID method =
-        connection_.method("list", "(Ljava/lang/String;[Ljava/lang/String;[I)Lcom/ulvanejdbc/arrow/BatchReader;");
-    return callObject(env, connection_.object, method, word.get(), names.get(), options.get());
-  }
-
- private:
-  JarObject connection_;
-};
-
-TEST_P(Parameters, TransactionsFollowOneAnotherUntilAutoCommitIsOnAgain) {
-  recreate("kept", "id int");
-  Settings settings(wrapper);
-  EXPECT_FALSE(settings.run("commit")) << "in auto-commit mode";
-  ASSERT_TRUE(settings.setAutoCommit(false));
-  update("insert into kept values (1)");
-  EXPECT_TRUE(settings.run("rollback"));
-  update("insert into kept values (2)");
-  EXPECT_TRUE(settings.run("commit"));
-  update("insert into kept values (3)");
-  EXPECT_TRUE(settings.setAutoCommit(true));
-  EXPECT_EQ(othersOnly("select count(*) from kept"), "2");
-  EXPECT_EQ(othersOnly("select min(id) from kept"), "2");
-}
-
-TEST_P(Parameters, TablesAndTheirColumnsAreListedAsRows) {
-  wrapper.executeUpdate("drop table child");
-  recreate("parent", "id int not null primary key, name varchar(9)");
-  update("create table child (id int, parent_id int, foreign key (parent_id) references parent (id))");
-  // Where names without quotes are kept in upper case.
-  const bool upper = database.word == "h2" || database.word == "hsqldb" || database.word == "derby";
-  const auto named = [upper](const char* lower, const char* other) { return upper ? other : lower; };
-  Settings settings(wrapper);
-  const struct {
-    const char* listing;
-    const char* table;
-    const char* column;
-    std::string expected;
-  } rows[] = {
-      {"TABLES", named("parent", "PARENT"), "TABLE_NAME", named("parent", "PARENT")},
-      {"COLUMNS", named("parent", "PARENT"), "COLUMN_NAME", named("id", "ID")},
-      {"PRIMARY_KEYS", named("parent", "PARENT"), "COLUMN_NAME", named("id", "ID")},
-      {"FOREIGN_KEYS", named("child", "CHILD"), "FKCOLUMN_NAME", named("parent_id", "PARENT_ID")},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.listing);
-    const LocalRef<jobject> reader = settings.list(row.listing, row.table);
-    ASSERT_TRUE(reader) << settings.failure();
-    const Batch listed(wrapper.env, reader.get());
-    ASSERT_GE(listed.rows.length, 1) << listed.failure;
-    EXPECT_EQ(listed.at(row.column, 0), row.expected);
-  }
-  // A listing that is not read keeps no table from being dropped.
-  const LocalRef<jobject> unread = settings.list("TABLES", "%");
-  ASSERT_TRUE(unread) << settings.failure();
-  const LocalRef<jclass> readerClass(wrapper.env, wrapper.env->GetObjectClass(unread.get()));
-  wrapper.env->CallVoidMethod(unread.get(), wrapper.env->GetMethodID(readerClass.get(), "close", "()V"));
-  EXPECT_FALSE(wrapper.env->ExceptionCheck());
-  update("drop table child");
 }
 
 TEST_P(Parameters, AQueryFindsTheBoundRow) {

@@ -8,8 +8,6 @@
 
 #include "KivoArrow.h"
 #include "arrow/parameters.h"
-#include "arrow/reader.h"
-#include "arrow/stream.h"
 #include "arrow_text.h"
 #include "jdbcWrapper.h"
 #include "jni/local_ref.h"
@@ -117,17 +115,6 @@ struct Batch {
     ArrowArrayStream stream{};
     std::string error;
     EXPECT_TRUE(makeArrowStream(wrapper, stream, error)) << error;
-    if (stream.release != nullptr) take(stream);
-  }
-
-  /// Of a BatchReader.
-  Batch(JNIEnv* env, jobject reader) {
-    ArrowArrayStream stream{};
-    std::string error;
-    ReaderMethods methods;
-    const LocalRef<jclass> type(env, env->GetObjectClass(reader));
-    EXPECT_TRUE(findReaderMethods(env, type.get(), methods) && openStream(env, methods, reader, stream, error))
-        << error;
     if (stream.release != nullptr) take(stream);
   }
 
