@@ -105,9 +105,7 @@ TEST_P(Parameters, ListsKeepTheirElements) {
 TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
   recreate("source", "id int, name varchar(9)");
   recreate("target", "id int not null primary key, name varchar(9)");
-  for (const char* row : {"1, 'a'", "2, null", "3, 'c'", "3, 'd'", "5, 'e'"}) {
-    update(std::string("insert into source values (") + row + ")");
-  }
+  update("insert into source values (1, 'a'), (2, null), (3, 'c'), (3, 'd'), (5, 'e')");
   query("select id, name from source order by id");
   const Batch batch(wrapper);
   ASSERT_EQ(batch.rows.length, 5);
@@ -126,9 +124,7 @@ TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
 
 TEST_P(Parameters, AQueryFindsTheBoundRow) {
   recreate("source", "id int, name varchar(9)");
-  for (const char* row : {"1, 'a'", "2, 'b'", "3, 'c'"}) {
-    update(std::string("insert into source values (") + row + ")");
-  }
+  update("insert into source values (1, 'a'), (2, 'b'), (3, 'c')");
   query("select id from source order by id");
   const Batch ids(wrapper);
   Query select(wrapper, "select name from source where id = ?", ids);
@@ -145,7 +141,7 @@ TEST_P(Parameters, AQueryFindsTheBoundRow) {
 TEST_P(Parameters, RowsBeforeARefusedOneAreNotRunLater) {
   recreate("source", "id int, n varchar(9)");
   recreate("target", "id int, n int, check (n < 100)");
-  for (const char* row : {"1, '1'", "2, 'x'"}) update(std::string("insert into source values (") + row + ")");
+  update("insert into source values (1, '1'), (2, 'x')");
   query("select id, n from source order by id");
   const Batch batch(wrapper);
   Query insert(wrapper, "insert into target values (?, ?)", batch);

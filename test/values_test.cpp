@@ -96,18 +96,14 @@ bool readCell(JdbcUtils& utils, int column, char*& value) {
   return utils.getColumn(static_cast<unsigned long>(column), value) && utils.env->ExceptionCheck() == JNI_FALSE;
 }
 
-/// The cells of the rows before the first that has one that cannot be read.
+/// The cells of all rows; none when one cannot be read.
 template <class Object>
 Grid readByCell(Object& object) {
   Grid grid;
   for (const int count = object.getNumColumns(); object.next();) {
-    const std::size_t rowStart = grid.size();
     for (int column = 1; column <= count; ++column) {
       char* value = nullptr;
-      if (!readCell(object, column, value)) {
-        grid.resize(rowStart);
-        return grid;
-      }
+      if (!readCell(object, column, value)) return {};
       grid.push_back(value == nullptr ? Text() : Text(value));
       std::free(value);
     }
