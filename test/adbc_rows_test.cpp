@@ -69,7 +69,6 @@ TEST_F(AdbcOnH2, RefusesRowsThatCannotBeBound) {
 }
 
 TEST_F(AdbcOnH2, IngestsRowsInFourModes) {
-  const AdbcStatusCode exists = ADBC_STATUS_ALREADY_EXISTS;
   const struct {
     const char* mode;
     AdbcStatusCode status;
@@ -77,7 +76,7 @@ TEST_F(AdbcOnH2, IngestsRowsInFourModes) {
   } steps[] = {
       {"append", ADBC_STATUS_NOT_FOUND, ""},
       {"create", ADBC_STATUS_OK, "<2>"},
-      {"create", exists, "<2>"},
+      {"create", ADBC_STATUS_ALREADY_EXISTS, "<2>"},
       {"append", ADBC_STATUS_OK, "<4>"},
       {"replace", ADBC_STATUS_OK, "<2>"},
       {"create_append", ADBC_STATUS_OK, "<4>"},
