@@ -97,7 +97,7 @@ TEST_F(AdbcLedger, StoresBoundRowsWholeOrNotAtAll) {
         auto query = make();
         armed([&] { store(*query); });
       }
-      const std::string count = rowsOf(client, "select count(*) from kept");
+      const std::string count = rowsOf(client, "select count(*) from kept where a = 'one'");
       EXPECT_TRUE(count == "<0>" || count == "<1>") << count;
       EXPECT_EQ(rowsOf(client, "delete from kept"), "");
     });
