@@ -167,6 +167,7 @@ TEST_F(AdbcOnH2, GivesEachFailureItsStatus) {
       {"create table taken (a int)", ADBC_STATUS_ALREADY_EXISTS, "42S01"},
       {"insert into taken values (1)", ADBC_STATUS_INTEGRITY, "23505"},
       {"select cast('x' as int)", ADBC_STATUS_INVALID_DATA, "22018"},
+      {"select 1 / (3 - x) from system_range(1, 5)", ADBC_STATUS_INVALID_DATA, "22012"},
   };
   for (const auto& [sql, status, sqlState] : rows) {
     AdbcQuery query(client);

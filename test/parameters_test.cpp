@@ -134,8 +134,17 @@ TEST_P(Parameters, AQueryFindsTheBoundRow) {
     ASSERT_EQ(found.rows.length, 1);
     EXPECT_EQ(found.at(0), row == 2 ? "c" : "a");
   }
-  EXPECT_NE(select.bind(*ids.schema.children[0], *ids.rows.children[0]), "") << "no struct";
-  EXPECT_FALSE(select.query(0)) << "the earlier values are gone";
+
+  ArrowSchema noColumn = ids.schema;
+  ArrowArray noValue = ids.rows;
+  noColumn.n_children = noValue.n_children = 0;
+  const std::pair<const ArrowSchema*, const ArrowArray*> refused[] = {{ids.schema.children[0], ids.rows.children[0]},
+                                                                      {&noColumn, &noValue}};
+  for (const auto& [schema, rows] : refused) {
+    EXPECT_EQ(select.bind(ids.schema, ids.rows), "");
+    EXPECT_NE(select.bind(*schema, *rows), "");
+    EXPECT_FALSE(select.query(0)) << "the earlier values are gone";
+  }
 }
 
 TEST_P(Parameters, RowsBeforeARefusedOneAreNotRunLater) {
