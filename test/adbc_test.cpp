@@ -170,11 +170,10 @@ TEST_F(AdbcOnH2, GivesEachFailureItsStatus) {
       {"select 1 / (3 - x) from system_range(1, 5)", ADBC_STATUS_INVALID_DATA, "22012"},
   };
   for (const auto& [sql, status, sqlState] : rows) {
-    AdbcQuery query(client);
+    AdbcQuery query(client, sql);
     Held<ArrowArrayStream> stream;
-    Outcome outcome = call(&AdbcDriver::StatementSetSqlQuery, &query.statement, sql);
-    if (outcome) outcome = query.execute(&stream);
-    if (outcome && stream.release != nullptr) {
+    Outcome outcome = query.execute(&stream);
+    if (outcome) {
       EXPECT_NE(textOf(stream).find(std::string("[") + sqlState), std::string::npos) << sql;
       const AdbcError* error = adbc().ErrorFromArrayStream(&stream, &outcome.status);
       ASSERT_NE(error, nullptr) << sql;

@@ -64,10 +64,8 @@ class AdbcClient {
   explicit AdbcClient(const Options& options) : opened(open(options)) {}
   explicit AdbcClient(AdbcClient& other) : opened(connect(other.database)) {}
   ~AdbcClient() {
-    const bool hasConnection = connection.private_data != nullptr;
-    EXPECT_TRUE(!hasConnection || call(&AdbcDriver::ConnectionRelease, &connection));
-    const bool hasDatabase = database.private_data != nullptr;
-    EXPECT_TRUE(!hasDatabase || call(&AdbcDriver::DatabaseRelease, &database));
+    EXPECT_TRUE(connection.private_data == nullptr || call(&AdbcDriver::ConnectionRelease, &connection));
+    EXPECT_TRUE(database.private_data == nullptr || call(&AdbcDriver::DatabaseRelease, &database));
   }
   AdbcClient(const AdbcClient&) = delete;
   AdbcClient& operator=(const AdbcClient&) = delete;
