@@ -20,13 +20,11 @@ namespace {
 
 using Parameters = Databases;
 
-/// Types whose text, or whose date, the database does not take for one of its values.
-bool refusesItsOwn(const std::string& type) { return type == "time(9) with time zone" || type == "year"; }
-
 TEST_P(Parameters, TypedValuesGoIntoAnotherTableAsTheyAre) {
   int rows = 0;
   for (const Golden& row : goldenRows(database.word)) {
-    if (refusesItsOwn(row.type)) continue;
+    // The database does not take their text, or their date, for one of its values.
+    if (row.type == "time(9) with time zone" || row.type == "year") continue;
     SCOPED_TRACE(row.type + ' ' + row.literal);
     recreate("source", "v " + row.type);
     recreate("target", "v " + row.type);
