@@ -297,7 +297,7 @@ inline Read readAll(ArrowArrayStream& stream) {
   }
 }
 
-/// One row with one value, in memory of its own, which its release leaves alone.
+/// One row with one value, in memory of its own: releasing it frees nothing.
 struct OneValue {
   OneValue(const char* format, std::int64_t number) : value(number) {
     column.format = format;
