@@ -11,8 +11,13 @@
 
 #include "KivoArrow.h"
 #include "arrow/environment.h"
+#include "arrow/reader.h"
+#include "arrow/stream.h"
 #include "arrow_text.h"
 #include "golden.h"
+#include "jni/local_ref.h"
+#include "jni/method.h"
+#include "jni/numbers.h"
 #include "prepared_query.h"
 #include "wrapper_on_databases.h"
 
@@ -119,6 +124,84 @@ TEST_P(Parameters, ABatchIsStoredAsAWholeAndItsFailedRowNamed) {
   EXPECT_EQ(insert.updateAll(), 3) << insert.failure();
   EXPECT_EQ(othersOnly("select count(*) from target"), "3");
   EXPECT_EQ(only("select count(*) from target where name is null"), "1");
+}
+
+/// The jar's TypedConnection.
+class Settings : public JarObject {
+ public:
+  explicit Settings(const jdbcWrapper& wrapper) : JarObject(wrapper, "com/ulvanejdbc/arrow/TypedConnection") {}
+
+  bool run(const char* name) { return isTrue(env_, name, "()Z"); }
+
+  bool setAutoCommit(bool on) { return isTrue(env_, "setAutoCommit", "(Z)Z", static_cast<jboolean>(on)); }
+
+  void list(const char* listing, const char* table, Held<ArrowArrayStream>& stream) {
+    LocalRef<jclass> textClass(env_);
+    LocalRef<jobjectArray> names(env_);
+    const char* const texts[] = {nullptr, nullptr, table, nullptr};
+    EXPECT_TRUE(makeTextArray(env_, textClass, names, 4, [&texts](jsize index) { return texts[index]; }));
+    const LocalRef<jintArray> options = newIntArray(env_, {1024, 1 << 20, 0, 0, 0, 0});
+    const LocalRef<jstring> word = newJavaText(env_, listing);
+    const jmethodID list =
+        method(env_, "list", "(Ljava/lang/String;[Ljava/lang/String;[I)Lcom/ulvanejdbc/arrow/BatchReader;");
+    const LocalRef<jobject> reader = callObject(env_, object_, list, word.get(), names.get(), options.get());
+    ReaderMethods methods;
+    std::string error;
+    const LocalRef<jclass> type(env_, reader ? env_->GetObjectClass(reader.get()) : nullptr);
+    EXPECT_TRUE(reader && findReaderMethods(env_, type.get(), methods) &&
+                openStream(env_, methods, reader.get(), stream, error))
+        << failure() << error;
+  }
+};
+
+TEST_P(Parameters, TransactionsFollowOneAnotherUntilAutoCommitIsOnAgain) {
+  recreate("kept", "id int");
+  Settings settings(wrapper);
+  EXPECT_FALSE(settings.run("commit")) << "in auto-commit mode";
+  ASSERT_TRUE(settings.setAutoCommit(false));
+  update("insert into kept values (1)");
+  EXPECT_TRUE(settings.run("rollback"));
+  update("insert into kept values (2)");
+  EXPECT_TRUE(settings.run("commit"));
+  update("insert into kept values (3)");
+  EXPECT_TRUE(settings.setAutoCommit(true));
+  EXPECT_EQ(othersOnly("select count(*) from kept"), "2");
+  EXPECT_EQ(othersOnly("select min(id) from kept"), "2");
+}
+
+TEST_P(Parameters, TablesAndTheirColumnsAreListedAsRows) {
+  wrapper.executeUpdate("drop table child");
+  recreate("parent", "id int not null primary key, name varchar(9)");
+  update("create table child (id int, parent_id int, foreign key (parent_id) references parent (id))");
+  // Where names without quotes are kept in upper case.
+  const bool upper = database.word == "h2" || database.word == "hsqldb" || database.word == "derby";
+  const auto named = [upper](const char* lower, const char* other) { return upper ? other : lower; };
+  Settings settings(wrapper);
+  const struct {
+    const char* listing;
+    const char* table;
+    int column;
+    std::string expected;
+  } rows[] = {
+      {"TABLES", named("parent", "PARENT"), 2, named("parent", "PARENT")},
+      {"COLUMNS", named("parent", "PARENT"), 3, named("id", "ID")},
+      {"PRIMARY_KEYS", named("parent", "PARENT"), 3, named("id", "ID")},
+      {"FOREIGN_KEYS", named("child", "CHILD"), 7, named("parent_id", "PARENT_ID")},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.listing);
+    Held<ArrowArrayStream> stream;
+    settings.list(row.listing, row.table, stream);
+    const Batch listed(stream);
+    ASSERT_GE(listed.rows.length, 1) << listed.failure;
+    EXPECT_EQ(listed.at(0, row.column), row.expected);
+  }
+  // A listing that is not read keeps no table from being dropped.
+  {
+    Held<ArrowArrayStream> unread;
+    settings.list("TABLES", "%", unread);
+  }
+  update("drop table child");
 }
 
 TEST_P(Parameters, AQueryFindsTheBoundRow) {

@@ -13,16 +13,49 @@
 
 namespace kivo::test {
 
-/// The jar's PreparedQuery, as native code drives it.
-class Query {
+/// An object of the jar's for a wrapper's connection, as native code drives it.
+class JarObject {
  public:
-  Query(const jdbcWrapper& wrapper, const std::string& sql) : env_(wrapper.env) {
-    const LocalRef<jclass> type(env_, env_->FindClass("com/ulvanejdbc/arrow/PreparedQuery"));
-    const jmethodID of = env_->GetStaticMethodID(
-        type.get(), "of", "(Lcom/ulvanejdbc/jdbcUtilities;)Lcom/ulvanejdbc/arrow/PreparedQuery;");
+  JarObject(const jdbcWrapper& wrapper, const std::string& name) : env_(wrapper.env) {
+    const LocalRef<jclass> type(env_, env_->FindClass(name.c_str()));
+    const std::string signature = "(Lcom/ulvanejdbc/jdbcUtilities;)L" + name + ';';
+    const jmethodID of = env_->GetStaticMethodID(type.get(), "of", signature.c_str());
     const LocalRef<jobject> made(env_, env_->CallStaticObjectMethod(type.get(), of, wrapper.utilitiesObject));
     EXPECT_FALSE(env_->ExceptionCheck());
     EXPECT_TRUE(keepGlobal(env_, object_, made.get()));
+  }
+  ~JarObject() { dropGlobal(env_, object_); }
+  JarObject(const JarObject&) = delete;
+  JarObject& operator=(const JarObject&) = delete;
+
+  std::string failure() const {
+    std::string copy;
+    const LocalRef<jobject> text = callObject(env_, object_, method(env_, "failure", "()Ljava/lang/String;"));
+    if (text) copyText(env_, static_cast<jstring>(text.get()), copy);
+    return copy;
+  }
+
+ protected:
+  jmethodID method(JNIEnv* env, const char* name, const char* signature) const {
+    LocalRef<jclass> type(env);
+    return findMethodOf(env, object_, type, {name, signature});
+  }
+
+  template <class... Arguments>
+  bool isTrue(JNIEnv* env, const char* name, const char* signature, Arguments... arguments) const {
+    const jboolean answer = env->CallBooleanMethod(object_, method(env, name, signature), arguments...);
+    EXPECT_FALSE(env->ExceptionCheck());
+    return answer == JNI_TRUE;
+  }
+
+  JNIEnv* const env_;
+  jobject object_ = nullptr;  ///< a global reference, since another thread may cancel
+};
+
+/// The jar's PreparedQuery.
+class Query : public JarObject {
+ public:
+  Query(const jdbcWrapper& wrapper, const std::string& sql) : JarObject(wrapper, "com/ulvanejdbc/arrow/PreparedQuery") {
     const LocalRef<jstring> text = newJavaText(env_, sql);
     EXPECT_TRUE(isTrue(env_, "prepare", "(Ljava/lang/String;Z)Z", text.get(), JNI_FALSE)) << failure();
   }
@@ -31,10 +64,7 @@ class Query {
   Query(const jdbcWrapper& wrapper, const std::string& sql, const Values& values) : Query(wrapper, sql) {
     EXPECT_EQ(bind(values.schema, values.rows), "");
   }
-  ~Query() {
-    EXPECT_TRUE(isTrue(env_, "close", "()Z")) << failure();
-    dropGlobal(env_, object_);
-  }
+  ~Query() { EXPECT_TRUE(isTrue(env_, "close", "()Z")) << failure(); }
   Query(const Query&) = delete;
   Query& operator=(const Query&) = delete;
 
@@ -55,29 +85,6 @@ class Query {
 
   /// On any thread, whose environment it is.
   void cancel(JNIEnv* env) const { isTrue(env, "cancel", "()Z"); }
-
-  std::string failure() const {
-    std::string copy;
-    const LocalRef<jobject> text = callObject(env_, object_, method(env_, "failure", "()Ljava/lang/String;"));
-    if (text) copyText(env_, static_cast<jstring>(text.get()), copy);
-    return copy;
-  }
-
- private:
-  jmethodID method(JNIEnv* env, const char* name, const char* signature) const {
-    LocalRef<jclass> type(env);
-    return findMethodOf(env, object_, type, {name, signature});
-  }
-
-  template <class... Arguments>
-  bool isTrue(JNIEnv* env, const char* name, const char* signature, Arguments... arguments) const {
-    const jboolean answer = env->CallBooleanMethod(object_, method(env, name, signature), arguments...);
-    EXPECT_FALSE(env->ExceptionCheck());
-    return answer == JNI_TRUE;
-  }
-
-  JNIEnv* const env_;
-  jobject object_ = nullptr;  ///< a global reference, since another thread may cancel
 };
 
 }  // namespace kivo::test
