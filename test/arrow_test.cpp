@@ -24,19 +24,21 @@ using Texts = std::vector<std::string>;
 
 /// The key and value of a field's metadata, in Arrow's form.
 std::string metadataOf(const ArrowSchema& field) {
-  const auto numberAt = [](const char* at) {
+  const char* at = field.metadata;
+  const auto number = [&at] {
     std::int32_t read = 0;
     std::memcpy(&read, at, sizeof read);
+    at += sizeof read;
     return read;
   };
-  const char* at = field.metadata;
-  EXPECT_EQ(numberAt(at), 1);
-  std::string text;
-  for (at += 4; text.find('=') == std::string::npos; text += '=') {
-    text.append(at + 4, static_cast<std::size_t>(numberAt(at)));
-    at += 4 + numberAt(at);
-  }
-  return text.append(at + 4, static_cast<std::size_t>(numberAt(at)));
+  const auto text = [&at, &number] {
+    const auto size = static_cast<std::size_t>(number());
+    at += size;
+    return std::string(at - size, size);
+  };
+  EXPECT_EQ(number(), 1);
+  const std::string key = text();
+  return key + '=' + text();
 }
 
 std::string describe(const ArrowSchema& field) {
@@ -76,9 +78,6 @@ TEST(ArrowStreams, DescribeTheirColumns) {
   EXPECT_EQ(describe(*second.children[4]), columns[4]);
 }
 
-const Options kScaled = {2, 1 << 20, ArrowDecimals::decimal128, 3};
-const Options kUnscaled = {2, 1 << 20, ArrowDecimals::decimal128};
-const Options kFloats = {2, 1 << 20, ArrowDecimals::float64};
 const Options kNulls = {2, 1 << 20, ArrowDecimals::text, 0, true};
 const Options kMixed = {2, 1 << 20, ArrowDecimals::text, 0, false, true};
 
@@ -99,11 +98,11 @@ const struct {
      "values (1, true, 'a', x'00ff', array[1, null], null), (null, false, null, null, null, null)",
      {},
      {2},
-     "<1><true><a><00ff><[1, null]><NULL><NULL><false><NULL><NULL><NULL><NULL>"},
+     "<1, true, a, 00ff, [1, null], null><null, false, null, null, null, null>"},
     {"a decimal without a scale, as text", "select cast(1.25 as decfloat)", {}, {1}, "<1.25>"},
-    {"as float64", "select cast(1.25 as decfloat)", kFloats, {1}, "<1.25>"},
-    {"as decimal128", "select cast(1.25 as decfloat)", kScaled, {1}, "<1.250>"},
-    {"a time between two microseconds", "select timestamp '2024-02-29 12:00:00.1234567'", kNulls, {1}, "<NULL>"},
+    {"as float64", "select cast(1.25 as decfloat)", {2, 1 << 20, ArrowDecimals::float64}, {1}, "<1.25>"},
+    {"as decimal128", "select cast(1.25 as decfloat)", {2, 1 << 20, ArrowDecimals::decimal128, 3}, {1}, "<1.250>"},
+    {"a time between two microseconds", "select timestamp '2024-02-29 12:00:00.1234567'", kNulls, {1}, "<null>"},
     {"cells of any type", "select 1 union all select 'a'", kMixed, {2}, "<1><a>", "jdbc:sqlite::memory:"},
 };
 
@@ -145,8 +144,7 @@ TEST(ArrowStreams, AreReleasedBeforeAmidAndAfterTheRows) {
     stream.release(&stream);
     EXPECT_EQ(stream.release, nullptr);
     // The source is as usable as before.
-    numbers.source.query("select 1");
-    EXPECT_TRUE(numbers.source.wrapper.next());
+    EXPECT_TRUE(numbers.source.query("select 1") && numbers.source.next()) << numbers.source.errorMessage;
 
     ArrowArray none;
     ArrowSchema nothing;
@@ -222,7 +220,7 @@ TEST(ArrowStreams, SayWhichCellFails) {
   } rows[] = {
       {"select 1 / (4 - x) from system_range(1, 9)", byRows(2), {2, 1}, EIO, {"[22012", "zero"}},
       {"select cast(x / 2.0 as decfloat) as \"half \U0001F338\" from system_range(2, 9)",
-       kUnscaled,
+       {2, 1 << 20, ArrowDecimals::decimal128},
        {1},
        EINVAL,
        {"row 2", "\"half \U0001F338\"", "1.5"}},
@@ -249,14 +247,14 @@ TEST(ArrowStreams, SayWhatEndedTheirResult) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.piece);
     Numbers numbers(9);
-    row.end(numbers.source.wrapper);
+    row.end(numbers.source);
     expectFailure(numbers.stream, {}, EINVAL, {row.piece});
   }
 }
 
 TEST(ArrowStreams, AreNotMadeWithoutAnOpenResult) {
   JdbcUtils unattached;
-  Source source;
+  ConnectedWrapper unasked({"", kH2, "", ""});
   const auto refusal = [](auto& object) {
     std::string error;
     Stream stream;
@@ -265,7 +263,7 @@ TEST(ArrowStreams, AreNotMadeWithoutAnOpenResult) {
     return error;
   };
   EXPECT_EQ(refusal(unattached), "there is no open result to read");
-  EXPECT_NE(refusal(source.wrapper).find("no query has been run"), std::string::npos);
+  EXPECT_NE(refusal(unasked).find("no query has been run"), std::string::npos);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@
 #include "JavaVmHost.h"
 #include "KivoArrow.h"
 #include "arrow_source.h"
+#include "jni/local_ref.h"
 #include "jni_ledger.h"
 
 namespace kivo::test {
@@ -38,28 +40,20 @@ TEST(ArrowStreams, LeaveAPendingExceptionPending) {
 }
 
 bool isDaemon(JNIEnv* env) {
-  const jclass threadClass = env->FindClass("java/lang/Thread");
-  const jmethodID current = env->GetStaticMethodID(threadClass, "currentThread", "()Ljava/lang/Thread;");
-  const jobject thread = env->CallStaticObjectMethod(threadClass, current);
+  const LocalRef<jclass> type(env, env->FindClass("java/lang/Thread"));
+  const jmethodID current = env->GetStaticMethodID(type.get(), "currentThread", "()Ljava/lang/Thread;");
+  const LocalRef<jobject> thread(env, env->CallStaticObjectMethod(type.get(), current));
   EXPECT_FALSE(env->ExceptionCheck());
-  const bool answer = env->CallBooleanMethod(thread, env->GetMethodID(threadClass, "isDaemon", "()Z")) == JNI_TRUE;
+  const jboolean answer = env->CallBooleanMethod(thread.get(), env->GetMethodID(type.get(), "isDaemon", "()Z"));
   EXPECT_FALSE(env->ExceptionCheck());
-  env->DeleteLocalRef(thread);
-  env->DeleteLocalRef(threadClass);
-  return answer;
+  return answer == JNI_TRUE;
 }
 
 /// Sees at the end of a thread, after the library's own object on it is gone, whether the thread is still attached.
-class LastLook {
- public:
-  explicit LastLook(bool& attached) : attached_(attached) {}
-  ~LastLook() { attached_ = attachedEnvironment() != nullptr; }
-  LastLook(const LastLook&) = delete;
-  LastLook& operator=(const LastLook&) = delete;
-
- private:
-  bool& attached_;
-};
+void lookAtTheEnd(bool& attached) {
+  static thread_local std::shared_ptr<void> look;
+  look = {nullptr, [&attached](void* /*none*/) { attached = attachedEnvironment() != nullptr; }};
+}
 
 TEST(ArrowStreams, AttachAThreadForAsLongAsItLives) {
   for (const bool isHosts : {false, true}) {
@@ -67,8 +61,7 @@ TEST(ArrowStreams, AttachAThreadForAsLongAsItLives) {
     Numbers numbers(5);
     bool attachedAtEnd = !isHosts;
     std::thread([&] {
-      static thread_local std::optional<LastLook> look;
-      look.emplace(attachedAtEnd);
+      lookAtTheEnd(attachedAtEnd);
       void* env = nullptr;
       if (isHosts) _globaljvm->AttachCurrentThread(&env, nullptr);
       EXPECT_EQ(attachedEnvironment() != nullptr, isHosts);
@@ -131,25 +124,18 @@ TEST(ArrowStreams, FailOnAThreadThatTheVmRefuses) {
 
 TEST(ArrowStreams, ReleaseEverythingWhicheverCallFails) {
   JniLedger ledger;
-  Source source;
+  ConnectedWrapper source({"", kH2, "", ""});
   const auto operation = [&source](const Armed& armed) {
-    source.query("select x, array[x] from system_range(1, 3)");
+    ASSERT_TRUE(source.query("select x, array[x] from system_range(1, 3)"));
     armed([&source] {
       Stream stream;
       std::string error;
-      if (!makeArrowStream(source.wrapper, stream, error, byRows(2))) return;
+      if (!makeArrowStream(source, stream, error, byRows(2))) return;
       const std::optional<std::int64_t> rows = countRows(stream);
       EXPECT_TRUE(rows == 3 || (!rows && JniLedger::faultFired()));
     });
   };
-  const int globals = ledger.liveGlobals();
-  int points = 0;
-  for (const Fault fault :
-       {Fault::kOutOfMemory, Fault::kNull, Fault::kThrowBefore, Fault::kThrowAfter, Fault::kAllocation}) {
-    for (const bool lasting : {false, true}) points += sweepFaults(ledger, fault, operation, lasting);
-    EXPECT_EQ(ledger.liveGlobals(), globals);
-  }
-  EXPECT_GT(points, 200);
+  EXPECT_GT(sweepAll(ledger, operation), 200);
 }
 }  // namespace
 }  // namespace kivo::test

@@ -24,6 +24,7 @@ import tempfile
 TREE = pathlib.Path(__file__).resolve().parents[1]
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.S | re.M)
 LINK = re.compile(r"\]\((?!https:)([^)#]+)")
+CONSUMER = "test/consumer/CMakeLists.txt"
 ELSEWHERE = ("python", "sh", "toml")
 HEADERS = [f"<{name}>" for name in ("cstdlib", "cstring", "iostream", "regex", "string", "thread", "vector")]
 HEADERS += [f'"{path.name}"' for path in sorted((TREE / "include").glob("*.h"))]
@@ -67,29 +68,28 @@ class Page:
                                 PATH=f"{build / 'bin'}:{os.environ['PATH']}")
 
     def run(self):
-        programs, statements, printed = [], "", ""
-        last = None
+        programs, last = [], None
+        statements = ["", ""]
         for language, text in self.fences:
             if language == "cpp" and "int main(" in text:
-                programs.append([text, None])
+                last = [text, None]
+                programs.append(last)
             elif language == "cpp":
-                statements += text
-            elif language == "text" and last == "program":
-                programs[-1][1] = text
-            elif language == "text" and last == "statements":
-                printed += text
+                last = statements
+                last[0] += text
+            elif language == "text" and last:
+                last[1] = (last[1] or "") + text
             elif language == "java":
                 self.compile_java(text)
             elif language == "console":
                 self.converse(text)
             elif language == "cmake":
-                self.expect("test/consumer/CMakeLists.txt", text, self.common_lines(text))
+                stripped = [line.strip() for line in (TREE / CONSUMER).read_text().splitlines()]
+                self.expect(CONSUMER, text, "".join(f"{line}\n" for line in text.splitlines() if line in stripped))
             elif language not in ELSEWHERE and language != "text":
                 self.faults.append(f"{self.name}: what is a fence of \"{language}\"?")
-            if language == "cpp":
-                last = "program" if "int main(" in text else "statements"
-        if statements:
-            programs.append([FUNCTION % statements, printed])
+        if statements[0]:
+            programs.append([FUNCTION % statements[0], statements[1]])
         for number, (program, output) in enumerate(programs):
             self.run_program(f"program{number}", program, output)
         return self
@@ -134,12 +134,6 @@ class Page:
                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             found += f"$ {command}\n{done.stdout}"
         self.expect("a session", text, found)
-
-    @staticmethod
-    def common_lines(text):
-        lines = (TREE / "test" / "consumer" / "CMakeLists.txt").read_text().splitlines()
-        stripped = [line.strip() for line in lines]
-        return "".join(f"{line}\n" for line in text.splitlines() if line in stripped)
 
 
 def main():

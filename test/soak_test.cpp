@@ -123,14 +123,12 @@ TEST_F(Soak, TenMillionCells) {
 }
 
 TEST_F(Soak, TwoMillionTypedRows) {
-  ArrowStreamOptions options;
-  options.maxRows = 4096;
   soak("typed rows", 2000000, [&] {
     EXPECT_TRUE(
         wrapper.query("select g, 'text ' || g, date '2024-02-29', g / 7.0, null from generate_series(1, 80000) g"));
     Held<ArrowArrayStream> stream;
     std::string error;
-    EXPECT_TRUE(makeArrowStream(wrapper.wrapper, stream, error, options)) << error;
+    EXPECT_TRUE(makeArrowStream(wrapper.wrapper, stream, error, byRows(4096))) << error;
     return static_cast<long>(countRows(stream).value_or(0));
   });
 }

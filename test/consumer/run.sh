@@ -16,14 +16,16 @@ prefix=$folder/prefix
 jar=$prefix/share/java/kivo-jdbc.jar
 version=$(sed -n 's/.*KIVO_VERSION "\(.*\)"/\1/p' "$prefix/include/kivo/kivo_version.h")
 
+fail() {
+  echo "not ok: $*"
+  exit 1
+}
+
 expect() {
   about=$1
   shift
   found=$("$@" "$jvm" "$jar:/usr/share/java/h2.jar")
-  [ "$found" = "$version $version 42" ] || {
-    echo "not ok: $about: $found"
-    exit 1
-  }
+  [ "$found" = "$version $version 42" ] || fail "$about: $found"
   echo "ok: $about"
 }
 
@@ -48,20 +50,15 @@ jar=$(cat "$folder/whole/jar")
 expect "the sources as a part of the host" "$folder/whole/host"
 
 answer=$("$prefix/bin/kivosql" --jvm "$jvm" query "select 6 * 7 as answer" --format csv | tail -n 1)
-[ "$answer" = 42 ] || {
-  echo "not ok: kivosql: $answer"
-  exit 1
-}
+[ "$answer" = 42 ] || fail "kivosql: $answer"
 echo "ok: kivosql"
 
 gunzip "$prefix/share/man/man1/kivosql.1.gz"
 for option in $("$prefix/bin/kivosql" --help | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -- '--.*'); do
   for document in man/man1/kivosql.1 bash-completion/completions/kivosql zsh/site-functions/_kivosql \
     fish/vendor_completions.d/kivosql.fish; do
-    tr -d '\134' <"$prefix/share/$document" | grep -qE -- "(--|-l )${option#--}( |\[|\)|\$)" || {
-      echo "not ok: $document has no $option"
-      exit 1
-    }
+    tr -d '\134' <"$prefix/share/$document" | grep -qE -- "(--|-l )${option#--}( |\[|\)|\$)" ||
+      fail "$document has no $option"
   done
 done
 # shellcheck disable=SC2016  # for the other shell
@@ -69,8 +66,5 @@ found=$(bash -c '. "$1"; COMP_WORDS=(kivosql --format js); COMP_CWORD=2; _kivosq
   COMP_WORDS=(kivosql --timing d); _kivosql; echo "${COMPREPLY[*]}"
   COMP_WORDS=(kivosql load --ba); _kivosql; echo "${COMPREPLY[*]}"' - \
   "$prefix/share/bash-completion/completions/kivosql" | tr '\n' ' ')
-[ "$found" = "json jsonl describe doctor --batch " ] || {
-  echo "not ok: completions: $found"
-  exit 1
-}
+[ "$found" = "json jsonl describe doctor --batch " ] || fail "completions: $found"
 echo "ok: the man page and the completions"

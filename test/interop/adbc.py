@@ -77,8 +77,7 @@ class Clients(unittest.TestCase):
         return table
 
     def stored(self, table):
-        found = self.cursor.execute(f"select * from {table} order by 1").fetch_arrow_table()
-        return [tuple(row.values()) for row in found.to_pylist()]
+        return self.tuples(self.cursor.execute(f"select * from {table} order by 1").fetch_arrow_table())
 
     @staticmethod
     def tuples(table):
@@ -240,6 +239,15 @@ class Returning:
         self.assertEqual(len(self.stored(table)), 6)
 
 
+# Begins a script with what connects to a database.
+CONNECT = """
+import datetime, sys
+from adbc_driver_manager import dbapi
+def connect(uri, jar):
+    return dbapi.connect(driver=sys.argv[1], db_kwargs={"uri": uri, "adbc.jdbc.driver_path": jar}, autocommit=True)
+"""
+
+
 class Processes(unittest.TestCase):
     """What takes a process of its own."""
 
@@ -258,11 +266,8 @@ class Processes(unittest.TestCase):
         return output
 
     def test_ctrl_c_ends_the_query_and_not_the_process(self):
-        output = self.run_python("""
-import sys
-from adbc_driver_manager import dbapi
-with dbapi.connect(driver=sys.argv[1], db_kwargs={
-        "uri": "jdbc:h2:mem:x", "adbc.jdbc.driver_path": "/usr/share/java/h2.jar"}, autocommit=True) as connection:
+        output = self.run_python(CONNECT + """
+with connect("jdbc:h2:mem:x", "/usr/share/java/h2.jar") as connection:
     cursor = connection.cursor()
     print("running", flush=True)
     try:
@@ -276,11 +281,8 @@ with dbapi.connect(driver=sys.argv[1], db_kwargs={
         self.assertEqual(output, "57014\nstill here\n")
 
     def test_two_versions_of_a_driver_live_side_by_side(self):
-        output = self.run_python("""
-import sys
-from adbc_driver_manager import dbapi
-open_ones = [dbapi.connect(driver=sys.argv[1], autocommit=True, db_kwargs={
-    "uri": "jdbc:h2:mem:same", "adbc.jdbc.driver_path": jar}) for jar in sys.argv[2:]]
+        output = self.run_python(CONNECT + """
+open_ones = [connect("jdbc:h2:mem:same", jar) for jar in sys.argv[2:]]
 for connection in open_ones:
     with connection.cursor() as cursor:
         print(cursor.execute("select h2version()").fetchone()[0])
@@ -289,16 +291,13 @@ for connection in open_ones:
         self.assertEqual(output, "2.1.214\n1.4.197\n")
 
     def test_a_java_vm_of_another_package_is_used_as_it_is(self):
-        output = self.run_python("""
-import datetime, sys
+        output = self.run_python(CONNECT + """
 import jpype
 jpype.startJVM("-Duser.timezone=America/New_York")
-from adbc_driver_manager import dbapi
 debian = "/usr/share/java/"
 for uri, jar in (("jdbc:h2:mem:x", debian + "h2.jar"), ("jdbc:hsqldb:mem:x", debian + "hsqldb.jar"),
                  ("jdbc:derby:memory:x;create=true", debian + "derby.jar"), ("jdbc:duckdb:", sys.argv[2])):
-    connection = dbapi.connect(driver=sys.argv[1], autocommit=True, db_kwargs={
-        "uri": uri, "adbc.jdbc.driver_path": jar})
+    connection = connect(uri, jar)
     with connection.cursor() as cursor:
         cursor.execute("create table t (d date, t time, m timestamp)")
         gap = datetime.datetime(2024, 3, 10, 2, 30)

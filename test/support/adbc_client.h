@@ -27,25 +27,6 @@ inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
   return out << "status " << int{outcome.status} << " [" << outcome.sqlState << "] " << outcome.text;
 }
 
-/// Calls one of the driver's functions with an error of version 1.1.0 as its last argument.
-template <class Function, class... Arguments>
-Outcome call(const AdbcDriver& driver, Function function, Arguments... arguments) {
-  AdbcError error{};
-  error.vendor_code = ADBC_ERROR_VENDOR_CODE_PRIVATE_DATA;
-  Outcome outcome;
-  outcome.status = function(arguments..., &error);
-  if (error.message != nullptr) outcome.text = error.message;
-  outcome.sqlState.assign(error.sqlstate, error.sqlstate[0] == '\0' ? 0 : sizeof error.sqlstate);
-  for (int index = 0; index < driver.ErrorGetDetailCount(&error); ++index) {
-    const AdbcErrorDetail detail = driver.ErrorGetDetail(&error, index);
-    outcome.details.emplace_back(detail.key,
-                                 std::string(reinterpret_cast<const char*>(detail.value), detail.value_length));
-  }
-  EXPECT_EQ(error.release != nullptr, outcome.status != ADBC_STATUS_OK);
-  if (error.release != nullptr) error.release(&error);
-  return outcome;
-}
-
 /// The functions of version 1.1.0.
 inline const AdbcDriver& adbc() {
   static const AdbcDriver driver = [] {
@@ -56,6 +37,25 @@ inline const AdbcDriver& adbc() {
   return driver;
 }
 
+/// Calls one of the driver's functions with an error of version 1.1.0 as its last argument.
+template <class Function, class... Arguments>
+Outcome call(Function AdbcDriver::*function, Arguments... arguments) {
+  AdbcError error{};
+  error.vendor_code = ADBC_ERROR_VENDOR_CODE_PRIVATE_DATA;
+  Outcome outcome;
+  outcome.status = (adbc().*function)(arguments..., &error);
+  if (error.message != nullptr) outcome.text = error.message;
+  outcome.sqlState.assign(error.sqlstate, error.sqlstate[0] == '\0' ? 0 : sizeof error.sqlstate);
+  for (int index = 0; index < adbc().ErrorGetDetailCount(&error); ++index) {
+    const AdbcErrorDetail detail = adbc().ErrorGetDetail(&error, index);
+    outcome.details.emplace_back(detail.key,
+                                 std::string(reinterpret_cast<const char*>(detail.value), detail.value_length));
+  }
+  EXPECT_EQ(error.release != nullptr, outcome.status != ADBC_STATUS_OK);
+  if (error.release != nullptr) error.release(&error);
+  return outcome;
+}
+
 using Options = std::vector<std::pair<std::string, std::string>>;
 
 /// A database object and a connection to it, or another connection to the same.
@@ -64,10 +64,8 @@ class AdbcClient {
   explicit AdbcClient(const Options& options) : opened(open(options)) {}
   explicit AdbcClient(AdbcClient& other) : opened(connect(other.database)) {}
   ~AdbcClient() {
-    const bool hasConnection = connection.private_data != nullptr;
-    EXPECT_TRUE(!hasConnection || call(adbc(), adbc().ConnectionRelease, &connection));
-    const bool hasDatabase = database.private_data != nullptr;
-    EXPECT_TRUE(!hasDatabase || call(adbc(), adbc().DatabaseRelease, &database));
+    EXPECT_TRUE(connection.private_data == nullptr || call(&AdbcDriver::ConnectionRelease, &connection));
+    EXPECT_TRUE(database.private_data == nullptr || call(&AdbcDriver::DatabaseRelease, &database));
   }
   AdbcClient(const AdbcClient&) = delete;
   AdbcClient& operator=(const AdbcClient&) = delete;
@@ -79,22 +77,22 @@ class AdbcClient {
   const Outcome opened;
 
   Outcome set(const char* option, const char* value) {
-    return call(adbc(), adbc().ConnectionSetOption, &connection, option, value);
+    return call(&AdbcDriver::ConnectionSetOption, &connection, option, value);
   }
 
  private:
   Outcome open(const Options& options) {
-    Outcome outcome = call(adbc(), adbc().DatabaseNew, &database);
+    Outcome outcome = call(&AdbcDriver::DatabaseNew, &database);
     for (const auto& [name, value] : options) {
-      if (outcome) outcome = call(adbc(), adbc().DatabaseSetOption, &database, name.c_str(), value.c_str());
+      if (outcome) outcome = call(&AdbcDriver::DatabaseSetOption, &database, name.c_str(), value.c_str());
     }
-    if (outcome) outcome = call(adbc(), adbc().DatabaseInit, &database);
+    if (outcome) outcome = call(&AdbcDriver::DatabaseInit, &database);
     return outcome ? connect(database) : outcome;
   }
 
   Outcome connect(AdbcDatabase& to) {
-    const Outcome outcome = call(adbc(), adbc().ConnectionNew, &connection);
-    return outcome ? call(adbc(), adbc().ConnectionInit, &connection, &to) : outcome;
+    const Outcome outcome = call(&AdbcDriver::ConnectionNew, &connection);
+    return outcome ? call(&AdbcDriver::ConnectionInit, &connection, &to) : outcome;
   }
 };
 
@@ -102,49 +100,41 @@ class AdbcClient {
 class AdbcQuery {
  public:
   explicit AdbcQuery(AdbcClient& client, const char* sql = nullptr) {
-    EXPECT_TRUE(call(adbc(), adbc().StatementNew, &client.connection, &statement));
-    EXPECT_TRUE(sql == nullptr || call(adbc(), adbc().StatementSetSqlQuery, &statement, sql));
+    EXPECT_TRUE(call(&AdbcDriver::StatementNew, &client.connection, &statement));
+    EXPECT_TRUE(sql == nullptr || call(&AdbcDriver::StatementSetSqlQuery, &statement, sql));
   }
-  ~AdbcQuery() { EXPECT_TRUE(call(adbc(), adbc().StatementRelease, &statement)); }
+  ~AdbcQuery() { EXPECT_TRUE(call(&AdbcDriver::StatementRelease, &statement)); }
   AdbcQuery(const AdbcQuery&) = delete;
   AdbcQuery& operator=(const AdbcQuery&) = delete;
 
   Outcome set(const char* option, const char* value) {
-    return call(adbc(), adbc().StatementSetOption, &statement, option, value);
+    return call(&AdbcDriver::StatementSetOption, &statement, option, value);
   }
   Outcome execute(ArrowArrayStream* out = nullptr) {
-    return call(adbc(), adbc().StatementExecuteQuery, &statement, out, &changed);
+    return call(&AdbcDriver::StatementExecuteQuery, &statement, out, &changed);
   }
-  Outcome bind(Held<ArrowSchema>& schema, Held<ArrowArray>& rows) {
-    return call(adbc(), adbc().StatementBind, &statement, &static_cast<ArrowArray&>(rows),
-                &static_cast<ArrowSchema&>(schema));
+  Outcome bind(ArrowSchema& schema, ArrowArray& rows) {
+    return call(&AdbcDriver::StatementBind, &statement, &rows, &schema);
   }
-  Outcome bind(ArrowArrayStream& rows) { return call(adbc(), adbc().StatementBindStream, &statement, &rows); }
+  Outcome bind(Batch&& batch) { return bind(batch.schema, batch.rows); }
+  Outcome bind(ArrowArrayStream& rows) { return call(&AdbcDriver::StatementBindStream, &statement, &rows); }
 
   AdbcStatement statement{};
   std::int64_t changed = -2;
 };
 
-/// Reads a stream to its end: "<1, a><2, null>"; after a failure its text follows.
-inline std::string textOf(ArrowArrayStream& stream) {
-  Held<ArrowSchema> schema;
-  std::string text;
-  int code = stream.get_schema(&stream, &schema);
-  while (code == 0) {
-    Held<ArrowArray> batch;
-    code = stream.get_next(&stream, &batch);
-    if (code != 0 || batch.release == nullptr) break;
-    for (std::int64_t row = 0; row < batch.length; ++row) {
-      std::string cells;
-      for (std::int64_t column = 0; column < schema.n_children; ++column) {
-        cells += column == 0 ? "" : ", ";
-        cells += ArrowText(*schema.children[column], *batch.children[column]).at(row).value_or("null");
-      }
-      text += '<' + cells + '>';
-    }
+/// A statement that ingests what is bound to it.
+struct AdbcIngestion : AdbcQuery {
+  AdbcIngestion(AdbcClient& client, const char* table, const std::string& mode) : AdbcQuery(client) {
+    EXPECT_TRUE(set("adbc.ingest.target_table", table));
+    EXPECT_TRUE(set("adbc.ingest.mode", ("adbc.ingest.mode." + mode).c_str()));
   }
-  if (code != 0) text += std::string("failed: ") + stream.get_last_error(&stream);
-  return text;
+};
+
+/// The rows of a stream; after a failure its text follows.
+inline std::string textOf(ArrowArrayStream& stream) {
+  const Read read = readAll(stream);
+  return read.code == 0 ? read.text : read.text + "failed: " + read.error;
 }
 
 /// The rows of a query, or why there are none.

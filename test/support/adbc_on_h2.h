@@ -8,7 +8,7 @@
 
 #include "adbc_client.h"
 
-// The functions by which a driver manager gets the driver, which it loads by itself.
+// How a driver manager gets the driver, which it loads by itself.
 
 inline AdbcStatusCode initAdbcDriver(const char* name, int version, void* driver, AdbcError* error) {
   static void* const library = dlopen(KIVO_ADBC_DRIVER, RTLD_NOW | RTLD_LOCAL);
@@ -18,10 +18,6 @@ inline AdbcStatusCode initAdbcDriver(const char* name, int version, void* driver
 
 AdbcStatusCode AdbcDriverInit(int version, void* driver, AdbcError* error) {
   return initAdbcDriver("AdbcDriverInit", version, driver, error);
-}
-
-AdbcStatusCode AdbcDriverJdbcInit(int version, void* driver, AdbcError* error) {
-  return initAdbcDriver("AdbcDriverJdbcInit", version, driver, error);
 }
 
 namespace kivo::test {

@@ -1,15 +1,21 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <charconv>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "KivoArrow.h"
 
@@ -74,12 +80,9 @@ class ArrowText {
     if (format == "ttn") return timeOfDay(value<std::int64_t>(row));
     if (format == "+l") return list(row);
     if (format.substr(0, 2) == "d:") return decimal(row);
-    if (format.substr(0, 4) == "tsu:") return timestamp(value<std::int64_t>(row), 1'000'000);
-    if (format.substr(0, 4) == "tsn:") return timestamp(value<std::int64_t>(row), 1'000'000'000);
-    if (format == "u") return std::string(bytes<std::int32_t>(row));
-    if (format == "U") return std::string(bytes<std::int64_t>(row));
-    if (format == "z") return hexadecimal(bytes<std::int32_t>(row));
-    if (format == "Z") return hexadecimal(bytes<std::int64_t>(row));
+    if (format.substr(0, 4) == "tsu:") return timestamp(value<std::int64_t>(row));
+    if (format == "u") return std::string(bytes(row));
+    if (format == "z") return hexadecimal(bytes(row));
     return integer(row);
   }
 
@@ -103,10 +106,9 @@ class ArrowText {
     return static_cast<const Value*>(array_.buffers[1])[row + array_.offset];
   }
 
-  template <class Offset>
   std::string_view bytes(std::int64_t row) const {
-    const auto start = static_cast<std::size_t>(value<Offset>(row));
-    const auto end = static_cast<std::size_t>(value<Offset>(row + 1));
+    const auto start = static_cast<std::size_t>(value<std::int32_t>(row));
+    const auto end = static_cast<std::size_t>(value<std::int32_t>(row + 1));
     return {static_cast<const char*>(array_.buffers[2]) + start, end - start};
   }
 
@@ -155,26 +157,14 @@ class ArrowText {
     return (isNegative ? "-" : "") + digits;
   }
 
-  static std::int64_t floorDivided(std::int64_t number, std::int64_t by) {
-    return number / by - (number % by < 0 ? 1 : 0);
-  }
-
-  /// Counts in years that begin with March, in eras of 400 of them.
   static std::string date(std::int64_t day) {
-    const std::int64_t shifted = day + 719'468;
-    const std::int64_t era = floorDivided(shifted, 146'097);
-    const std::int64_t dayOfEra = shifted - era * 146'097;
-    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36'524 - dayOfEra / 146'096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t month = (5 * dayOfYear + 2) / 153;
-    const std::int64_t year = yearOfEra + era * 400 + (month < 10 ? 0 : 1);
+    const std::time_t seconds = day * kSecondsPerDay;
+    std::tm civil{};
+    gmtime_r(&seconds, &civil);
+    const int year = civil.tm_year + 1900;
+    const char* sign = year < 0 ? "-" : year > 9999 ? "+" : "";
     char text[48];
-    std::snprintf(text, sizeof text, "%s%04lld-%02d-%02d",
-                  year < 0      ? "-"
-                  : year > 9999 ? "+"
-                                : "",
-                  static_cast<long long>(year < 0 ? -year : year), static_cast<int>(month < 10 ? month + 3 : month - 9),
-                  static_cast<int>(dayOfYear - (153 * month + 2) / 5 + 1));
+    std::snprintf(text, sizeof text, "%s%04d-%02d-%02d", sign, std::abs(year), civil.tm_mon + 1, civil.tm_mday);
     return text;
   }
 
@@ -188,10 +178,11 @@ class ArrowText {
     return trimmed;
   }
 
-  static std::string timestamp(std::int64_t units, std::int64_t unitsPerSecond) {
-    const std::int64_t unitsPerDay = unitsPerSecond * kSecondsPerDay;
-    const std::int64_t day = floorDivided(units, unitsPerDay);
-    return date(day) + ' ' + timeOfDay((units - day * unitsPerDay) * (kNanosPerSecond / unitsPerSecond));
+  static std::string timestamp(std::int64_t micros) {
+    using Days = std::chrono::duration<std::int64_t, std::ratio<kSecondsPerDay>>;
+    const std::chrono::microseconds since(micros);
+    const auto day = std::chrono::floor<Days>(since);
+    return date(day.count()) + ' ' + timeOfDay(std::chrono::nanoseconds(since - day).count());
   }
 
   std::string list(std::int64_t row) const {
@@ -206,6 +197,131 @@ class ArrowText {
 
   const ArrowSchema& schema_;
   const ArrowArray& array_;
+};
+
+inline ArrowStreamOptions byRows(int rows) {
+  ArrowStreamOptions options;
+  options.maxRows = rows;
+  return options;
+}
+
+/// The schema of a stream and its first batch.
+struct Batch {
+  explicit Batch(Held<ArrowArrayStream>& stream) { read(stream); }
+
+  /// Of the open result.
+  explicit Batch(jdbcWrapper& wrapper, const ArrowStreamOptions& options = {}) {
+    Held<ArrowArrayStream> stream;
+    EXPECT_TRUE(makeArrowStream(wrapper, stream, failure, options)) << failure;
+    if (stream.release != nullptr) read(stream);
+  }
+
+  std::optional<std::string> at(std::int64_t row, std::int64_t column = 0) const {
+    return ArrowText(*schema.children[column], *rows.children[column]).at(row);
+  }
+
+  Held<ArrowSchema> schema;
+  Held<ArrowArray> rows;
+  std::string failure;
+
+ private:
+  void read(ArrowArrayStream& stream) {
+    EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
+    if (stream.get_next(&stream, &rows) != 0) failure = stream.get_last_error(&stream);
+  }
+};
+
+/// The rows of a batch: "<1, a><2, null>".
+inline std::string textOf(const ArrowSchema& schema, const ArrowArray& batch) {
+  std::string text;
+  for (std::int64_t row = 0; row < batch.length; ++row) {
+    for (std::int64_t column = 0; column < batch.n_children; ++column) {
+      text += column == 0 ? "<" : ", ";
+      text += ArrowText(*schema.children[column], *batch.children[column]).at(row).value_or("null");
+    }
+    text += '>';
+  }
+  return text;
+}
+
+inline std::int64_t buffersOf(const std::string& format) {
+  if (format == "+s") return 1;
+  if (format == "n") return 0;
+  return format == "u" || format == "z" ? 3 : 2;
+}
+
+inline std::int64_t countNulls(const ArrowSchema& schema, const ArrowArray& array) {
+  std::int64_t nulls = 0;
+  for (std::int64_t row = 0; row < array.length; ++row) nulls += ArrowText(schema, array).at(row) ? 0 : 1;
+  return nulls;
+}
+
+/// Looks at what is not a value.
+inline void expectShape(const ArrowSchema& schema, const ArrowArray& array) {
+  SCOPED_TRACE(schema.format);
+  const bool isBatch = std::string(schema.format) == "+s";
+  EXPECT_EQ(array.null_count, isBatch ? 0 : countNulls(schema, array));
+  EXPECT_EQ(array.offset, 0);
+  EXPECT_EQ(array.dictionary, nullptr);
+  EXPECT_EQ(array.n_buffers, buffersOf(schema.format));
+  EXPECT_TRUE(!isBatch || array.buffers[0] == nullptr);
+  ASSERT_EQ(array.n_children, schema.n_children);
+  for (std::int64_t index = 0; index < array.n_children; ++index) {
+    EXPECT_TRUE(!isBatch || array.children[index]->length == array.length);
+    expectShape(*schema.children[index], *array.children[index]);
+  }
+}
+
+/// What a stream held, and how it ended.
+struct Read {
+  std::vector<std::int64_t> batches;
+  std::string text;
+  int code = 0;
+  std::string error;
+};
+
+inline Read readAll(ArrowArrayStream& stream) {
+  Read read;
+  Held<ArrowSchema> schema;
+  EXPECT_EQ(stream.get_schema(&stream, &schema), 0);
+  while (true) {
+    Held<ArrowArray> batch;
+    read.code = stream.get_next(&stream, &batch);
+    const char* error = stream.get_last_error(&stream);
+    EXPECT_EQ(error != nullptr, read.code != 0);
+    if (read.code != 0) read.error = error;
+    if (read.code != 0 || batch.release == nullptr) return read;
+    expectShape(schema, batch);
+    read.batches.push_back(batch.length);
+    read.text += textOf(schema, batch);
+  }
+}
+
+/// One row with one value, in memory of its own: releasing it frees nothing.
+struct OneValue {
+  OneValue(const char* format, std::int64_t number) : value(number) {
+    column.format = format;
+    schema.format = "+s";
+    schema.n_children = rows.n_children = 1;
+    schema.children = &columnAddress;
+    array.length = rows.length = 1;
+    array.n_buffers = 2;
+    array.buffers = buffers;
+    rows.children = &arrayAddress;
+    schema.release = [](ArrowSchema* self) { self->release = nullptr; };
+    rows.release = [](ArrowArray* self) { self->release = nullptr; };
+  }
+  OneValue(const OneValue&) = delete;
+  OneValue& operator=(const OneValue&) = delete;
+
+  const std::int64_t value;
+  const void* buffers[3] = {nullptr, &value};
+  ArrowSchema column{};
+  ArrowSchema* columnAddress = &column;
+  ArrowArray array{};
+  ArrowArray* arrayAddress = &array;
+  ArrowSchema schema{};
+  ArrowArray rows{};
 };
 
 }  // namespace kivo::test
