@@ -47,11 +47,11 @@ std::string fromEnvironment(char* value) {
 
 /// Without a terminal, nothing. Ctrl-C ends the process, after the echo has come back.
 std::string fromPrompt(const std::string& user) {
-  char line[4096];  // as long as one can be on a terminal
   const std::string prompt = "Password of " + user + ": ";
-  const char* password = readpassphrase(prompt.c_str(), line, sizeof line, RPP_REQUIRE_TTY);
-  if (password == nullptr && errno != ENOTTY) throw Failure("interrupted", kInterrupted);
-  return password == nullptr ? "" : password;
+  std::string line(4096, '\0');  // a terminal's longest; not on the stack, which the VM's crash file shows
+  const bool read = readpassphrase(prompt.c_str(), line.data(), line.size(), RPP_REQUIRE_TTY) != nullptr;
+  if (!read && errno != ENOTTY) throw Failure("interrupted", kInterrupted);
+  return line.substr(0, line.find('\0'));
 }
 
 }  // namespace
